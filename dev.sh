@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# Set-up, build and run for a fresh Debian 12 machine.
+#   ./dev.sh run    install what is missing, build, run the main job
+#   ./dev.sh test   install what is missing, build, run every test
+#   ./dev.sh build  install what is missing and build only
+#   ./dev.sh bench  build and run the benchmarks
+set -euo pipefail
+
+here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
+build="${HOLTER_BUILD_DIR:-$here/build}"
+jobs="$(nproc 2>/dev/null || echo 2)"
+
+packages=(
+    build-essential cmake ninja-build pkg-config
+    qtbase5-dev libqt5sql5-sqlite qtscript5-dev qttools5-dev qttools5-dev-tools
+    zlib1g-dev libminizip-dev libgtest-dev
+    fontconfig fonts-liberation fonts-dejavu-core poppler-utils
+)
+
+install_missing() {
+    local missing=()
+    for p in "${packages[@]}"; do
+        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    echo "dev.sh: installing ${missing[*]}" >&2
+    local sudo=""
+    [ "$(id -u)" -ne 0 ] && sudo="sudo"
+    $sudo apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+configure_and_build() {
+    cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >&2
+    cmake --build "$build" -j "$jobs"
+}
+
+cmd="${1:-run}"
+shift || true
+case "$cmd" in
+build)
+    install_missing
+    configure_and_build
+    ;;
+test)
+    install_missing
+    configure_and_build
+    # No test may reach a display or the user's data: offscreen platform, private data home.
+    export QT_QPA_PLATFORM=offscreen
+    ctest --test-dir "$build" --output-on-failure -j "$jobs" --timeout 900 "$@"
+    ;;
+bench)
+    install_missing
+    configure_and_build
+    "$here/bench/run" "$@"
+    ;;
+run)
+    install_missing
+    configure_and_build
+    if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ -z "${QT_QPA_PLATFORM:-}" ]; then
+        echo "dev.sh: no display found; starting the workstation on the offscreen platform" >&2
+        export QT_QPA_PLATFORM=offscreen
+    fi
+    exec "$build/shell/holter-ecg" "$@"
+    ;;
+*)
+    echo "usage: ./dev.sh run|test|build|bench" >&2
+    exit 2
+    ;;
+esac

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "store/studyinfo.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QtGlobal>
+
+#include <functional>
+#include <map>
+#include <memory>
+
+class Study;
+class EcgFile;
+class SignalSource;
+class StoreIo;
+class ProgressSink;
+
+// The data folder, its SQLite index and the table of open studies. The study files are the
+// truth; the index is a cache for listing and is rebuilt from them when missing.
+// Main thread only.
+class StudyRepository
+{
+public:
+    static constexpr qint64 kMinFreeBytes = 524288000; // 500 MB for a new download
+    static const QStringList& defaultRiskFactorNames();
+
+    struct Options
+    {
+        // The store root; empty means GenericDataLocation joined with the folder name.
+        QString rootOverride;
+        StoreIo* io = nullptr; // not owned; null means the standard writer
+        // Free bytes on the store's volume, or -1 when unknown; null means the real query.
+        std::function<qint64(const QString& path)> freeSpaceQuery;
+    };
+
+    // Throws "SQLite driver not available" or the driver's error when the index can't open.
+    explicit StudyRepository(const QString& folderName);
+    StudyRepository(const QString& folderName, const Options& options);
+    StudyRepository(const StudyRepository&) = delete;
+    StudyRepository& operator=(const StudyRepository&) = delete;
+    virtual ~StudyRepository();
+
+    virtual Study* loadStudyFile(const QString& path);
+    virtual void saveStudyFile(Study* study, const QString& path);
+    virtual QList<StudyInfo> listStudies();
+    virtual Study* createStudy(StudyInfo& info);
+    virtual Study* openStudy(int id);
+    virtual void saveStudy(Study* study);
+    virtual void closeStudy(Study* study);
+    virtual void deleteStudy(int id);
+    virtual bool isStudyOpen(int id) const;
+    virtual StudyInfo studyInfo(const Study* study) const;
+    virtual void applyInfo(Study* study, const StudyInfo& info) const;
+    virtual EcgFile* createEcgFile(const QByteArray& baseName, const Study* study);
+    virtual EcgFile* openEcgFile(const QByteArray& baseName);
+    virtual void destroySource(SignalSource* source);
+    virtual void removeEcgFile(const QByteArray& baseName);
+    virtual void replaceEcgFile(const QByteArray& fromBase, const QByteArray& toBase);
+    virtual QByteArray dataPath() const;
+    virtual bool hasFreeSpace() const;
+
+    QString rootPath() const { return m_rootPath; }
+    QString studyPath(const QByteArray& baseName, const char* extension) const;
+    const QStringList& riskFactorNames() const { return m_riskFactorNames; }
+    // The open study with that id, or null.
+    Study* openedStudy(int id) const;
+
+    // Internal helper made visible for the list and the tools: the row of `id`, if any.
+    bool studyExists(int id, StudyInfo& info) const;
+
+private:
+    void openIndex();
+    void rebuildIndex();
+    void writeRow(const StudyInfo& info, bool insert);
+    int newStudyId() const;
+    QByteArray newBaseName(const StudyInfo& info) const;
+
+    QString m_rootPath;
+    QString m_connectionName;
+    StoreIo* m_io;
+    std::function<qint64(const QString&)> m_freeSpaceQuery;
+    std::map<int, std::unique_ptr<Study>> m_openStudies;
+    QStringList m_riskFactorNames;
+};
