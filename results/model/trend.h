@@ -31,6 +31,10 @@ private:
 };
 Q_DECLARE_METATYPE(TTrend*)
 
+// Registers "TTrend*" with the meta-object system so a trend can travel in queued signals;
+// safe to call any number of times. Returns the type id.
+int registerResultTypes();
+
 // One value per fixed time bin measured from the start of the recording.
 class BinnedTrend : public TTrend
 {

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+
+#include <chrono>
+
+namespace bench {
+
+// Peak resident memory of this process in MB (VmHWM), or -1 when unknown.
+inline double peakRssMb()
+{
+    QFile f("/proc/self/status");
+    if (!f.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : f.readAll().split('\n'))
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').value(0).toDouble() / 1024.0;
+    return -1;
+}
+
+class Stopwatch
+{
+public:
+    Stopwatch() : m_start(std::chrono::steady_clock::now()) {}
+    double seconds() const
+    {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point m_start;
+};
+
+} // namespace bench

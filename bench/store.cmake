@@ -1,0 +1,2 @@
+add_executable(bench_liststudies bench_liststudies.cpp)
+target_link_libraries(bench_liststudies PRIVATE holter_store)

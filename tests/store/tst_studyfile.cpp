@@ -1,0 +1,186 @@
+#include "tests/store/studytestutil.h"
+
+#include "results/model/trend.h"
+#include "store/storeio.h"
+#include "store/studyfile.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Creates a study, closes it and returns its id and study-file path.
+std::pair<int, QString> makeStudy(RepoFixture& f)
+{
+    StudyInfo info = fullInfo();
+    f.repo->closeStudy(f.repo->createStudy(info));
+    return { info.id, f.repo->studyPath(info.baseFilename, "vtstudy") };
+}
+
+QJsonObject decode(const QString& path)
+{
+    QJsonDocument doc;
+    EXPECT_TRUE(readStudyDocument(path, doc));
+    return doc.object();
+}
+
+void writeV1(const QString& path, const QJsonObject& root)
+{
+    testsupport::writeAll(path, QByteArray("VTSTUDY1") + QJsonDocument(root).toJson());
+}
+
+class UnknownResult : public Result
+{
+public:
+    UnknownResult()
+        : Result(ResultKind(7), 0, QString())
+    {
+    }
+    Result* clone() const override { return new UnknownResult(*this); }
+};
+
+} // namespace
+
+TEST(StudyFile, WrittenAsCompressedJsonWithFourMembers)
+{
+    RepoFixture f;
+    const auto [id, path] = makeStudy(f);
+    const QByteArray raw = testsupport::readAll(path);
+    ASSERT_TRUE(raw.startsWith("VTSTUDY2"));
+    // qCompress: 4 bytes of uncompressed size, most significant first, then zlib.
+    const QByteArray json = qUncompress(raw.mid(8));
+    ASSERT_FALSE(json.isEmpty());
+    const quint32 declared = (quint8(raw[8]) << 24) | (quint8(raw[9]) << 16)
+        | (quint8(raw[10]) << 8) | quint8(raw[11]);
+    EXPECT_EQ(declared, quint32(json.size()));
+    const QJsonObject root = QJsonDocument::fromJson(json).object();
+    EXPECT_EQ(root.keys(), QStringList({ "events", "patient", "results", "study" }));
+    EXPECT_EQ(root["study"].toObject()["id"].toInt(), id);
+    EXPECT_EQ(root["patient"].toObject()["firstName"].toString(), QString("José"));
+    // Risk factors in name order.
+    const QJsonArray factors = root["patient"].toObject()["riskFactors"].toArray();
+    ASSERT_EQ(factors.size(), 3);
+    EXPECT_EQ(factors[0].toObject()["name"].toString(), QString("Apnea del sueño"));
+    EXPECT_EQ(factors[2].toObject()["name"].toString(), QString("Gota"));
+}
+
+TEST(StudyFile, OldFormatLoadsAndIsRewrittenInTheNewOne)
+{
+    RepoFixture f;
+    const auto [id, path] = makeStudy(f);
+    QJsonObject root = decode(path);
+    // Older files held some patient numbers as JSON numbers.
+    QJsonObject patient = root["patient"].toObject();
+    patient["age"] = 71;
+    patient["weight"] = 72.123456;
+    patient["height"] = 1.0e7;
+    patient["sex"] = true; // nonsense type: read as empty
+    root["patient"] = patient;
+    writeV1(path, root);
+
+    Study* s = f.repo->openStudy(id);
+    ASSERT_NE(s, nullptr);
+    EXPECT_EQ(s->property("patient/age"), QByteArray("71"));
+    EXPECT_EQ(s->property("patient/weight"), QByteArray("72.1235"));
+    EXPECT_EQ(s->property("patient/height"), QByteArray("1e+07"));
+    EXPECT_EQ(s->property("patient/sex"), QByteArray(""));
+    f.repo->saveStudy(s);
+    f.repo->closeStudy(s);
+    EXPECT_TRUE(testsupport::readAll(path).startsWith("VTSTUDY2"));
+    EXPECT_EQ(decode(path)["patient"].toObject()["age"].toString(), QString("71"));
+}
+
+TEST(StudyFile, ResultsEdgeCases)
+{
+    RepoFixture f;
+    const auto [id, path] = makeStudy(f);
+    QJsonObject root = decode(path);
+    QJsonObject results;
+    // "values" shorter than "timestamps": as many events as values.
+    results["PVC/runEvents"] = QJsonObject { { "type", "eventList" },
+        { "timestamps", QJsonArray { 1.0, 2.0, 3.0 } },
+        { "durations", QJsonArray { 0.5, 0.5, 0.5 } }, { "values", QJsonArray { 4.0, 5.0 } } };
+    // Missing durations read as 0.
+    results["pause/pauseEvents"] = QJsonObject { { "type", "eventList" },
+        { "timestamps", QJsonArray { 7.0 } }, { "values", QJsonArray { 2.5 } } };
+    root["results"] = results;
+    writeV1(path, root);
+
+    Study* s = f.repo->openStudy(id);
+    ASSERT_NE(s, nullptr);
+    const auto* runs = s->results().findAs<EventListResult>("PVC/runEvents");
+    ASSERT_NE(runs, nullptr);
+    ASSERT_EQ(runs->events.size(), 2);
+    EXPECT_DOUBLE_EQ(runs->events[1].timestamp, 2.0);
+    EXPECT_DOUBLE_EQ(runs->events[1].value, 5.0);
+    const auto* pauses = s->results().findAs<EventListResult>("pause/pauseEvents");
+    ASSERT_NE(pauses, nullptr);
+    EXPECT_DOUBLE_EQ(pauses->events[0].duration, 0.0);
+    f.repo->closeStudy(s);
+
+    // An empty "results" object gives an empty set.
+    root["results"] = QJsonObject();
+    writeV1(path, root);
+    s = f.repo->openStudy(id);
+    ASSERT_NE(s, nullptr);
+    EXPECT_TRUE(s->results().isEmpty());
+    f.repo->closeStudy(s);
+
+    // An unknown type is refused with the message, not silently dropped.
+    root["results"] = QJsonObject { { "X/y", QJsonObject { { "type", "histogram" } } } };
+    writeV1(path, root);
+    try {
+        f.repo->openStudy(id);
+        ADD_FAILURE() << "expected an exception";
+    } catch (const std::exception& e) {
+        EXPECT_STREQ(e.what(), "Unsupported result type");
+    }
+    EXPECT_FALSE(f.repo->isStudyOpen(id));
+}
+
+TEST(StudyFile, UnsupportedResultKindFailsBeforeTheFileIsTouched)
+{
+    RepoFixture f;
+    StudyInfo info = fullInfo();
+    Study* s = f.repo->createStudy(info);
+    const QString path = f.repo->studyPath(info.baseFilename, "vtstudy");
+    const QByteArray before = testsupport::readAll(path);
+    s->results().insert("X/unknown", std::make_unique<UnknownResult>());
+    try {
+        f.repo->saveStudy(s);
+        ADD_FAILURE() << "expected an exception";
+    } catch (const std::exception& e) {
+        EXPECT_STREQ(e.what(), "Unsupported result type");
+    }
+    EXPECT_EQ(testsupport::readAll(path), before);
+}
+
+TEST(StudyFile, ReadDocumentRejectsWhatIsNotAStudy)
+{
+    testsupport::TempRoot root;
+    const struct
+    {
+        const char* name;
+        QByteArray bytes;
+    } cases[] = {
+        { "empty", QByteArray() },
+        { "short magic", QByteArray("VTSTU") },
+        { "magic only", QByteArray("VTSTUDY2") },
+        { "other magic", QByteArray("VTECG1{\"a\":1}") },
+    };
+    QJsonDocument doc;
+    for (const auto& c : cases) {
+        const QString path = root.file("x.vtstudy");
+        testsupport::writeAll(path, c.bytes);
+        EXPECT_FALSE(readStudyDocument(path, doc)) << c.name;
+    }
+    EXPECT_FALSE(readStudyDocument(root.file("missing.vtstudy"), doc));
+    // A damaged zlib stream is "read" but gives an empty document, which callers refuse.
+    testsupport::writeAll(root.file("z.vtstudy"), QByteArray("VTSTUDY2") + QByteArray(40, '\x7f'));
+    ASSERT_TRUE(readStudyDocument(root.file("z.vtstudy"), doc));
+    EXPECT_TRUE(doc.object().isEmpty());
+}

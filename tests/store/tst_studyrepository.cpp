@@ -1,0 +1,318 @@
+#include "tests/store/studytestutil.h"
+
+#include "results/model/trend.h"
+#include "store/beatlist.h"
+#include "store/ecgfile.h"
+#include "store/signalsource.h"
+#include "store/studyfile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Fills a study with one result of every kind, a binned trend among them.
+void addEveryResultKind(Study& s)
+{
+    s.results().insert("HR/avgBPM", std::make_unique<ValueResult>(71.5));
+    auto psd = std::make_unique<ValueArrayResult>();
+    psd->values = { 1.0, 2.5, -3.0 };
+    s.results().insert("HRV/PSD", std::move(psd));
+    s.results().insert("HR/minBPM", std::make_unique<EventResult>(3600.0, 0.0, 48.0));
+    auto couplets = std::make_unique<EventListResult>();
+    couplets->events = { EventResult(10.0, 1.2, 2.0), EventResult(99.5, 0.8, 2.0) };
+    s.results().insert("PVC/coupletEvents", std::move(couplets));
+    auto trend = std::make_unique<TTrend>();
+    trend->add(0.0, 70.0);
+    trend->add(30.0, 72.0);
+    s.results().insert("HR/BPMTrend", std::move(trend));
+    auto hourly = std::make_unique<BinnedMedian>();
+    hourly->configure(3600.0, 2);
+    hourly->add(10.0, 70.0);
+    hourly->add(20.0, 80.0);
+    hourly->add(4000.0, 60.0);
+    s.results().insert("HR/avgBPMPerHour", std::move(hourly));
+}
+
+void expectSameInfo(const StudyInfo& a, const StudyInfo& b)
+{
+    EXPECT_EQ(studyInfoToJson(a), studyInfoToJson(b));
+}
+
+} // namespace
+
+TEST(StudyRepository, CreatesFoldersIndexAndFiles)
+{
+    RepoFixture f;
+    EXPECT_TRUE(QFileInfo(f.path("data/studies.sqlite")).isFile());
+    EXPECT_TRUE(QFileInfo(f.path("temp")).isDir());
+
+    StudyInfo info = fullInfo();
+    Study* s = f.repo->createStudy(info);
+    ASSERT_NE(s, nullptr);
+    EXPECT_GE(info.id, 1);
+    EXPECT_LE(info.id, 999999999);
+    EXPECT_EQ(s->id(), info.id);
+    EXPECT_EQ(info.baseFilename, QByteArray("HC-77-12345678-Núñez-José-20261122083015"));
+    EXPECT_EQ(s->property("status"), QByteArray("downloaded"));
+    EXPECT_EQ(s->property("studyType"), QByteArray("Holter"));
+    for (const char* ext : { "vtstudy", "vtecg", "vtbeats" })
+        EXPECT_TRUE(QFileInfo::exists(f.repo->studyPath(info.baseFilename, ext))) << ext;
+
+    // The sample file carries the signal parameters in its header.
+    ASSERT_NE(s->signal(), nullptr);
+    EXPECT_EQ(s->signal()->channelCount(), 3);
+    EXPECT_EQ(s->signal()->samplingRate(), 500);
+    EXPECT_DOUBLE_EQ(s->signal()->gainMin(), -450.0);
+    EXPECT_EQ(s->signal()->channel(2)->name(), QByteArray("V5"));
+    EXPECT_EQ(QFileInfo(f.repo->studyPath(info.baseFilename, "vtecg")).size(), 4096);
+    EXPECT_EQ(QFileInfo(f.repo->studyPath(info.baseFilename, "vtbeats")).size(), 256);
+    EXPECT_TRUE(f.repo->isStudyOpen(info.id));
+}
+
+TEST(StudyRepository, RoundTripsEveryFieldEventAndResultKind)
+{
+    RepoFixture f;
+    StudyInfo info = fullInfo();
+    Study* s = f.repo->createStudy(info);
+    const int id = info.id;
+    StudyEvent& e0 = s->events().add();
+    e0.description = "Evento paciente";
+    e0.position = 3725.25;
+    e0.duration = 8.0;
+    e0.print = true;
+    e0.printLength = 10;
+    StudyEvent& e1 = s->events().add();
+    e1.description = "";
+    e1.position = 0.004;
+    addEveryResultKind(*s);
+    s->setProperty("conclusion", "FA paroxística");
+    const StudyEventList eventsBefore = s->events();
+    const StudyInfo infoBefore = f.repo->studyInfo(s);
+    f.repo->saveStudy(s);
+    f.repo->closeStudy(s);
+    EXPECT_FALSE(f.repo->isStudyOpen(id));
+
+    // Reopen through a fresh repository, so nothing can come from memory.
+    f.reopen();
+    Study* r = f.repo->openStudy(id);
+    ASSERT_NE(r, nullptr);
+    expectSameInfo(f.repo->studyInfo(r), infoBefore);
+    EXPECT_EQ(r->property("conclusion"), QByteArray("FA paroxística"));
+    EXPECT_TRUE(r->events() == eventsBefore);
+    QByteArray comment;
+    EXPECT_TRUE(r->riskFactor("Apnea del sueño", comment));
+    EXPECT_EQ(comment, QByteArray("not in the offered list"));
+    EXPECT_FALSE(r->riskFactor("Gota", comment));
+    EXPECT_FALSE(r->riskFactor("never set", comment));
+
+    const ResultSet& rs = r->results();
+    ASSERT_EQ(rs.size(), 6);
+    EXPECT_DOUBLE_EQ(rs.findAs<ValueResult>("HR/avgBPM")->value, 71.5);
+    EXPECT_EQ(rs.findAs<ValueArrayResult>("HRV/PSD")->values, QVector<double>({ 1.0, 2.5, -3.0 }));
+    const auto* minBpm = rs.findAs<EventResult>("HR/minBPM");
+    ASSERT_NE(minBpm, nullptr);
+    EXPECT_DOUBLE_EQ(minBpm->timestamp, 3600.0);
+    EXPECT_DOUBLE_EQ(minBpm->value, 48.0);
+    const auto* couplets = rs.findAs<EventListResult>("PVC/coupletEvents");
+    ASSERT_NE(couplets, nullptr);
+    ASSERT_EQ(couplets->events.size(), 2);
+    EXPECT_DOUBLE_EQ(couplets->events[1].timestamp, 99.5);
+    EXPECT_DOUBLE_EQ(couplets->events[1].duration, 0.8);
+    const auto* trend = rs.findAs<TTrend>("HR/BPMTrend");
+    ASSERT_NE(trend, nullptr);
+    EXPECT_EQ(trend->size(), 2);
+    EXPECT_DOUBLE_EQ(trend->valueAt(1), 72.0);
+    // A binned trend comes back as its points: bin starts and the upper median of each bin.
+    const auto* hourly = rs.find("HR/avgBPMPerHour");
+    ASSERT_NE(hourly, nullptr);
+    EXPECT_EQ(dynamic_cast<const BinnedTrend*>(hourly), nullptr);
+    const auto* ht = dynamic_cast<const TTrend*>(hourly);
+    ASSERT_NE(ht, nullptr);
+    ASSERT_EQ(ht->size(), 2);
+    EXPECT_DOUBLE_EQ(ht->timeAt(1), 3600.0);
+    EXPECT_DOUBLE_EQ(ht->valueAt(0), 80.0);
+    EXPECT_DOUBLE_EQ(ht->valueAt(1), 60.0);
+
+    // The index row follows the save.
+    StudyInfo row;
+    ASSERT_TRUE(f.repo->studyExists(id, row));
+    EXPECT_EQ(row.patientLastName, QByteArray("Núñez"));
+    EXPECT_EQ(row.status, QByteArray("downloaded"));
+}
+
+TEST(StudyRepository, DeletedIndexIsRebuiltWithTheSameIds)
+{
+    RepoFixture f;
+    QMap<int, QByteArray> made;
+    for (int k = 0; k < 3; ++k) {
+        StudyInfo info = fullInfo();
+        info.patientLastName = "Patient" + QByteArray::number(k);
+        Study* s = f.repo->createStudy(info);
+        s->setProperty("status", k == 1 ? "processed" : "downloaded");
+        f.repo->saveStudy(s);
+        f.repo->closeStudy(s);
+        made[info.id] = info.patientLastName;
+    }
+    // A file that isn't a study must not stop the rebuild.
+    testsupport::writeAll(f.path("junk.vtstudy"), "VTSTUDY2 definitely not zlib");
+    testsupport::writeAll(f.path("empty.vtstudy"), "");
+
+    f.repo.reset();
+    ASSERT_TRUE(QFile::remove(f.path("data/studies.sqlite")));
+    f.reopen();
+    const QList<StudyInfo> list = f.repo->listStudies();
+    ASSERT_EQ(list.size(), 3);
+    for (const StudyInfo& i : list) {
+        ASSERT_TRUE(made.contains(i.id));
+        EXPECT_EQ(i.patientLastName, made[i.id]);
+        EXPECT_EQ(i.status,
+            i.patientLastName == "Patient1" ? QByteArray("processed") : QByteArray("downloaded"));
+        EXPECT_EQ(i.studyType, QByteArray("Holter"));
+        Study* s = f.repo->openStudy(i.id);
+        ASSERT_NE(s, nullptr);
+        f.repo->closeStudy(s);
+    }
+}
+
+TEST(StudyRepository, DamagedIndexIsSetAsideAndRebuilt)
+{
+    RepoFixture f;
+    StudyInfo info = fullInfo();
+    f.repo->closeStudy(f.repo->createStudy(info));
+    f.repo.reset();
+    testsupport::writeAll(f.path("data/studies.sqlite"), QByteArray(5000, 'x'));
+    f.reopen();
+    const QList<StudyInfo> list = f.repo->listStudies();
+    ASSERT_EQ(list.size(), 1);
+    EXPECT_EQ(list[0].id, info.id);
+    EXPECT_EQ(QDir(f.path("data")).entryList({ "studies.sqlite.damaged-*" }).size(), 1);
+}
+
+TEST(StudyRepository, SamePatientAndSecondGetsCounterSuffix)
+{
+    RepoFixture f;
+    StudyInfo a = fullInfo();
+    StudyInfo b = fullInfo();
+    StudyInfo c = fullInfo();
+    f.repo->createStudy(a);
+    f.repo->createStudy(b);
+    f.repo->createStudy(c);
+    EXPECT_EQ(b.baseFilename, a.baseFilename + "-1");
+    EXPECT_EQ(c.baseFilename, a.baseFilename + "-2");
+    EXPECT_NE(a.id, b.id);
+
+    StudyInfo anonymous = fullInfo();
+    anonymous.patientMedicalHistoryNumber.clear();
+    anonymous.patientPersonIdNumber.clear();
+    anonymous.patientFirstName.clear();
+    anonymous.patientLastName.clear();
+    f.repo->createStudy(anonymous);
+    EXPECT_EQ(anonymous.baseFilename, QByteArray("20261122083015"));
+}
+
+TEST(StudyRepository, DeleteRemovesFilesAndRowButNotAnOpenStudy)
+{
+    RepoFixture f;
+    StudyInfo info = fullInfo();
+    Study* s = f.repo->createStudy(info);
+    f.repo->deleteStudy(info.id); // open: nothing happens
+    StudyInfo row;
+    EXPECT_TRUE(f.repo->studyExists(info.id, row));
+    EXPECT_TRUE(QFileInfo::exists(f.repo->studyPath(info.baseFilename, "vtecg")));
+
+    f.repo->closeStudy(s);
+    f.repo->deleteStudy(info.id);
+    EXPECT_FALSE(f.repo->studyExists(info.id, row));
+    for (const char* ext : { "vtstudy", "vtecg", "vtbeats" })
+        EXPECT_FALSE(QFileInfo::exists(f.repo->studyPath(info.baseFilename, ext))) << ext;
+    EXPECT_TRUE(f.repo->listStudies().isEmpty());
+    EXPECT_EQ(f.repo->openStudy(info.id), nullptr);
+    f.repo->deleteStudy(info.id); // unknown id: no error
+}
+
+TEST(StudyRepository, OpenStudyRules)
+{
+    RepoFixture f;
+    StudyInfo info = fullInfo();
+    Study* s = f.repo->createStudy(info);
+    EXPECT_EQ(f.repo->openStudy(info.id), nullptr) << "already open";
+    f.repo->closeStudy(s);
+    EXPECT_EQ(f.repo->openStudy(12345), nullptr) << "no such row";
+
+    // Missing beats: the study opens with an empty beat store.
+    QFile::remove(f.repo->studyPath(info.baseFilename, "vtbeats"));
+    Study* r = f.repo->openStudy(info.id);
+    ASSERT_NE(r, nullptr);
+    ASSERT_NE(r->beats(), nullptr);
+    EXPECT_EQ(r->beats()->count(), 0);
+    f.repo->closeStudy(r);
+
+    // Missing samples: the load fails and the caller says "Study file not found".
+    QFile::remove(f.repo->studyPath(info.baseFilename, "vtecg"));
+    EXPECT_EQ(f.repo->openStudy(info.id), nullptr);
+    EXPECT_FALSE(f.repo->isStudyOpen(info.id));
+}
+
+TEST(StudyRepository, AnimalFieldsAreBothOrNeither)
+{
+    RepoFixture f;
+    StudyInfo human = fullInfo();
+    Study* h = f.repo->createStudy(human);
+    StudyInfo dog = fullInfo();
+    dog.patientAnimalSpecies = "Canino";
+    Study* d = f.repo->createStudy(dog);
+
+    QJsonObject hp = patientToJson(*h);
+    EXPECT_FALSE(hp.contains("animalSpecies"));
+    EXPECT_FALSE(hp.contains("animalBreed"));
+    QJsonObject dp = patientToJson(*d);
+    EXPECT_EQ(dp.value("animalSpecies").toString(), QString("Canino"));
+    EXPECT_TRUE(dp.contains("animalBreed"));
+
+    for (const StudyInfo& row : f.repo->listStudies()) {
+        if (row.id == dog.id)
+            EXPECT_EQ(row.patientAnimalSpecies, QByteArray("Canino"));
+        else
+            EXPECT_TRUE(row.patientAnimalSpecies.isEmpty());
+    }
+}
+
+TEST(StudyRepository, FreeSpaceRule)
+{
+    struct Case
+    {
+        qint64 free;
+        bool enough;
+    };
+    const Case cases[] = { { 524288000, true }, { 524287999, false }, { 0, false }, { -1, true },
+        { qint64(1) << 40, true } };
+    for (const Case& c : cases) {
+        testsupport::TempRoot root;
+        StudyRepository::Options o;
+        o.rootOverride = root.path();
+        o.freeSpaceQuery = [&c](const QString&) { return c.free; };
+        StudyRepository repo("VeltronaHolter", o);
+        EXPECT_EQ(repo.hasFreeSpace(), c.enough) << c.free;
+    }
+    // The real query answers something for the temporary folder.
+    RepoFixture f;
+    (void)f.repo->hasFreeSpace();
+}
+
+TEST(StudyRepository, RejectsImpossibleSignalParameters)
+{
+    RepoFixture f;
+    StudyInfo info = fullInfo();
+    info.channelCount = 5;
+    EXPECT_THROW(f.repo->createStudy(info), std::exception);
+    info = fullInfo();
+    info.samplingRate = 0;
+    EXPECT_THROW(f.repo->createStudy(info), std::exception);
+    EXPECT_TRUE(f.repo->listStudies().isEmpty());
+    EXPECT_TRUE(QDir(f.root.path()).entryList(QDir::Files).isEmpty());
+}
