@@ -63,12 +63,72 @@ int parseStudyId(const QString& text)
     return id;
 }
 
+namespace {
+
+const char kImportHelp[] =
+    "SOURCE is a memory-card folder, a HECG.VTF file, or a WFDB record (a .hea path or the\n"
+    "record path without extension). Prints the new study's id.\n\n"
+    "  --last-name TEXT          patient's last name (required)\n"
+    "  --first-name TEXT         patient's first name (required)\n"
+    "  --id-number TEXT          ID number\n"
+    "  --history-number TEXT     patient ID / medical record number\n"
+    "  --date yyyyMMddHHmm       start of the recording (required for a card; a WFDB\n"
+    "                            record's own date is used when it has one)\n"
+    "  --leads L1,L2,L3          lead of each card channel (default II,V2,V5)\n"
+    "  --invert 1,3              negate these card channels\n"
+    "  --limit-hours 24|48       copy at most this much of a longer card\n";
+
+const char kAnalyzeHelp[] =
+    "Runs import, process and results on SOURCE (as for import) and writes:\n"
+    "  --annotations FILE        the beats as a WFDB annotation file\n"
+    "  --json FILE               every result as JSON\n"
+    "  --pdf FILE                the Holter report\n"
+    "Takes the import options too.\n";
+
+const char kExportHelp[] =
+    "  --annotations FILE        one annotation per beat at its R instant (N 1, V 5, S 9,\n"
+    "                            F 6, U 13); noise entries are left out\n"
+    "  --fs HZ                   sample rate of the annotation times (default: the study's)\n"
+    "  --rr FILE                 beat times and RR intervals as text\n";
+
+const char kEvaluateHelp[] =
+    "Each REF/TEST pair is two annotation files of one record; the rate comes from the\n"
+    "REF record's header beside it (REF without extension + .hea) or --fs.\n"
+    "  --start SECONDS           learning period left out of the comparison (default 300)\n"
+    "  --fs HZ                   sample rate when there is no header\n"
+    "  --json                    print the table as JSON\n";
+
+} // namespace
+
 const QList<CliCommand>& cliCommands()
 {
     static const QList<CliCommand> commands = {
         {"list", "", "List the studies of the store: id, patient, date, status", "", runList},
         {"show", "ID", "Print a study's descriptive data and events as JSON", "", runShow},
         {"delete", "ID", "Delete a study's files and its index row", "", runDelete},
+        {"import", "SOURCE [options]", "Copy a memory card or a WFDB record into a new study",
+         kImportHelp, runImport},
+        {"detect", "ID", "Find the beats of a study and delineate their waves (no labelling)",
+         "", runDetect},
+        {"process", "ID", "Find and label the beats of a study", "", runProcess},
+        {"analyze", "SOURCE [options]",
+         "Import, process and compute results in one go, writing the outputs asked for",
+         kAnalyzeHelp, runAnalyze},
+        {"export", "ID --annotations FILE [--fs HZ] [--rr FILE]",
+         "Write a study's beats as a WFDB annotation file and/or RR intervals as text",
+         kExportHelp, runExport},
+        {"evaluate", "[--start SECONDS] [--json] [--fs HZ] REF TEST [REF TEST ...]",
+         "Compare annotation files beat by beat (ANSI/AAMI EC57) and AF episodes",
+         kEvaluateHelp, runEvaluate},
+        {"simulate", "OUTDIR [--hours H] [--seed N] [--script FILE] [--preamble BYTES]",
+         "Write a simulated recorder card (HECG.VTF, HECG.INF) with its truth.atr and truth.json",
+         "  --hours H          length of the recording (default: the script's, 24 for the\n"
+         "                     built-in one); counted events scale with it\n"
+         "  --seed N           random seed; the same seed gives the same bytes (default 1)\n"
+         "  --script FILE      events to simulate (default: a built-in 24-hour day)\n"
+         "  --preamble BYTES   bytes before the first block, 0 to 12000 (default 512)\n"
+         "  --force            replace an existing HECG.VTF in OUTDIR\n",
+         runSimulate},
     };
     return commands;
 }

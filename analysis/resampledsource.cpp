@@ -1,0 +1,113 @@
+#include "analysis/resampledsource.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+ResampledSource::ResampledSource(SignalSource* source, int targetRate)
+    : SignalSource(
+        source ? source->channelCount() : 0, targetRate, source ? source->blockSize() : 1)
+    , m_source(source)
+{
+    const int from = m_source ? m_source->samplingRate() : samplingRate();
+    const int to = samplingRate(); // the base clamps nonsense rates to 1
+    m_factor = double(to) / double(from);
+    m_invFactor = 1.0 / m_factor;
+    m_decimate = to < from && from % to == 0;
+    if (m_decimate)
+        m_step = from / to;
+    if (!m_source)
+        return;
+    for (int c = 0; c < channelCount(); ++c)
+        channel(c)->setName(m_source->channel(c)->name());
+    setResolution(m_source->resolution());
+    setGainRange(m_source->gainMin(), m_source->gainMax());
+    setFullScale(m_source->fullScale());
+    followCounts();
+    m_source->addListener(this);
+}
+
+ResampledSource::~ResampledSource()
+{
+    if (m_source)
+        m_source->removeListener(this);
+    releaseAllBlocks();
+}
+
+void ResampledSource::followCounts()
+{
+    const qint64 count = m_source ? qint64(double(m_source->sampleCount()) * m_factor) : 0;
+    setSampleCount(count);
+    setBlockCount(int(count / blockSize()));
+}
+
+void ResampledSource::signalChanged(SignalSource* source)
+{
+    if (source != m_source)
+        return;
+    followCounts();
+    dropCachedBlocks();
+    notifyChanged();
+}
+
+void ResampledSource::signalDestroyed(SignalSource* source)
+{
+    if (source != m_source)
+        return;
+    m_source = nullptr;
+    followCounts();
+    notifyChanged();
+}
+
+qint16* ResampledSource::loadBlock(int channel, int block)
+{
+    if (!m_source || block < 0 || block >= blockCount() || channel < 0 || channel >= channelCount())
+        return nullptr;
+    const int len = blockSize();
+    auto* out = new qint16[size_t(len)];
+
+    if (m_source->samplingRate() == samplingRate()) {
+        const qint16* data = m_source->getBlock(channel, block);
+        if (data) {
+            std::memcpy(out, data, size_t(len) * sizeof(qint16));
+            m_source->releaseBlock(channel, block);
+        } else {
+            std::fill(out, out + len, qint16(0));
+        }
+        return out;
+    }
+
+    if (m_decimate) {
+        std::vector<double> s(size_t(len) * size_t(m_step));
+        m_source->readSamples(channel, qint64(block) * len * m_step, qint64(s.size()), s.data());
+        const double* p = s.data();
+        for (int i = 0; i < len; ++i, p += m_step) {
+            double sum = 0.0;
+            for (int k = 0; k < m_step; ++k)
+                sum += p[k];
+            out[i] = qint16(int(m_factor * sum));
+        }
+        return out;
+    }
+
+    const double x1 = double(block) * len * m_invFactor;
+    const double x2 = double(block + 1) * len * m_invFactor;
+    const qint64 first = qint64(std::floor(x1));
+    const qint64 count = qint64(std::floor(x2)) - first + 2;
+    std::vector<double> s(size_t(std::max<qint64>(count, 2)));
+    m_source->readSamples(channel, first, qint64(s.size()), s.data());
+    const size_t lastPair = s.size() - 2; // guards rounding drift at the block's end
+    double f = x1 - double(first);
+    size_t j = 0;
+    for (int i = 0; i < len; ++i) {
+        const size_t k = std::min(j, lastPair);
+        out[i] = qint16(int((1.0 - f) * s[k] + f * s[k + 1]));
+        f += m_invFactor;
+        while (f >= 1.0) {
+            f -= 1.0;
+            ++j;
+        }
+    }
+    return out;
+}

@@ -1,0 +1,125 @@
+#include "cli/args.h"
+#include "cli/commands.h"
+#include "recorder/wfdbannotation.h"
+#include "store/beatlist.h"
+#include "store/signalsource.h"
+#include "store/study.h"
+#include "store/studyrepository.h"
+
+#include <QDir>
+#include <QSaveFile>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace {
+
+// WFDB beat codes of our beat types; an unknown type is exported as unclassifiable.
+int wfdbCode(int type)
+{
+    switch (type) {
+    case BeatN:
+        return 1;
+    case BeatV:
+        return 5;
+    case BeatS:
+        return 9;
+    case BeatF:
+        return 6;
+    default:
+        return 13;
+    }
+}
+
+struct ExportedBeat
+{
+    double rTime; // seconds from the start of the recording
+    int type;
+};
+
+// The real beats in time order; noise entries are not beats.
+std::vector<ExportedBeat> collectBeats(BeatList& beats)
+{
+    std::vector<ExportedBeat> out;
+    Beat b;
+    for (int i = 0; i < beats.count(); ++i) {
+        if (!beats.get(i, b) || !b.isBeat)
+            continue;
+        // The R instant; a beat without one sits 0.2 s into its window.
+        const double r = b.hasTiming(Beat::RTime) ? b.timing[Beat::RTime] : b.windowStart + 0.2;
+        out.push_back({ r, b.type });
+    }
+    return out;
+}
+
+void writeAnnotations(const QString& path, const std::vector<ExportedBeat>& beats, double fs)
+{
+    QVector<WfdbAnnotation> annotations;
+    annotations.reserve(int(beats.size()));
+    for (const ExportedBeat& b : beats) {
+        WfdbAnnotation a;
+        a.sample = std::max<qint64>(0, std::llround(b.rTime * fs));
+        a.code = wfdbCode(b.type);
+        annotations << a;
+    }
+    writeWfdbAnnotations(path, annotations);
+}
+
+// "time_s<TAB>rr_s" then one line per beat; the first beat has no interval ("-").
+void writeRr(const QString& path, const std::vector<ExportedBeat>& beats)
+{
+    QByteArray text = "time_s\trr_s\n";
+    for (size_t i = 0; i < beats.size(); ++i) {
+        text += QByteArray::number(beats[i].rTime, 'f', 4) + '\t';
+        text += i == 0 ? QByteArray("-")
+                       : QByteArray::number(beats[i].rTime - beats[i - 1].rTime, 'f', 4);
+        text += '\n';
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
+        throw std::runtime_error(
+            QString("Cannot write %1").arg(QDir::toNativeSeparators(path)).toStdString());
+}
+
+} // namespace
+
+int runExport(CliContext& ctx, const QStringList& argv)
+{
+    Args args(argv, { "annotations", "fs", "rr" }, {});
+    args.expectPositionals(1, 1, "study ID");
+    const int id = parseStudyId(args.positionals()[0]);
+    if (!args.has("annotations") && !args.has("rr"))
+        throw UsageError("export needs --annotations FILE and/or --rr FILE");
+    // Checked before the study is touched, so a mistake costs nothing.
+    const double fsOption = args.doubleValue("fs", 0.0, 1.0, 1e6);
+
+    StudyRepository& repo = ctx.repository();
+    StudyInfo row;
+    if (!repo.studyExists(id, row))
+        throw std::runtime_error(QString("no study with id %1").arg(id).toStdString());
+    if (repo.isStudyOpen(id))
+        throw std::runtime_error("study is open elsewhere");
+    Study* study = repo.openStudy(id);
+    if (!study || !study->beats() || !study->signal()) {
+        repo.closeStudy(study);
+        throw std::runtime_error("Study file not found");
+    }
+    std::vector<ExportedBeat> beats;
+    double fs = fsOption;
+    try {
+        beats = collectBeats(*study->beats());
+        if (fs <= 0.0)
+            fs = study->signal()->samplingRate();
+    } catch (...) {
+        repo.closeStudy(study);
+        throw;
+    }
+    repo.closeStudy(study);
+
+    if (args.has("annotations"))
+        writeAnnotations(args.value("annotations"), beats, fs);
+    if (args.has("rr"))
+        writeRr(args.value("rr"), beats);
+    return 0;
+}

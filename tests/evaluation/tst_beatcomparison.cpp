@@ -1,0 +1,259 @@
+#include "tools/evaluation/beatcomparison.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Annotation codes used below.
+constexpr int N = 1, V = 5, F = 6, A = 8, Q = 13, RHYTHM = 28, NOISE = 14;
+
+struct Ann
+{
+    qint64 ms;
+    int code;
+};
+
+// At 1000 Hz a sample is a millisecond, which keeps the hand-made cases readable.
+QVector<WfdbAnnotation> annotations(const std::vector<Ann>& list)
+{
+    QVector<WfdbAnnotation> out;
+    for (const Ann& a : list) {
+        WfdbAnnotation w;
+        w.sample = a.ms;
+        w.code = a.code;
+        out.push_back(w);
+    }
+    return out;
+}
+
+BeatConfusion compare(const std::vector<Ann>& ref, const std::vector<Ann>& test,
+    double startSeconds = 0.0, double fs = 1000.0)
+{
+    BeatComparisonOptions o;
+    o.samplingRate = fs;
+    o.startSeconds = startSeconds;
+    return compareBeats(annotations(ref), annotations(test), o);
+}
+
+struct Counts
+{
+    qint64 tp, fn, fp;
+};
+
+void expectCounts(const DetectionCounts& d, const Counts& c, const char* what)
+{
+    EXPECT_EQ(d.tp, c.tp) << what << " TP";
+    EXPECT_EQ(d.fn, c.fn) << what << " FN";
+    EXPECT_EQ(d.fp, c.fp) << what << " FP";
+}
+
+struct HandCase
+{
+    const char* name;
+    std::vector<Ann> ref;
+    std::vector<Ann> test;
+    double startSeconds;
+    Counts qrs, veb, sveb;
+};
+
+// Each table is worked out on paper from the definitions: QRS counts every matched pair, VEB
+// TP=Vv FN=V not called v FP=N/S/none called v; SVEB likewise with S; F called V and Q called
+// anything are not false positives.
+const HandCase kHandCases[] = {
+    // The V at 3 s has no partner: Vo. QRS 3/1/0, VEB 0/1/0.
+    { "MissedBeat", { { 1000, N }, { 2000, N }, { 3000, V }, { 4000, N } },
+        { { 1000, N }, { 2000, N }, { 4000, N } }, 0, { 3, 1, 0 }, { 0, 1, 0 }, { 0, 0, 0 } },
+    // The test V at 1.5 s is 500 ms from both reference beats: Ov, a VEB false positive too.
+    { "ExtraBeat", { { 1000, N }, { 2000, N } }, { { 1000, N }, { 1500, V }, { 2000, N } }, 0,
+        { 2, 0, 1 }, { 0, 0, 1 }, { 0, 0, 0 } },
+    // Vn: detected, so QRS is perfect, but a missed VEB.
+    { "VCalledN", { { 1000, N }, { 2000, V }, { 3000, N } },
+        { { 1000, N }, { 2000, N }, { 3000, N } }, 0, { 3, 0, 0 }, { 0, 1, 0 }, { 0, 0, 0 } },
+    // Sv: a false VEB and a missed SVEB.
+    { "SCalledV", { { 1000, N }, { 2000, A }, { 3000, N } },
+        { { 1000, N }, { 2000, V }, { 3000, N } }, 0, { 3, 0, 0 }, { 0, 0, 1 }, { 0, 1, 0 } },
+    // 151 ms is outside the window: the V is missed (Vo) and the test V is extra (Ov).
+    { "Beat151msOff", { { 1000, N }, { 2000, V }, { 3000, N } },
+        { { 1000, N }, { 2151, V }, { 3000, N } }, 0, { 2, 1, 1 }, { 0, 1, 1 }, { 0, 0, 0 } },
+    // 150 ms is the edge of the window and still matches, early or late.
+    { "Beat150msOff", { { 1000, N }, { 2000, V }, { 3000, N } },
+        { { 1000, N }, { 1850, V }, { 3150, N } }, 0, { 3, 0, 0 }, { 1, 0, 0 }, { 0, 0, 0 } },
+    // Learning period to 300 s: only the reference beats at 300.5 s (Nn) and 301 s (Vn) count;
+    // the test V at 299.8 s is extra but early, so it counts nowhere.
+    { "InsideLearningPeriod", { { 299000, N }, { 299500, V }, { 300500, N }, { 301000, V } },
+        { { 299000, N }, { 299500, V }, { 299800, V }, { 300500, N }, { 301000, N } }, 300,
+        { 2, 0, 0 }, { 0, 1, 0 }, { 0, 0, 0 } },
+    // A reference beat 50 ms before the start matched by a test beat 50 ms after it: the pair
+    // belongs to the learning period, so nothing counts.
+    { "PairAcrossStartBelongsToReference", { { 299950, V } }, { { 300050, V } }, 300, { 0, 0, 0 },
+        { 0, 0, 0 }, { 0, 0, 0 } },
+    // The other way round the pair counts as a true positive.
+    { "PairAcrossStartCounted", { { 300050, V } }, { { 299950, V } }, 300, { 1, 0, 0 }, { 1, 0, 0 },
+        { 0, 0, 0 } },
+    // Beats exactly at the start count; unmatched ones on either side only when after it.
+    { "UnmatchedAtStart", { { 299999, N }, { 300000, N } }, { { 299000, N }, { 301000, V } }, 300,
+        { 0, 1, 1 }, { 0, 0, 1 }, { 0, 0, 0 } },
+    // Fv and Qs are not false positives; Qv neither. Fn counts only for QRS.
+    { "FusionAndQNotPenalised", { { 1000, F }, { 2000, Q }, { 3000, Q }, { 4000, F } },
+        { { 1000, V }, { 2000, A }, { 3000, V }, { 4000, N } }, 0, { 4, 0, 0 }, { 0, 0, 0 },
+        { 0, 0, 0 } },
+    // A V called F or Q is a missed VEB; an F called S is a false SVEB.
+    { "VCalledFOrQ", { { 1000, V }, { 2000, V }, { 3000, F } },
+        { { 1000, F }, { 2000, Q }, { 3000, A } }, 0, { 3, 0, 0 }, { 0, 2, 0 }, { 0, 0, 1 } },
+    // Rhythm and noise annotations are not beats on either side.
+    { "NonBeatsIgnored", { { 1000, N }, { 1500, RHYTHM }, { 2000, N } },
+        { { 1000, N }, { 1200, NOISE }, { 2000, N } }, 0, { 2, 0, 0 }, { 0, 0, 0 }, { 0, 0, 0 } },
+    // No test beats at all.
+    { "EmptyTest", { { 1000, N }, { 2000, V }, { 3000, A } }, {}, 0, { 0, 3, 0 }, { 0, 1, 0 },
+        { 0, 1, 0 } },
+};
+
+class HandMade : public ::testing::TestWithParam<HandCase>
+{
+};
+
+} // namespace
+
+TEST_P(HandMade, TableMatchesHandCount)
+{
+    const HandCase& c = GetParam();
+    const BeatConfusion m = compare(c.ref, c.test, c.startSeconds);
+    expectCounts(m.qrs(), c.qrs, "QRS");
+    expectCounts(m.veb(), c.veb, "VEB");
+    expectCounts(m.sveb(), c.sveb, "SVEB");
+}
+
+INSTANTIATE_TEST_SUITE_P(Evaluation, HandMade, ::testing::ValuesIn(kHandCases),
+    [](const ::testing::TestParamInfo<HandCase>& i) { return std::string(i.param.name); });
+
+TEST(BeatComparison, MeasuresAbsentWithoutDenominator)
+{
+    const BeatConfusion empty = compare({}, {});
+    EXPECT_FALSE(empty.qrs().sensitivity());
+    EXPECT_FALSE(empty.qrs().positivePredictivity());
+
+    // Three missed reference beats: Se 0/3 = 0, +P 0/0 absent.
+    const BeatConfusion m = compare({ { 1000, N }, { 2000, N }, { 3000, N } }, {});
+    ASSERT_TRUE(m.qrs().sensitivity());
+    EXPECT_DOUBLE_EQ(*m.qrs().sensitivity(), 0.0);
+    EXPECT_FALSE(m.qrs().positivePredictivity());
+
+    // 3 matched, 1 missed, 2 extra: Se 3/4, +P 3/5.
+    const BeatConfusion k = compare({ { 1000, N }, { 2000, N }, { 3000, N }, { 4000, N } },
+        { { 1000, N }, { 2000, N }, { 2500, N }, { 3000, N }, { 3500, N } });
+    EXPECT_DOUBLE_EQ(*k.qrs().sensitivity(), 0.75);
+    EXPECT_DOUBLE_EQ(*k.qrs().positivePredictivity(), 0.6);
+}
+
+TEST(BeatComparison, NearestPairsWinAndTiesGoEarlier)
+{
+    using A_ = AamiClass;
+    // A test beat 120 ms after one reference beat and 80 ms before the next goes to the nearer,
+    // later one, although the earlier reference beat could take it too.
+    BeatConfusion m = compare({ { 1000, N }, { 1200, V } }, { { 1120, V } });
+    EXPECT_EQ(m.count(A_::V, A_::V), 1);
+    EXPECT_EQ(m.count(A_::N, A_::None), 1);
+
+    // Two test beats 100 ms either side of one reference beat: the earlier one is its partner.
+    m = compare({ { 1000, N } }, { { 900, V }, { 1100, N } });
+    EXPECT_EQ(m.count(A_::N, A_::V), 1);
+    EXPECT_EQ(m.count(A_::None, A_::N), 1);
+
+    // One test beat halfway between two reference beats goes to the earlier reference beat.
+    m = compare({ { 1000, N }, { 1200, V } }, { { 1100, V } });
+    EXPECT_EQ(m.count(A_::N, A_::V), 1);
+    EXPECT_EQ(m.count(A_::V, A_::None), 1);
+
+    // Crossed candidates: each reference beat keeps its own nearest test beat, so all match.
+    m = compare({ { 1000, N }, { 1100, V } }, { { 960, N }, { 1060, V } });
+    EXPECT_EQ(m.count(A_::N, A_::N), 1);
+    EXPECT_EQ(m.count(A_::V, A_::V), 1);
+    EXPECT_EQ(m.qrs().fn + m.qrs().fp, 0);
+
+    // A test beat is used once: two reference beats cannot share it.
+    m = compare({ { 1000, N }, { 1050, N } }, { { 1020, N } });
+    EXPECT_EQ(m.qrs().tp, 1);
+    EXPECT_EQ(m.qrs().fn, 1);
+}
+
+TEST(BeatComparison, AamiClassTable)
+{
+    // Letters of the WFDB codes and the AAMI class each belongs to, from the class list:
+    // N = N L R B e j; S = A a J S n; V = V E r; F = F; Q = / f Q.
+    const struct
+    {
+        int code;
+        char cls;
+    } table[] = { { 1, 'N' }, { 2, 'N' }, { 3, 'N' }, { 25, 'N' }, { 34, 'N' }, { 11, 'N' },
+        { 8, 'S' }, { 4, 'S' }, { 7, 'S' }, { 9, 'S' }, { 35, 'S' }, { 5, 'V' }, { 10, 'V' },
+        { 41, 'V' }, { 6, 'F' }, { 12, 'Q' }, { 38, 'Q' }, { 13, 'Q' } };
+    for (const auto& row : table) {
+        const auto c = aamiClassOfCode(row.code);
+        ASSERT_TRUE(c) << row.code;
+        EXPECT_EQ(aamiClassLetter(*c), row.cls) << row.code;
+    }
+    // Not beats: none, artifact, rhythm, noise, comments, P and T waves, non-conducted P.
+    for (int code : { 0, 14, 16, 22, 28, 24, 27, 37, 39, 40, 58, 59, 63 })
+        EXPECT_FALSE(aamiClassOfCode(code)) << code;
+}
+
+// Property: a copy of a beat sequence with every beat moved by the same offset matches fully
+// while the offset is inside the window and not at all once it is past it (RR intervals here are
+// at least 400 ms, so a beat 160 ms late is still over 150 ms from the next reference beat).
+class ShiftedCopy : public ::testing::TestWithParam<double>
+{
+};
+
+TEST_P(ShiftedCopy, AllOrNothingAroundWindow)
+{
+    const double fs = GetParam();
+    std::mt19937 rng { static_cast<unsigned>(fs) };
+    std::uniform_int_distribution<int> rr(400, 1200); // ms
+    std::uniform_int_distribution<int> pick(0, 4);
+    const int codes[] = { N, A, V, F, Q };
+    std::vector<Ann> ref;
+    qint64 countByClass[5] = { 0, 0, 0, 0, 0 };
+    double t = 1.0;
+    for (int i = 0; i < 2000; ++i) {
+        t += rr(rng) / 1000.0;
+        const int k = pick(rng);
+        ref.push_back({ qint64(t * fs), codes[k] });
+        ++countByClass[k];
+    }
+    for (double shiftMs : { 100.0, -100.0, 160.0, -160.0 }) {
+        std::vector<Ann> test = ref;
+        for (Ann& a : test)
+            a.ms += qint64(shiftMs / 1000.0 * fs + (shiftMs > 0 ? 0.5 : -0.5));
+        const BeatConfusion m = compare(ref, test, 0.0, fs);
+        const bool inside = std::abs(shiftMs) < 150.0;
+        EXPECT_EQ(m.qrs().tp, inside ? 2000 : 0) << shiftMs;
+        EXPECT_EQ(m.qrs().fn, inside ? 0 : 2000) << shiftMs;
+        EXPECT_EQ(m.qrs().fp, inside ? 0 : 2000) << shiftMs;
+        if (inside) {
+            for (int k = 0; k < 5; ++k)
+                EXPECT_EQ(m.count(AamiClass(k), AamiClass(k)), countByClass[k]) << k;
+            EXPECT_EQ(m.veb().tp, countByClass[2]);
+            EXPECT_EQ(m.sveb().tp, countByClass[1]);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Evaluation, ShiftedCopy, ::testing::Values(250.0, 360.0, 500.0, 1000.0));
+
+TEST(BeatComparison, GrossSumsCounts)
+{
+    BeatConfusion a = compare({ { 1000, V }, { 2000, N } }, { { 1000, V } }); // Vv, No
+    const BeatConfusion b = compare({ { 1000, V } }, { { 1000, N }, { 1600, V } }); // Vn, Ov
+    a += b;
+    // Summed: VEB TP 1, FN 1, FP 1 -> Se 1/2, +P 1/2 (not the mean of 100 % and "-").
+    EXPECT_EQ(a.veb().tp, 1);
+    EXPECT_EQ(a.veb().fn, 1);
+    EXPECT_EQ(a.veb().fp, 1);
+    EXPECT_DOUBLE_EQ(*a.veb().sensitivity(), 0.5);
+    EXPECT_EQ(a.referenceBeats(), 3);
+    EXPECT_EQ(a.testBeats(), 3);
+}
