@@ -29,7 +29,7 @@ inline std::vector<qint16> ecg(const std::vector<double>& rTimes, double seconds
                 + tAmplitude * std::exp(-std::pow((t - 0.25) / 0.04, 2.0));
         }
     }
-    std::vector<qint16> out(size_t(n));
+    std::vector<qint16> out(static_cast<size_t>(n));
     for (int i = 0; i < n; ++i)
         out[size_t(i)] = qint16(std::lround(v[size_t(i)]));
     return out;
@@ -44,9 +44,9 @@ inline std::vector<double> regular(double first, double rr, double until)
 }
 
 // Runs the detector over a whole source as the processing driver does.
-struct Run
+struct DetectionRun
 {
-    explicit Run(MemorySource& source, int forcedChannel = -1, double startTime = 0.0)
+    explicit DetectionRun(MemorySource& source, int forcedChannel = -1, double startTime = 0.0)
         : bank(&source)
         , detector(&bank, &beats)
     {
