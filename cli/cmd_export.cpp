@@ -94,28 +94,14 @@ int runExport(CliContext& ctx, const QStringList& argv)
     // Checked before the study is touched, so a mistake costs nothing.
     const double fsOption = args.doubleValue("fs", 0.0, 1.0, 1e6);
 
-    StudyRepository& repo = ctx.repository();
-    StudyInfo row;
-    if (!repo.studyExists(id, row))
-        throw std::runtime_error(QString("no study with id %1").arg(id).toStdString());
-    if (repo.isStudyOpen(id))
-        throw std::runtime_error("study is open elsewhere");
-    Study* study = repo.openStudy(id);
-    if (!study || !study->beats() || !study->signal()) {
-        repo.closeStudy(study);
-        throw std::runtime_error("Study file not found");
-    }
     std::vector<ExportedBeat> beats;
     double fs = fsOption;
-    try {
+    {
+        OpenedStudy study(ctx, id);
         beats = collectBeats(*study->beats());
         if (fs <= 0.0)
             fs = study->signal()->samplingRate();
-    } catch (...) {
-        repo.closeStudy(study);
-        throw;
     }
-    repo.closeStudy(study);
 
     if (args.has("annotations"))
         writeAnnotations(args.value("annotations"), beats, fs);

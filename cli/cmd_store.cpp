@@ -27,19 +27,10 @@ int runShow(CliContext& ctx, const QStringList& argv)
     Args args(argv, {}, {});
     args.expectPositionals(1, 1, "study ID");
     const int id = parseStudyId(args.positionals()[0]);
-    StudyRepository& repo = ctx.repository();
-    StudyInfo row;
-    if (!repo.studyExists(id, row))
-        throw std::runtime_error(QString("no study with id %1").arg(id).toStdString());
-    if (repo.isStudyOpen(id))
-        throw std::runtime_error("study is open elsewhere");
-    Study* study = repo.openStudy(id);
-    if (!study)
-        throw std::runtime_error("Study file not found");
+    OpenedStudy study(ctx, id);
     QJsonObject root;
-    root["info"] = studyInfoToJson(repo.studyInfo(study));
+    root["info"] = studyInfoToJson(ctx.repository().studyInfo(study.get()));
     root["events"] = eventsToJson(study->events());
-    repo.closeStudy(study);
     ctx.out() << QString::fromUtf8(QJsonDocument(root).toJson(QJsonDocument::Indented));
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include "cli/args.h"
 #include "cli/commands.h"
+#include "store/study.h"
 #include "store/studyrepository.h"
 
 #include <QDir>
@@ -52,6 +53,30 @@ void CliContext::endProgress()
     }
     m_lastPercent = -1;
     m_lastWhat.clear();
+}
+
+OpenedStudy::OpenedStudy(CliContext& ctx, int id) : m_repository(ctx.repository())
+{
+    StudyInfo row;
+    if (!m_repository.studyExists(id, row))
+        throw std::runtime_error(QString("no study with id %1").arg(id).toStdString());
+    if (m_repository.isStudyOpen(id))
+        throw std::runtime_error("Study is already open");
+    m_study = m_repository.openStudy(id);
+    if (!m_study || !m_study->beats() || !m_study->signal()) {
+        m_repository.closeStudy(m_study);
+        throw std::runtime_error("Study file not found");
+    }
+}
+
+OpenedStudy::~OpenedStudy()
+{
+    m_repository.closeStudy(m_study);
+}
+
+void OpenedStudy::save()
+{
+    m_repository.saveStudy(m_study);
 }
 
 int parseStudyId(const QString& text)
@@ -111,6 +136,11 @@ const QList<CliCommand>& cliCommands()
         {"detect", "ID", "Find the beats of a study and delineate their waves (no labelling)",
          "", runDetect},
         {"process", "ID", "Find and label the beats of a study", "", runProcess},
+        {"results", "ID [--json FILE] [--recompute]",
+         "Compute a study's missing results (all with --recompute), save, print a summary",
+         "  --json FILE               every result with its key, as the study file stores them\n"
+         "  --recompute               compute every result again, replacing what is stored\n",
+         runResults},
         {"analyze", "SOURCE [options]",
          "Import, process and compute results in one go, writing the outputs asked for",
          kAnalyzeHelp, runAnalyze},

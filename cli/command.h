@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 
+class Study;
 class StudyRepository;
 
 // What every command gets: the store root, output streams and the repository, opened lazily
@@ -49,3 +50,22 @@ const QList<CliCommand>& cliCommands();
 
 // Parses a study id argument; a usage error unless it is 1..999999999.
 int parseStudyId(const QString& text);
+
+// A study of the store opened for one command; closed (without saving) when it goes away.
+// Throws "no study with id N", or "Study file not found" when its files can't be read.
+class OpenedStudy
+{
+public:
+    OpenedStudy(CliContext& ctx, int id);
+    ~OpenedStudy();
+    OpenedStudy(const OpenedStudy&) = delete;
+    OpenedStudy& operator=(const OpenedStudy&) = delete;
+
+    Study* get() const { return m_study; }
+    Study* operator->() const { return m_study; }
+    void save();
+
+private:
+    StudyRepository& m_repository;
+    Study* m_study = nullptr;
+};

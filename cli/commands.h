@@ -13,3 +13,4 @@ int runProcess(CliContext& ctx, const QStringList& args);
 int runAnalyze(CliContext& ctx, const QStringList& args);
 int runDetect(CliContext& ctx, const QStringList& args);
 int runSimulate(CliContext& ctx, const QStringList& args);
+int runResults(CliContext& ctx, const QStringList& args);

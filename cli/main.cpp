@@ -12,6 +12,14 @@
 
 namespace {
 
+// Qt's own warnings (a damaged zlib stream, say) would only repeat, less clearly, what the
+// command reports itself; they are shown when HOLTER_VERBOSE is set.
+void quietMessages(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (type == QtFatalMsg || type == QtCriticalMsg || qEnvironmentVariableIsSet("HOLTER_VERBOSE"))
+        fprintf(stderr, "%s\n", qPrintable(message));
+}
+
 void printUsage(QTextStream& s)
 {
     s << "Usage: holter-cli [--data-dir DIR] COMMAND [ARGS...]\n\n"
@@ -45,6 +53,7 @@ void printCommandHelp(QTextStream& s, const CliCommand& c)
 
 int main(int argc, char** argv)
 {
+    qInstallMessageHandler(quietMessages);
     QCoreApplication app(argc, argv);
     QCoreApplication::setOrganizationName("Veltrona");
     QCoreApplication::setApplicationName("Holter ECG");

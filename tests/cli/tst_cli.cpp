@@ -1,34 +1,21 @@
 #include "store/study.h"
 #include "store/studyrepository.h"
+#include "tests/support/clirun.h"
 #include "tests/support/testsupport.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-struct CliRun
-{
-    int code = -1;
-    QString out;
-    QString err;
-};
+using testsupport::CliRun;
 
 CliRun cli(const QStringList& args)
 {
-    QProcess p;
-    p.start(QString::fromUtf8(HOLTER_CLI), args);
-    p.closeWriteChannel();
-    EXPECT_TRUE(p.waitForFinished(60000));
-    CliRun r;
-    r.code = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    r.out = QString::fromUtf8(p.readAllStandardOutput());
-    r.err = QString::fromUtf8(p.readAllStandardError());
-    return r;
+    return testsupport::runProgram(QString::fromUtf8(HOLTER_CLI), args);
 }
 
 int makeStudy(const QString& root, const QByteArray& lastName)

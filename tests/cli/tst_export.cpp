@@ -2,11 +2,11 @@
 #include "store/beatlist.h"
 #include "store/study.h"
 #include "store/studyrepository.h"
+#include "tests/support/clirun.h"
 #include "tests/support/testsupport.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -14,24 +14,11 @@
 
 namespace {
 
-struct CliRun
-{
-    int code = -1;
-    QString out;
-    QString err;
-};
+using testsupport::CliRun;
 
 CliRun cli(const QStringList& args)
 {
-    QProcess p;
-    p.start(QString::fromUtf8(HOLTER_CLI), args);
-    p.closeWriteChannel();
-    EXPECT_TRUE(p.waitForFinished(60000));
-    CliRun r;
-    r.code = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    r.out = QString::fromUtf8(p.readAllStandardOutput());
-    r.err = QString::fromUtf8(p.readAllStandardError());
-    return r;
+    return testsupport::runProgram(QString::fromUtf8(HOLTER_CLI), args);
 }
 
 struct TestBeat
