@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 // Wave limits on one averaged beat, from fixed smoothing kernels and slope rules (the wavelet
 // delineator needs a running signal; an average is one isolated beat). Positions are samples
 // into the array given to measure(), at its rate; 0 means "not found".
@@ -21,4 +23,16 @@ public:
     int tOnset = 0; // never filled
     int tPeak = 0;
     int tEnd = 0;
+
+    // The smoothing kernels, full length (25, 81 and 51 taps), for work at 250 Hz.
+    static std::vector<double> pKernel();
+    static std::vector<double> qrsEndKernel();
+    static std::vector<double> tKernel();
+
+    // x convolved with `kernel`, centred (shifted back by half its length), zeros outside x.
+    static std::vector<double> smooth(
+        const std::vector<double>& x, const std::vector<double>& kernel);
+
+    // Below this peak-to-peak (in sample units) a wave counts as flat.
+    static constexpr double kMinPeakToPeak = 10.0;
 };

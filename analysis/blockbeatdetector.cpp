@@ -178,8 +178,7 @@ bool BlockBeatDetector::tWaveTest(const LeadBeatRecord* records) const
         const LeadBeatRecord& r = records[ch];
         if (r.qrsPolarity == 0)
             continue;
-        if (r.qrsPolarity <= 0 || r.pPolarity != 0
-            || m_lastBeat.hasChannelMeasure(ch, Beat::TPeak))
+        if (r.qrsPolarity <= 0 || r.pPolarity != 0 || m_lastBeat.hasChannelMeasure(ch, Beat::TPeak))
             return false;
     }
     return true;

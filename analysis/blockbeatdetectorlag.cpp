@@ -78,8 +78,7 @@ bool BlockBeatDetector::moveToNoiseNeighbour(Beat& b)
     const double d = timeOf(c) - timeOf(b);
     const double e = timeOf(n) - timeOf(c);
     const double s = b.rr() + d;
-    if (!(s < 1.0) || !within(s, 0.95 * p.rr(), 1.05 * p.rr())
-        || !within(s, 0.95 * e, 1.05 * e))
+    if (!(s < 1.0) || !within(s, 0.95 * p.rr(), 1.05 * p.rr()) || !within(s, 0.95 * e, 1.05 * e))
         return false;
     b.isBeat = false;
     c.isBeat = true;
@@ -130,8 +129,7 @@ bool BlockBeatDetector::moveToBeatNeighbour(Beat& b)
         return false;
     const double d = timeOf(b) - timeOf(p);
     const double e = timeOf(n) - timeOf(b);
-    if (!(d < 1.0) || !within(d, 0.95 * p.rr(), 1.05 * p.rr())
-        || !within(d, 0.95 * e, 1.05 * e))
+    if (!(d < 1.0) || !within(d, 0.95 * p.rr(), 1.05 * p.rr()) || !within(d, 0.95 * e, 1.05 * e))
         return false;
     c.isBeat = false;
     b.isBeat = true;

@@ -103,8 +103,7 @@ void ChannelDetector::searchMaxima(const ScaleWindow& w2, const ScaleWindow& w3,
             for (int m = int(j - cross); m <= j + cross; ++m) {
                 const double x2 = w2[m];
                 if (signOf(x2) != sign4 || std::fabs(x2) < t2
-                    || !(w2.turningPoint(m, 2) || w2.turningPoint(m, 3)
-                        || w2.turningPoint(m, 4)))
+                    || !(w2.turningPoint(m, 2) || w2.turningPoint(m, 3) || w2.turningPoint(m, 4)))
                     continue;
                 s.setLabel(m, signOf(x2));
             }
@@ -169,8 +168,8 @@ void ChannelDetector::detectBlock(
     s.shiftBlock();
 }
 
-void ChannelDetector::pair(const ScaleWindow* const scales[4], const BlockThresholds& th,
-    std::vector<LeadBeatRecord>& out)
+void ChannelDetector::pair(
+    const ScaleWindow* const scales[4], const BlockThresholds& th, std::vector<LeadBeatRecord>& out)
 {
     ChannelDetectorState& s = m_state;
     const ScaleWindow& w2 = *scales[1];
@@ -242,8 +241,8 @@ void ChannelDetector::pair(const ScaleWindow* const scales[4], const BlockThresh
             // A long gap: look again with lower thresholds for a beat that was missed.
             const int from = std::max(int(s.lastQrs + 0.15 * s.rate), int(0.5 * s.rate) - L);
             const int to = int(r - 0.15 * s.rate);
-            searchMaxima(*scales[1], *scales[2], *scales[3], from, to, th.t2 * 0.7,
-                th.t3 * 0.7, th.t4 * 0.7);
+            searchMaxima(*scales[1], *scales[2], *scales[3], from, to, th.t2 * 0.7, th.t3 * 0.7,
+                th.t4 * 0.7);
             searched = true;
             const int start = std::max(s.lastQrs, -L);
             afterPos = s.label(start) != 0 ? start : firstLabelAfter(start);
@@ -256,8 +255,7 @@ void ChannelDetector::pair(const ScaleWindow* const scales[4], const BlockThresh
                     WaveDelineator::delineate(*scales[1], *scales[2], *scales[3], th.t2, th.t3,
                         th.t4, s.lastQrs, r, s.rrEstimate, s, record);
                     int sum = 0;
-                    for (int k = s.lastQrs + int(-0.3 * s.rate); k < s.lastQrs + 0.3 * s.rate;
-                         ++k)
+                    for (int k = s.lastQrs + int(-0.3 * s.rate); k < s.lastQrs + 0.3 * s.rate; ++k)
                         sum += s.rejectedAt(k);
                     record.rejectedMaxima = sum;
                 }

@@ -32,8 +32,8 @@ public:
     // Thresholds from the current block; flat when the W3 reference is 3.0 or less.
     static BlockThresholds thresholds(const ScaleWindow* const scales[4]);
     // Labels modulus maxima over [from, to] and rejects isolated and redundant ones.
-    void searchMaxima(const ScaleWindow& w2, const ScaleWindow& w3, const ScaleWindow& w4,
-        int from, int to, double t2, double t3, double t4);
+    void searchMaxima(const ScaleWindow& w2, const ScaleWindow& w3, const ScaleWindow& w4, int from,
+        int to, double t2, double t3, double t4);
 
     ChannelDetectorState& state() { return m_state; }
     const ChannelDetectorState& state() const { return m_state; }

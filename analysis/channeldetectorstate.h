@@ -19,10 +19,7 @@ struct ChannelDetectorState
         if (inside(position))
             labels[index(position)] = value;
     }
-    int rejectedAt(int position) const
-    {
-        return inside(position) ? rejected[index(position)] : 0;
-    }
+    int rejectedAt(int position) const { return inside(position) ? rejected[index(position)] : 0; }
     // Clears the label at `position`, marks it rejected and counts it.
     void reject(int position);
     void markRejected(int position)

@@ -18,16 +18,16 @@ struct LeadBeatRecord
     qint32 sPeak = kNotFound;
     qint32 tPeak = kNotFound;
     qint32 pqLevel = kNotFound; // isoelectric point before the QRS
-    qint32 jPoint = kNotFound;  // where the slope changes sign behind the QRS
+    qint32 jPoint = kNotFound; // where the slope changes sign behind the QRS
     qint32 qrsOn = kNotFound;
     qint32 qrsOff = kNotFound;
     qint32 pOn = kNotFound;
     qint32 pOff = kNotFound;
     qint32 tOn = kNotFound;
     qint32 tOff = kNotFound;
-    qint16 pPolarity = 0;   // 1, -1, or 0 when no P wave
+    qint16 pPolarity = 0; // 1, -1, or 0 when no P wave
     qint16 qrsPolarity = 0; // 1, -1, or 0 when no QRS could be delineated
-    qint16 tPolarity = 0;   // 1, -1, or 0 when no T wave
+    qint16 tPolarity = 0; // 1, -1, or 0 when no T wave
     qint32 rejectedMaxima = 0; // rejected modulus maxima within 0.3 s of qrs
 
     // A record with nothing found but the R position.

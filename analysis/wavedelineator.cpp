@@ -76,9 +76,9 @@ int slopeEndForward(const ScaleWindow& w3, int start, int bound)
 
 } // namespace
 
-void WaveDelineator::delineate(const ScaleWindow& w2, const ScaleWindow& w3,
-    const ScaleWindow& w4, double t2, double /*t3*/, double t4, int qrs, int nextQrs,
-    double rrEstimate, ChannelDetectorState& state, LeadBeatRecord& record)
+void WaveDelineator::delineate(const ScaleWindow& w2, const ScaleWindow& w3, const ScaleWindow& w4,
+    double t2, double /*t3*/, double t4, int qrs, int nextQrs, double rrEstimate,
+    ChannelDetectorState& state, LeadBeatRecord& record)
 {
     const double rate = state.rate;
     record.qrs = qrs;
@@ -99,8 +99,8 @@ void WaveDelineator::delineate(const ScaleWindow& w2, const ScaleWindow& w3,
     }
 }
 
-void WaveDelineator::delineateQrs(const ScaleWindow& w2, const ScaleWindow& w3, double t2,
-    int qrs, double rate, LeadBeatRecord& record)
+void WaveDelineator::delineateQrs(const ScaleWindow& w2, const ScaleWindow& w3, double t2, int qrs,
+    double rate, LeadBeatRecord& record)
 {
     int maxPos = kNone, minPos = kNone;
     double high = 0.0, low = 0.0;

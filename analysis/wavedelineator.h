@@ -33,6 +33,6 @@ private:
         const ChannelDetectorState& state, LeadBeatRecord& record);
     static void delineateT(const ScaleWindow& w4, double t4, int qrs, int nextQrs,
         double rrEstimate, double rate, LeadBeatRecord& record);
-    static void helperPoints(const ScaleWindow& w3, const ScaleWindow& w4, double rate,
-        LeadBeatRecord& record);
+    static void helperPoints(
+        const ScaleWindow& w3, const ScaleWindow& w4, double rate, LeadBeatRecord& record);
 };

@@ -27,8 +27,7 @@ SignalSource* WaveletBeatDetector::scaleSource() const
 
 void WaveletBeatDetector::processBlock()
 {
-    const ScaleWindow* scales[4] = { &m_windows[0], &m_windows[1], &m_windows[2],
-        &m_windows[3] };
+    const ScaleWindow* scales[4] = { &m_windows[0], &m_windows[1], &m_windows[2], &m_windows[3] };
     const qint32 offset = qint32(qint64(m_blockIndex) * m_blockLength);
     for (int ch = 0; ch < channelCount(); ++ch) {
         if (!detectsChannel(ch))

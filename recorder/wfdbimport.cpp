@@ -109,8 +109,8 @@ int importWfdbRecord(StudyRepository& repository, const QString& record,
     info.samplingRate = int(std::lround(rate));
     info.channelCount = source.channelCount();
     info.channelNames = channelNames(source);
-    info.resolution = 16;
-    info.gain = 32768.0 / gain;
+    info.resolution = recordResolution(header);
+    info.gain = std::ldexp(1.0, info.resolution - 1) / gain;
     info.sampleFormat = "short";
 
     Study* study = repository.createStudy(info);

@@ -387,11 +387,22 @@ void WfdbSource::open()
     }
     setBlockCount(int(blocks));
     setSampleCount(frames);
-    // Stored samples are ADC steps, so the range is the 16-bit span of steps in millivolts.
+    // Stored samples are ADC steps of 1/gain mV; the record keeps its converter's resolution
+    // (11 bits for MIT-BIH), so the range is that many steps, and amplitude rules that count
+    // in fractions of the full scale see the same physical sizes as on a recorder.
     const double gain = first.gainPerMillivolt();
-    setResolution(16);
-    setGainRange(-32768.0 / gain, 32768.0 / gain);
+    const int bits = recordResolution(m_header);
+    setResolution(bits);
+    setGainRange(-std::ldexp(1.0, bits - 1) / gain, std::ldexp(1.0, bits - 1) / gain);
     m_scratch.assign(size_t(n), std::vector<qint16>(kBlockSize));
+}
+
+int recordResolution(const WfdbHeader& header)
+{
+    int bits = 0;
+    for (const WfdbSignalSpec& s : header.channels)
+        bits = std::max(bits, s.adcResolution);
+    return bits > 0 && bits <= 16 ? bits : 16;
 }
 
 WfdbSource::~WfdbSource()

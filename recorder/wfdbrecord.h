@@ -115,3 +115,7 @@ private:
     int m_scratchBlock = -1;
     std::vector<std::vector<qint16>> m_scratch;
 };
+
+// The converter resolution of a record in bits: the largest of its signals', 16 when the header
+// doesn't say.
+int recordResolution(const WfdbHeader& header);

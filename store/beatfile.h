@@ -40,6 +40,7 @@ public:
     int append(const Beat& beat) override;
     void replace(const Beat& beat) override;
 
+    SignalSource* signalSource() const override { return m_source; }
     QString path() const { return m_path; }
 
 private:

@@ -23,6 +23,9 @@ public:
     // Overwrites the entry at beat.index; out of range does nothing.
     virtual void replace(const Beat& beat) = 0;
 
+    // The signal the beats were found in (duration, channel count), if the list knows it.
+    virtual SignalSource* signalSource() const { return nullptr; }
+
     // Walk to the nearest entry with isBeat set; false when there is none.
     bool nextBeat(int index, Beat& beat);
     bool previousBeat(int index, Beat& beat);

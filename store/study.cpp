@@ -1,5 +1,6 @@
 #include "store/study.h"
 
+#include "store/beatclass.h"
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 
@@ -26,7 +27,8 @@ Study::~Study()
 
 void Study::releaseData()
 {
-    // Beats read their channel count from the signal, so they go first.
+    // Classes read beats and samples, and beats read their channel count from the signal.
+    m_beatClasses.reset();
     m_beats.reset();
     m_signal.reset();
 }
@@ -39,6 +41,11 @@ void Study::setSignal(std::unique_ptr<SignalSource> signal)
 void Study::setBeats(std::unique_ptr<BeatList> beats)
 {
     m_beats = std::move(beats);
+}
+
+void Study::setBeatClasses(std::unique_ptr<BeatClassSet> classes)
+{
+    m_beatClasses = std::move(classes);
 }
 
 QByteArray Study::property(const QByteArray& key)

@@ -14,6 +14,7 @@
 
 class SignalSource;
 class BeatList;
+class BeatClassSet;
 
 // One open recording. Owned by the repository; nothing else creates or destroys one.
 class Study
@@ -25,7 +26,7 @@ public:
     explicit Study(int id = 0);
     Study(const Study&) = delete;
     Study& operator=(const Study&) = delete;
-    ~Study(); // destroys beats, then signal
+    ~Study(); // destroys classes, beats, then signal
 
     int id() const { return m_id; }
     void setId(int id) { m_id = id; }
@@ -51,7 +52,10 @@ public:
     BeatList* beats() const { return m_beats.get(); }
     void setSignal(std::unique_ptr<SignalSource> signal);
     void setBeats(std::unique_ptr<BeatList> beats);
-    // Destroys beats, then the signal, in the order their dependency needs.
+    // Morphology classes of the beats, built when a study is opened for review; not stored.
+    BeatClassSet* beatClasses() const { return m_beatClasses.get(); }
+    void setBeatClasses(std::unique_ptr<BeatClassSet> classes);
+    // Destroys the classes, beats, then the signal, in the order their dependency needs.
     void releaseData();
 
     ResultSet& results() { return m_results; }
@@ -66,6 +70,7 @@ private:
     std::map<QByteArray, RiskFactor> m_riskFactors;
     std::unique_ptr<SignalSource> m_signal;
     std::unique_ptr<BeatList> m_beats;
+    std::unique_ptr<BeatClassSet> m_beatClasses; // reads beats and signal, so goes first
     ResultSet m_results;
     StudyEventList m_events;
     QByteArray m_studyDateTime;

@@ -99,8 +99,7 @@ void listDifferences(const QVector<WfdbAnnotation>& ref, const std::vector<Beat>
                 matched = true;
                 break;
             }
-        if (!matched)
-        {
+        if (!matched) {
             out << QString("FP %1 entry %2 rr %3 median %4 share %5 qrs")
                        .arg(b.timing[0], 0, 'f', 3)
                        .arg(b.index)

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QObject>
+#include <QRect>
+#include <QString>
+
+class BeatList;
+class QPainter;
+class SignalSource;
+
+// An ECG strip for paper: grid, traces, channel names and the RR intervals of the beats, at
+// `speed` mm per second and `amplitude` mm per mV measured in the device's own millimetres.
+class SignalGraphic : public QObject
+{
+    Q_OBJECT
+public:
+    explicit SignalGraphic(QObject* parent = nullptr);
+
+    // Neither is owned; the source is read as given, so filters go in front of it.
+    void setSource(SignalSource* source) { m_source = source; }
+    void setBeats(BeatList* beats) { m_beats = beats; }
+    // One bit per channel, bit 0 for channel 0.
+    void setChannels(unsigned mask) { m_channels = mask; }
+    void setShowGrid(bool on) { m_showGrid = on; }
+    void setShowLabels(bool on) { m_showLabels = on; }
+    void setShowScale(bool on) { m_showScale = on; }
+    void setStartTime(double seconds) { m_startTime = seconds; }
+    void setSpeed(double mmPerSecond) { m_speed = mmPerSecond > 0 ? mmPerSecond : 25.0; }
+    void setAmplitude(double mmPerMillivolt) { m_amplitude = mmPerMillivolt; }
+    // "%1" takes the mean heart rate of the intervals shown, e.g. "HR %1 bpm".
+    void setCaption(const QString& caption) { m_caption = caption; }
+
+    double speed() const { return m_speed; }
+    double amplitude() const { return m_amplitude; }
+    double startTime() const { return m_startTime; }
+
+    // Left margin that holds the scale mark, millimetres.
+    static constexpr double kMarginMm = 5.0;
+
+    void paint(QPainter* painter, const QRect& bounds) const;
+
+    // The mean heart rate of the beats over [startTime, startTime + seconds): 60 over the mean of
+    // the valid RR intervals (0 < rr < 2.0 s); 0 when there are none.
+    double meanHeartRate(double seconds) const;
+
+private:
+    void paintGrid(QPainter* painter, const QRectF& strip, double pxPerMm) const;
+    void paintBeats(QPainter* painter, const QRectF& strip, double pxPerMm) const;
+
+    SignalSource* m_source = nullptr; // not owned
+    BeatList* m_beats = nullptr; // not owned
+    unsigned m_channels = 0x7;
+    bool m_showGrid = true;
+    bool m_showLabels = true;
+    bool m_showScale = true;
+    double m_startTime = 0.0;
+    double m_speed = 25.0;
+    double m_amplitude = 10.0;
+    QString m_caption;
+};
+
+// Draws samples [first, first + count) of a channel as a trace from x0, `pxPerSample` apart,
+// around the zero line at y0; a pixel column with several samples draws from its lowest to its
+// highest. `pxPerUnit` converts a sample to pixels (upwards).
+void paintTrace(QPainter* painter, SignalSource* source, int channel, double startSample,
+    qint64 count, double x0, double pxPerSample, double y0, double pxPerUnit);

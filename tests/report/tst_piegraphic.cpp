@@ -1,0 +1,71 @@
+#include "report/chart.h"
+#include "report/piegraphic.h"
+
+#include <QImage>
+#include <QPainter>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+TEST(PieGraphic, SlicesCoverTheirShareOfTheCircle)
+{
+    PieGraphic pie;
+    pie.addSlice(1.0, Qt::red, "a");
+    pie.addSlice(3.0, Qt::blue, "b");
+    EXPECT_EQ(pie.startAngle(0), 0);
+    EXPECT_EQ(pie.spanAngle(0), 1440); // a quarter of 5760
+    EXPECT_EQ(pie.startAngle(1), 1440);
+    EXPECT_EQ(pie.spanAngle(1), 4320);
+
+    QImage img(400, 400, QImage::Format_RGB32);
+    img.fill(Qt::white);
+    {
+        QPainter p(&img);
+        pie.paint(&p, img.rect());
+    }
+    // Sample at three quarters of the radius, away from the labels at half the radius. The
+    // first slice spans 0..90 degrees, counter-clockwise from three o'clock (up-right).
+    auto at = [&](double degrees) {
+        const double a = degrees * M_PI / 180.0;
+        return QColor(img.pixel(int(200 + 150 * std::cos(a)), int(200 - 150 * std::sin(a))));
+    };
+    EXPECT_EQ(at(45), QColor(Qt::red));
+    EXPECT_EQ(at(135), QColor(Qt::blue));
+    EXPECT_EQ(at(300), QColor(Qt::blue));
+    // Outside the circle stays white.
+    EXPECT_EQ(QColor(img.pixel(5, 5)), QColor(Qt::white));
+}
+
+TEST(PieGraphic, NothingWithoutAPositiveSum)
+{
+    PieGraphic pie;
+    pie.addSlice(0.0, Qt::red);
+    pie.addSlice(-2.0, Qt::blue);
+    EXPECT_EQ(pie.spanAngle(0), 0);
+    QImage img(100, 100, QImage::Format_RGB32);
+    img.fill(Qt::white);
+    {
+        QPainter p(&img);
+        pie.paint(&p, img.rect());
+    }
+    for (int y = 0; y < 100; y += 7) {
+        for (int x = 0; x < 100; x += 7)
+            ASSERT_EQ(QColor(img.pixel(x, y)), QColor(Qt::white));
+    }
+}
+
+TEST(Chart, SampleDataAndPercentages)
+{
+    Chart chart;
+    chart.loadSampleData();
+    EXPECT_EQ(chart.title(), QStringLiteral("Example 1"));
+    ASSERT_EQ(chart.graphs().size(), 4);
+    EXPECT_EQ(chart.graphs().first().name, QStringLiteral("Graph 1"));
+    EXPECT_EQ(chart.graphs().first().color, QColor(255, 255, 0, 255));
+    double total = 0.0;
+    for (int i = 0; i < 4; ++i)
+        total += chart.percentage(i);
+    EXPECT_NEAR(total, 100.0, 1e-9);
+    EXPECT_EQ(chart.percentage(9), 0.0);
+}

@@ -1,0 +1,272 @@
+#include "reporttestutil.h"
+
+#include "tests/support/testsupport.h"
+
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
+
+using namespace reporttest;
+
+namespace {
+
+// Device pixels per template pixel of the test device (2100 px over 840).
+constexpr double kScale = 2.5;
+
+// A section whose page holds a header of 100 and a footer of 48: the room between them runs
+// from 140 to 1100 template pixels, exactly ten data rows of 96.
+QString tableSection(const QString& extraBands = QString())
+{
+    return section(band("PageHeader", 100, field("labelImage", "[head]", 0, 0, 100, 20))
+        + band("MasterData", 96, field("labelImage", "[cell]", 0, 0, 100, 20))
+        + band("PageFooter", 48, field("labelImage", "[foot]", 0, 0, 100, 20)) + extraBands);
+}
+
+struct ReportRunFixture
+{
+    TReportEngine engine;
+    Recorder rec { engine };
+    testsupport::TempRoot dir;
+    QString pdf = dir.file("out.pdf");
+
+    bool go(const QStringList& sections, const QList<int>& rows, const QList<int>& skipped = {},
+        int from = 0, int to = 0)
+    {
+        if (!engine.loadTemplateData(reports(sections)))
+            return false;
+        engine.setRowCounts(rows);
+        engine.setSkippedSections(skipped);
+        auto writer = pdfWriter(pdf);
+        return engine.render(writer.get(), from, to);
+    }
+};
+
+} // namespace
+
+class PageFill : public ::testing::TestWithParam<int>
+{
+};
+
+TEST_P(PageFill, DataBandOfExactlyTheRoomLeftStillFits)
+{
+    const int rows = GetParam();
+    ReportRunFixture run;
+    ASSERT_TRUE(run.go({ tableSection() }, { rows }));
+    const int expectedPages = (rows + 9) / 10;
+    EXPECT_EQ(run.engine.totalPages(), expectedPages);
+    EXPECT_EQ(run.rec.overlays, expectedPages);
+
+    const auto cells = run.rec.drawingsNamed("cell");
+    ASSERT_EQ(cells.size(), rows);
+    for (int r = 0; r < rows; ++r) {
+        EXPECT_EQ(cells[r].recNo, r);
+        EXPECT_EQ(cells[r].sheet, r / 10 + 1) << "row " << r;
+        // Top of the row: below the header at 140, 96 per row on its page.
+        EXPECT_NEAR(cells[r].bounds.top(), (140 + (r % 10) * 96) * kScale, 1.0) << "row " << r;
+    }
+    // Every page has its header at the top margin and its footer above the bottom margin.
+    const auto heads = run.rec.drawingsNamed("head");
+    const auto feet = run.rec.drawingsNamed("foot");
+    ASSERT_EQ(heads.size(), expectedPages);
+    ASSERT_EQ(feet.size(), expectedPages);
+    for (int p = 0; p < expectedPages; ++p) {
+        EXPECT_NEAR(heads[p].bounds.top(), 40 * kScale, 1.0);
+        EXPECT_NEAR(feet[p].bounds.top(), (1188 - 40 - 48) * kScale, 1.0);
+        EXPECT_EQ(feet[p].sheet, p + 1);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, PageFill, ::testing::Values(1, 9, 10, 11, 20, 21));
+
+TEST(TReportEngine, TitleComesFirstAndOnlyOnce)
+{
+    const QString title = band("ReportTitle", 177, field("labelImage", "[title]", 0, 0, 10, 10));
+    for (bool withTitle : { false, true }) {
+        ReportRunFixture run;
+        ASSERT_TRUE(run.go({ tableSection(withTitle ? title : QString()) }, { 15 }));
+        const auto heads = run.rec.drawingsNamed("head");
+        ASSERT_EQ(heads.size(), 2);
+        // Without a title the page header starts at the top margin.
+        EXPECT_NEAR(heads[0].bounds.top(), (withTitle ? 40 + 177 : 40) * kScale, 1.0);
+        EXPECT_NEAR(heads[1].bounds.top(), 40 * kScale, 1.0);
+        EXPECT_EQ(run.rec.drawingsNamed("title").size(), withTitle ? 1 : 0);
+        if (withTitle) {
+            // The title costs the first page room for 177 / 96 = 1.8 rows: 8 rows fit.
+            const auto cells = run.rec.drawingsNamed("cell");
+            EXPECT_EQ(cells[7].sheet, 1);
+            EXPECT_EQ(cells[8].sheet, 2);
+        }
+    }
+}
+
+TEST(TReportEngine, SkippedAndEmptySectionsPrintNothing)
+{
+    const QString other = section(band("PageHeader", 50, field("label", "[other]", 0, 0, 100, 20))
+        + band("MasterData", 20, field("labelImage", "[x]", 0, 0, 9, 9)));
+    ReportRunFixture run;
+    // Section 1 has no rows, section 2 is skipped; only sections 0 and 3 print.
+    ASSERT_TRUE(run.go({ tableSection(), other, other, tableSection() }, { 3, 0, 5, 2 }, { 2 }));
+    EXPECT_EQ(run.engine.totalPages(), 2);
+    EXPECT_EQ(run.rec.overlays, 2);
+    for (const auto& c : run.rec.asked)
+        EXPECT_TRUE(c.reportPage == 0 || c.reportPage == 3) << c.name.toStdString();
+    for (const auto& c : run.rec.drawings)
+        EXPECT_TRUE(c.reportPage == 0 || c.reportPage == 3) << c.name.toStdString();
+    const auto cells = run.rec.drawingsNamed("cell");
+    ASSERT_EQ(cells.size(), 5);
+    EXPECT_EQ(cells[2].reportPage, 0);
+    EXPECT_EQ(cells[3].reportPage, 3);
+    EXPECT_EQ(cells[3].sheet, 2);
+}
+
+TEST(TReportEngine, SectionsBeyondTheRowListPrintOneRow)
+{
+    ReportRunFixture run;
+    ASSERT_TRUE(run.go({ tableSection(), tableSection() }, { 2 }));
+    const auto cells = run.rec.drawingsNamed("cell");
+    ASSERT_EQ(cells.size(), 3);
+    EXPECT_EQ(cells[2].reportPage, 1);
+    EXPECT_EQ(cells[2].recNo, 0);
+}
+
+TEST(TReportEngine, UnknownFieldTypeIsSkipped)
+{
+    const QString s = section(band("MasterData", 50,
+        field("barcode", "[secret]", 0, 0, 100, 20) + field("label", "[shown]", 0, 20, 100, 20)
+            + field("labelImage", "[img]", 0, 40, 10, 10) + field("", "[typeless]", 0, 0, 10, 10)));
+    ReportRunFixture run;
+    ASSERT_TRUE(run.go({ s }, { 2 }));
+    int shown = 0;
+    for (const auto& c : run.rec.asked) {
+        EXPECT_NE(c.name, QStringLiteral("secret"));
+        EXPECT_NE(c.name, QStringLiteral("typeless"));
+        shown += c.name == QStringLiteral("shown");
+    }
+    EXPECT_EQ(shown, 2);
+    EXPECT_EQ(run.rec.drawingsNamed("img").size(), 2);
+}
+
+TEST(TReportEngine, PrintingConditionIsEvaluatedPerRow)
+{
+    const QString s = section(band("MasterData", 20,
+        field("labelImage", "[never]", 0, 0, 10, 10, "printing=\"0\"")
+                .replace("printing=\"1\" ", "")
+            + field("labelImage", "[odd]", 0, 0, 10, 10)
+                  .replace("printing=\"1\"", "printing=\"[odd] == 1\"")));
+    ReportRunFixture run;
+    run.engine.connect(&run.engine, &TReportEngine::setValue,
+        [](int recNo, const QString& name, QVariant& v, int) {
+            if (name == QLatin1String("odd"))
+                v = recNo % 2;
+        });
+    ASSERT_TRUE(run.go({ s }, { 6 }));
+    EXPECT_TRUE(run.rec.drawingsNamed("never").isEmpty());
+    const auto odd = run.rec.drawingsNamed("odd");
+    ASSERT_EQ(odd.size(), 3);
+    EXPECT_EQ(odd[0].recNo, 1);
+    EXPECT_EQ(odd[2].recNo, 5);
+}
+
+TEST(TReportEngine, PageRangeLimitsWhatIsPainted)
+{
+    ReportRunFixture run;
+    ASSERT_TRUE(run.go({ tableSection() }, { 25 }, {}, 2, 2));
+    EXPECT_EQ(run.engine.totalPages(), 3);
+    const auto cells = run.rec.drawingsNamed("cell");
+    ASSERT_EQ(cells.size(), 10);
+    EXPECT_EQ(cells.first().recNo, 10);
+    EXPECT_EQ(cells.last().recNo, 19);
+    EXPECT_EQ(run.rec.overlays, 1);
+    const QString text = pdfText(run.pdf);
+    if (!text.isNull()) {
+        EXPECT_EQ(text.count(QLatin1Char('\f')), 1) << "one sheet in the file";
+    }
+}
+
+TEST(TReportEngine, ProgressOpensWithZeroAndClosesWithTheTotal)
+{
+    ReportRunFixture run;
+    ASSERT_TRUE(run.go({ tableSection() }, { 25 }));
+    ASSERT_GE(run.rec.progress.size(), 2);
+    EXPECT_EQ(run.rec.progress.first(), qMakePair(0, 0));
+    EXPECT_EQ(run.rec.progress.last(), qMakePair(3, 3));
+    for (const auto& p : run.rec.progress)
+        EXPECT_LE(p.first, 3);
+}
+
+TEST(TReportEngine, LoadTemplateRejectsBadInput)
+{
+    testsupport::TempRoot dir;
+    TReportEngine engine;
+    EXPECT_FALSE(engine.loadTemplate(dir.file("missing.xml")));
+    EXPECT_FALSE(engine.errorString().isEmpty());
+
+    const QByteArray cases[] = { "", "<Reports><Report>", "<NotReports/>", "\x00\x01garbage" };
+    for (const QByteArray& xml : cases) {
+        testsupport::writeAll(dir.file("bad.xml"), xml);
+        EXPECT_FALSE(engine.loadTemplate(dir.file("bad.xml"))) << xml.constData();
+    }
+    testsupport::writeAll(dir.file("good.xml"), reports({ tableSection(), tableSection() }));
+    ASSERT_TRUE(engine.loadTemplate(dir.file("good.xml")));
+    ASSERT_EQ(engine.reportTemplate().sections().size(), 2);
+    const TReportSection& s = engine.reportTemplate().sections().first();
+    EXPECT_EQ(s.pageWidth, 840);
+    EXPECT_EQ(s.marginTop, 40);
+    ASSERT_EQ(s.bands.size(), 3);
+    EXPECT_EQ(s.bands[1].kind, TReportBand::MasterData);
+    EXPECT_EQ(s.bands[1].height, 96);
+}
+
+// The printed texts, read back from the PDF.
+TEST(TReportEngine, PdfCarriesSubstitutedTexts)
+{
+    const QString footer
+        = band("PageFooter", 30, field("label", "Pág. <Page> de <TotalPages>", 500, 0, 300, 30));
+    const QString cover = section(
+        band("PageHeader", 60, field("label", "Bradi. < [limit] ppm", 0, 0, 400, 30)) + footer);
+    // 15 rows of 200 in 1188 - 80 - 30 = 1078: 5 rows a page, 3 pages.
+    const QString table = section(band("MasterData", 200,
+                                      field("label", "row <LineNo> value [v]", 0, 0, 400, 30)
+                                          + field("label", "calc <6 * 7 + 1>", 400, 0, 200, 30))
+        + band(
+            "ReportSummary", 40, field("label", "total <Sum([v])> n <Count([v])>", 0, 0, 400, 30))
+        + footer);
+    // The table's 16 rows fill 4 pages (the summary takes a fourth); the second table's header
+    // starts a new page.
+    ReportRunFixture run;
+    run.rec.values["limit"] = "40";
+    QObject::connect(&run.engine, &TReportEngine::setValue,
+        [](int recNo, const QString& name, QVariant& v, int) {
+            if (name == QLatin1String("v"))
+                v = QString::number((recNo + 1) * 10);
+        });
+    ASSERT_TRUE(run.go({ cover, table, cover }, { 1, 15, 1 }));
+    EXPECT_EQ(run.engine.totalPages(), 5);
+    const QString text = pdfText(run.pdf);
+    if (text.isNull())
+        GTEST_SKIP() << "pdftotext not installed; cannot read the PDF back";
+    const QStringList pages = text.split(QLatin1Char('\f'), Qt::SkipEmptyParts);
+    ASSERT_GE(pages.size(), 5);
+    for (int p = 0; p < 5; ++p)
+        EXPECT_TRUE(pages[p].contains(QStringLiteral("Pág. %1 de 5").arg(p + 1))) << p;
+    EXPECT_TRUE(pages[0].contains(QStringLiteral("Bradi. < 40 ppm")));
+    EXPECT_TRUE(pages[1].contains(QStringLiteral("row 1 value 10")));
+    EXPECT_TRUE(pages[1].contains(QStringLiteral("row 5 value 50")));
+    EXPECT_TRUE(pages[2].contains(QStringLiteral("row 6 value 60")));
+    EXPECT_TRUE(pages[3].contains(QStringLiteral("row 15 value 150")));
+    // 10 + 20 + ... + 150 = 1200, over 15 rows.
+    EXPECT_TRUE(pages[3].contains(QStringLiteral("total 1200 n 15")));
+    EXPECT_TRUE(pages[1].contains(QStringLiteral("calc 43")));
+    EXPECT_FALSE(text.contains(QStringLiteral("[v]")));
+}
+
+TEST(TReportEngine, PrintToPdfWritesAFileAndFailsOnABadPath)
+{
+    testsupport::TempRoot dir;
+    TReportEngine engine;
+    ASSERT_TRUE(engine.loadTemplateData(reports({ tableSection() })));
+    engine.setRowCounts({ 3 });
+    ASSERT_TRUE(engine.printToPdf(dir.file("r.pdf")));
+    EXPECT_TRUE(testsupport::readAll(dir.file("r.pdf")).startsWith("%PDF"));
+    EXPECT_FALSE(engine.printToPdf(dir.file("no/such/folder/r.pdf")));
+}

@@ -1,0 +1,353 @@
+#include "handbeats.h"
+#include "results/bigeminyanalyzer.h"
+#include "results/ectopyanalyzer.h"
+#include "results/eventcatalog.h"
+#include "results/model/trend.h"
+#include "results/pauseanalyzer.h"
+#include "results/trigeminyanalyzer.h"
+#include "store/study.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace handbeats;
+
+namespace {
+
+using T = ArrhythmiaType;
+
+// Runs the five analyzers that the catalog re-runs and stores their results as the driver
+// would, under "<analyzer>/<result>".
+void analyse(Study& study)
+{
+    const std::pair<const char*, std::unique_ptr<ResultAnalyzer>> analyzers[]
+        = { { "pause", std::make_unique<PauseAnalyzer>(2.0) },
+              { "PVC", std::make_unique<EctopyAnalyzer>(BeatV) },
+              { "SVPB", std::make_unique<EctopyAnalyzer>(BeatS) },
+              { "bigeminy", std::make_unique<BigeminyAnalyzer>() },
+              { "trigeminy", std::make_unique<TrigeminyAnalyzer>() } };
+    for (const auto& a : analyzers) {
+        run(*a.second, *study.beats());
+        for (auto& r : a.second->takeResults())
+            study.results().insert(QByteArray(a.first) + "/" + r.first, std::move(r.second));
+    }
+}
+
+// A two-hour study over hand-made beats, one second apart from t = 10 s.
+std::unique_ptr<Study> makeStudy(const std::string& pattern, double start = 10.0)
+{
+    auto study = std::make_unique<Study>(1);
+    auto beats = std::make_unique<HandBeatList>(7200.0);
+    beats->addPattern(pattern, start);
+    study->setBeats(std::move(beats));
+    analyse(*study);
+    return study;
+}
+
+HandBeatList& beatsOf(Study& study)
+{
+    return static_cast<HandBeatList&>(*study.beats());
+}
+
+double value(const Study& s, const char* key)
+{
+    const auto* v = s.results().findAs<ValueResult>(key);
+    return v ? v->value : -1.0;
+}
+
+double bin(const Study& s, const char* key, int index)
+{
+    const auto* b = s.results().findAs<BinnedTrend>(key);
+    return b ? b->valueAt(index) : -1.0;
+}
+
+int listSize(const Study& s, const char* key)
+{
+    const auto* l = s.results().findAs<EventListResult>(key);
+    return l ? l->events.size() : -1;
+}
+
+AnalysisParams defaults()
+{
+    return AnalysisParams();
+}
+
+// --- names, keys, colours, texts --------------------------------------------------------------
+
+TEST(ArrhythmiaType, Colours)
+{
+    const struct
+    {
+        int type, r, g, b, a;
+    } rows[] = { { 1, 128, 255, 128, 255 }, { 2, 192, 192, 255, 255 }, { 12, 192, 192, 255, 255 },
+        { 3, 255, 192, 192, 255 }, { 4, 255, 255, 128, 255 }, { 6, 255, 255, 128, 255 },
+        { 8, 255, 255, 128, 255 }, { 9, 255, 192, 255, 255 }, { 11, 255, 192, 255, 255 },
+        { 0, 128, 128, 128, 128 }, { 13, 128, 128, 128, 128 } };
+    for (const auto& row : rows) {
+        const QColor c = arrhythmiaTypeColour(T(row.type));
+        EXPECT_EQ(c, QColor(row.r, row.g, row.b, row.a)) << "type " << row.type;
+    }
+}
+
+struct DescribeCase
+{
+    T type;
+    double duration, value;
+    const char* text;
+};
+
+class Describe : public ::testing::TestWithParam<DescribeCase>
+{
+};
+
+TEST_P(Describe, Text)
+{
+    const DescribeCase& c = GetParam();
+    EXPECT_EQ(EventCatalog::describe({ c.type, 100.0, c.duration, c.value }), QString(c.text));
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, Describe,
+    ::testing::Values(DescribeCase { T::Pause, 2.34, 2.34, "2.3 secs." },
+        DescribeCase { T::Pause, 2.36, 2.36, "2.4 secs." },
+        DescribeCase { T::Tachycardia, 59.0, 130.0, "130 bpm, 59 secs." },
+        DescribeCase { T::Tachycardia, 61.0, 130.0, "130 bpm, 1:01 min." },
+        DescribeCase { T::Bradycardia, 59.9, 35.7, "35 bpm, 59 secs." },
+        DescribeCase { T::Bradycardia, 725.0, 38.0, "38 bpm, 12:05 min." },
+        DescribeCase { T::Bigeminy, 12.7, 0.0, "12 secs." },
+        DescribeCase { T::Trigeminy, 60.0, 0.0, "60 secs." },
+        DescribeCase { T::PVCTachy, 4.6, 5.0, "5 beats, 4 secs." },
+        DescribeCase { T::SVPBTachy, 10.0, 12.0, "12 beats, 10 secs." },
+        DescribeCase { T::AtrialFibrillation, 59.5, 0.0, "59 secs." },
+        DescribeCase { T::AtrialFibrillation, 600.0, 0.0, "10:00 min." },
+        DescribeCase { T::AtrialFibrillation, 3700.0, 0.0, "1:01 h." },
+        DescribeCase { T::AtrialFibrillation, 3599.0, 0.0, "59:59 min." },
+        DescribeCase { T::PVCCouplet, 2.0, 2.0, "" },
+        DescribeCase { T::SVPBTriplet, 3.0, 3.0, "" }));
+
+// --- building, adding, removing ---------------------------------------------------------------
+
+TEST(EventCatalog, BuildsOneListSortedByTime)
+{
+    // Couplet at 11 (ends 13), pause on the beat at 17 (R 17.2, RR 3 s: from 14.2).
+    auto study = makeStudy("NVVN");
+    beatsOf(*study).add(17.0, 3.0, BeatN);
+    study->results().clear();
+    analyse(*study);
+    const double pauseAt = (17.0 + 0.2) - 3.0; // R of the beat less its RR, as stored
+    auto tachy = std::make_unique<EventListResult>();
+    tachy->events.append(EventResult(pauseAt, 6.0, 130.0)); // same time as the pause
+    tachy->events.append(EventResult(5.0, 6.0, 125.0));
+    study->results().insert("arrhythmia/tachycardiaEvents", std::move(tachy));
+
+    EventCatalog catalog(study.get());
+    ASSERT_EQ(catalog.count(), 4);
+    EXPECT_EQ(catalog.items()[0], (EventCatalogItem { T::Tachycardia, 5.0, 6.0, 125.0 }));
+    EXPECT_EQ(catalog.items()[1], (EventCatalogItem { T::PVCCouplet, 11.0, 2.0, 2.0 }));
+    // equal times keep the type order: tachycardia (1) before pause (3)
+    EXPECT_EQ(catalog.items()[2], (EventCatalogItem { T::Tachycardia, pauseAt, 6.0, 130.0 }));
+    EXPECT_EQ(catalog.items()[3].type, T::Pause);
+    EXPECT_EQ(catalog.items()[3].timestamp, pauseAt);
+}
+
+TEST(EventCatalog, EmptyWithoutStudyOrLists)
+{
+    EventCatalog none(nullptr);
+    EXPECT_EQ(none.count(), 0);
+    none.add({ T::Pause, 1.0, 3.0, 3.0 }); // nowhere to put it: ignored, no crash
+    none.remove(0);
+    EXPECT_FALSE(none.refresh(0.0, 100.0));
+    Study empty;
+    EventCatalog catalog(&empty);
+    EXPECT_EQ(catalog.count(), 0);
+    EXPECT_FALSE(catalog.refresh(0.0, 100.0));
+}
+
+TEST(EventCatalog, AddAndRemoveKeepCountsAndHourBins)
+{
+    auto study = makeStudy("NVVNN"); // one couplet at 11
+    EventCatalog catalog(study.get());
+    ASSERT_EQ(value(*study, "PVC/coupletCount"), 1.0);
+
+    // A couplet added by hand in hour 1, one in hour 0 before the existing one, one past the
+    // recording's bins.
+    catalog.add({ T::PVCCouplet, 3700.0, 2.0, 2.0 });
+    catalog.add({ T::PVCCouplet, 5.0, 1.5, 2.0 });
+    catalog.add({ T::PVCCouplet, 9000.0, 1.0, 2.0 });
+    EXPECT_EQ(value(*study, "PVC/coupletCount"), 4.0);
+    EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 0), 2.0);
+    EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 1), 1.0);
+    const auto* list = study->results().findAs<EventListResult>("PVC/coupletEvents");
+    ASSERT_EQ(list->events.size(), 4);
+    EXPECT_EQ(list->events[0].timestamp, 5.0);
+    EXPECT_EQ(list->events[1].timestamp, 11.0);
+    EXPECT_EQ(list->events[2].timestamp, 3700.0);
+    EXPECT_EQ(list->events[3].timestamp, 9000.0);
+    ASSERT_EQ(catalog.count(), 4);
+    EXPECT_EQ(catalog.items()[0].timestamp, 5.0);
+    EXPECT_EQ(catalog.items()[3].timestamp, 9000.0);
+
+    catalog.remove(2); // the one at 3700
+    EXPECT_EQ(value(*study, "PVC/coupletCount"), 3.0);
+    EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 1), 0.0);
+    EXPECT_EQ(listSize(*study, "PVC/coupletEvents"), 3);
+    EXPECT_EQ(catalog.count(), 3);
+    catalog.remove(3); // out of range
+    catalog.remove(-1);
+    EXPECT_EQ(catalog.count(), 3);
+}
+
+TEST(EventCatalog, CountsStopAtZero)
+{
+    auto study = makeStudy("NVVN");
+    study->results().findAs<ValueResult>("PVC/coupletCount")->value = 0.0;
+    study->results().findAs<BinnedTrend>("PVC/coupletCountPerHour")->setValueAt(0, 0.0);
+    EventCatalog catalog(study.get());
+    catalog.remove(0);
+    EXPECT_EQ(value(*study, "PVC/coupletCount"), 0.0);
+    EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 0), 0.0);
+    EXPECT_EQ(listSize(*study, "PVC/coupletEvents"), 0);
+}
+
+TEST(EventCatalog, HandAddedAFibLeavesTheTotalTime)
+{
+    Study study;
+    study.results().insert("afib/afibTotalTime", std::make_unique<ValueResult>(120.0));
+    EventCatalog catalog(&study);
+    catalog.add({ T::AtrialFibrillation, 600.0, 300.0, 0.0 });
+    EXPECT_EQ(listSize(study, "afib/afibEvents"), 1); // the missing list is made
+    EXPECT_EQ(value(study, "afib/afibTotalTime"), 120.0);
+    catalog.remove(0);
+    EXPECT_EQ(listSize(study, "afib/afibEvents"), 0);
+    EXPECT_EQ(value(study, "afib/afibTotalTime"), 120.0);
+    EXPECT_EQ(catalog.count(), 0);
+}
+
+// --- nextInterval -----------------------------------------------------------------------------
+
+TEST(EventCatalog, NextInterval)
+{
+    Study study;
+    EventCatalog catalog(&study);
+    QString text;
+    double start = -1, end = -1;
+    QColor colour;
+    EXPECT_FALSE(catalog.nextInterval(0.0, text, start, end, colour));
+
+    catalog.add({ T::Pause, 10.0, 5.0, 5.0 });
+    catalog.add({ T::Bigeminy, 20.0, 5.0, 0.0 });
+    catalog.add({ T::AtrialFibrillation, 40.0, 10.0, 0.0 });
+    struct Row
+    {
+        double from;
+        bool found;
+        double start, end;
+        T type;
+    };
+    const Row rows[] = {
+        { 0.0, true, 10.0, 15.0, T::Pause }, // before everything: the first item
+        { 10.0, true, 10.0, 15.0, T::Pause }, // at a start
+        { 12.0, true, 12.0, 15.0, T::Pause }, // inside: from `from` to the end
+        { 15.0, true, 20.0, 25.0, T::Bigeminy }, // at an end: the next one
+        { 22.5, true, 22.5, 25.0, T::Bigeminy },
+        { 30.0, true, 40.0, 50.0, T::AtrialFibrillation },
+        { 45.0, false, 0, 0, T::None }, // inside the last item: never a middle of the search
+        { 60.0, false, 0, 0, T::None },
+    };
+    for (const Row& r : rows) {
+        const bool found = catalog.nextInterval(r.from, text, start, end, colour);
+        ASSERT_EQ(found, r.found) << "from " << r.from;
+        if (!found)
+            continue;
+        EXPECT_EQ(start, r.start) << "from " << r.from;
+        EXPECT_EQ(end, r.end) << "from " << r.from;
+        EXPECT_EQ(text, arrhythmiaTypeName(r.type));
+        EXPECT_EQ(colour, arrhythmiaTypeColour(r.type));
+    }
+
+    // A single item is the last one.
+    Study one;
+    EventCatalog single(&one);
+    single.add({ T::Pause, 10.0, 5.0, 5.0 });
+    EXPECT_TRUE(single.nextInterval(3.0, text, start, end, colour));
+    EXPECT_EQ(start, 10.0);
+    EXPECT_FALSE(single.nextInterval(12.0, text, start, end, colour));
+}
+
+// --- refresh after beat edits -----------------------------------------------------------------
+
+TEST(EventCatalog, ReclassifyingACoupletBeatRemovesIt)
+{
+    // N from 10, V at 20 and 21, N from 22 to 59.
+    auto study = makeStudy(std::string(10, 'N') + "VV" + std::string(38, 'N'));
+    EventCatalog catalog(study.get());
+    catalog.setParams(defaults());
+    ASSERT_EQ(catalog.count(), 1);
+    ASSERT_EQ(bin(*study, "PVC/coupletCountPerHour", 0), 1.0);
+
+    beatsOf(*study).setType(11, BeatN); // the V at 21
+    EXPECT_TRUE(catalog.refresh(21.0 - 30.0, 21.0 + 30.0));
+    EXPECT_EQ(catalog.count(), 0);
+    EXPECT_EQ(value(*study, "PVC/coupletCount"), 0.0);
+    EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 0), 0.0);
+    EXPECT_EQ(listSize(*study, "PVC/coupletEvents"), 0);
+    EXPECT_FALSE(catalog.refresh(-9.0, 51.0)); // nothing left to change
+
+    // Back to V, and the neighbour too: a triplet at 20 ending at 23.
+    beatsOf(*study).setType(11, BeatV);
+    beatsOf(*study).setType(12, BeatV);
+    EXPECT_TRUE(catalog.refresh(-9.0, 52.0));
+    ASSERT_EQ(catalog.count(), 1);
+    EXPECT_EQ(catalog.items()[0], (EventCatalogItem { T::PVCTriplet, 20.0, 3.0, 3.0 }));
+    EXPECT_EQ(value(*study, "PVC/tripletCount"), 1.0);
+    EXPECT_EQ(value(*study, "PVC/coupletCount"), 0.0);
+}
+
+TEST(EventCatalog, RefreshSeesOnlyItsStretch)
+{
+    // N at 10, V from 11 to 15, N from 16: one run of 5 at 11.
+    auto study = makeStudy("NVVVVV" + std::string(44, 'N'));
+    EventCatalog catalog(study.get());
+    catalog.setParams(defaults());
+    ASSERT_EQ(catalog.count(), 1);
+    ASSERT_EQ(catalog.items()[0], (EventCatalogItem { T::PVCTachy, 11.0, 5.0, 5.0 }));
+
+    // The walk starts at 13: it sees V 13, 14, 15 and N 16, a triplet; the run at 11 lies
+    // before the range and stays.
+    EXPECT_TRUE(catalog.refresh(12.5, 50.0));
+    ASSERT_EQ(catalog.count(), 2);
+    EXPECT_EQ(catalog.items()[0].type, T::PVCTachy);
+    EXPECT_EQ(catalog.items()[1], (EventCatalogItem { T::PVCTriplet, 13.0, 3.0, 3.0 }));
+    EXPECT_EQ(value(*study, "PVC/runCount"), 1.0);
+    EXPECT_EQ(value(*study, "PVC/tripletCount"), 1.0);
+}
+
+TEST(EventCatalog, RefreshLeavesOtherTypesAndUsesThePauseInterval)
+{
+    auto study = makeStudy(std::string(50, 'N')); // one beat a second from 10 to 59
+    EventCatalog catalog(study.get());
+    catalog.add({ T::Tachycardia, 25.0, 10.0, 130.0 });
+    catalog.add({ T::AtrialFibrillation, 26.0, 20.0, 0.0 });
+    catalog.add({ T::Pause, 27.0, 2.5, 2.5 }); // no beat supports it
+    AnalysisParams params;
+    params.setValue("pause/intervalSecs", 0.9); // every 1 s interval is now a pause
+    catalog.setParams(params);
+
+    // Beats with time in (20, 30): 21..29, nine pauses; the unsupported one at 27 goes.
+    EXPECT_TRUE(catalog.refresh(20.0, 30.0));
+    int pauses = 0;
+    for (const EventCatalogItem& item : catalog.items()) {
+        if (item.type == T::Pause) {
+            ++pauses;
+            EXPECT_EQ(item.duration, 1.0);
+            EXPECT_GE(item.timestamp, 20.0);
+        }
+    }
+    EXPECT_EQ(pauses, 9);
+    EXPECT_EQ(catalog.count(), 11);
+    EXPECT_EQ(value(*study, "pause/pauseCount"), 9.0);
+    EXPECT_EQ(listSize(*study, "arrhythmia/tachycardiaEvents"), 1);
+    EXPECT_EQ(listSize(*study, "afib/afibEvents"), 1);
+}
+
+} // namespace

@@ -1,0 +1,380 @@
+#include "recordingfake.h"
+
+#include "results/hrvanalyzer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <random>
+
+using namespace recordingfake;
+
+namespace {
+
+template <typename T> const T& resultOf(const HRVAnalyzer& a, const char* name)
+{
+    return *dynamic_cast<T*>(a.results().at(name).get());
+}
+double valueOf(const HRVAnalyzer& a, const char* name)
+{
+    return resultOf<ValueResult>(a, name).value;
+}
+
+// Feeds every valid beat and finishes, as the driver and "Recalculate HRV" do.
+void run(HRVAnalyzer& analyzer, Recording& recording)
+{
+    analyzer.beginRecording(recording);
+    for (const Beat& b : recording.beats())
+        if (b.isBeat)
+            analyzer.addBeat(b);
+    analyzer.finishRecording();
+}
+
+struct SelectionCase
+{
+    const char* name;
+    std::vector<std::pair<int, double>> beats; // type, rr
+    std::vector<double> nn; // expected NN values
+    std::vector<double> differences; // expected NN differences
+};
+
+class HRVSelection : public ::testing::TestWithParam<SelectionCase>
+{
+};
+
+TEST_P(HRVSelection, CountsFromTheThirdNormalBeatInARow)
+{
+    const SelectionCase& c = GetParam();
+    Recording recording(600.0, 1, 250);
+    double t = 1.0;
+    for (const auto& b : c.beats) {
+        recording.addAt(t, b.first, b.second);
+        t += 1.0;
+    }
+    HRVAnalyzer analyzer;
+    analyzer.beginRecording(recording);
+    for (const Beat& b : recording.beats())
+        analyzer.addBeat(b);
+    const TTrend& nn = analyzer.nnSeries();
+    const TTrend& d = analyzer.nnDiffSeries();
+    ASSERT_EQ(nn.size(), int(c.nn.size())) << c.name;
+    ASSERT_EQ(d.size(), int(c.differences.size())) << c.name;
+    for (size_t i = 0; i < c.nn.size(); ++i) {
+        EXPECT_DOUBLE_EQ(nn.valueAt(int(i)), c.nn[i]) << c.name;
+        EXPECT_NEAR(d.valueAt(int(i)), c.differences[i], 1e-12) << c.name;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sequences, HRVSelection,
+    ::testing::Values(
+        SelectionCase { "NNN", { { 1, 0.8 }, { 1, 0.9 }, { 1, 1.0 } }, { 1.0 }, { 0.1 } },
+        SelectionCase { "NNNN", { { 1, 0.8 }, { 1, 0.9 }, { 1, 1.0 }, { 1, 1.1 } }, { 1.0, 1.1 },
+            { 0.1, 0.1 } },
+        SelectionCase { "NVNNN", { { 1, 0.8 }, { 2, 0.5 }, { 1, 1.1 }, { 1, 0.9 }, { 1, 1.0 } },
+            { 1.0 }, { 0.1 } },
+        SelectionCase { "NN break NNN",
+            { { 1, 0.8 }, { 1, 0.8 }, { 1, 0.0 }, { 1, 0.7 }, { 1, 0.9 }, { 1, 0.8 } }, { 0.8 },
+            { -0.1 } },
+        SelectionCase { "S and U clear too",
+            { { 1, 0.8 }, { 1, 0.8 }, { 4, 0.6 }, { 1, 0.8 }, { 1, 0.8 }, { 0, 0.8 }, { 1, 0.8 } },
+            {}, {} },
+        SelectionCase { "first beat only primes", { { 1, 0.0 }, { 1, 0.8 }, { 1, 0.8 } }, {}, {} }),
+    [](const ::testing::TestParamInfo<SelectionCase>& info) {
+        std::string n = info.param.name;
+        for (char& ch : n)
+            if (!std::isalnum(static_cast<unsigned char>(ch)))
+                ch = '_';
+        return n;
+    });
+
+// Population mean and deviation, two-pass (the analyzer uses sums of squares).
+std::pair<double, double> meanSd(const std::vector<double>& v)
+{
+    if (v.size() < 2)
+        return { 0.0, 0.0 };
+    double mean = 0.0;
+    for (double x : v)
+        mean += x;
+    mean /= double(v.size());
+    double ss = 0.0;
+    for (double x : v)
+        ss += (x - mean) * (x - mean);
+    return { mean, std::sqrt(ss / double(v.size())) };
+}
+
+TEST(HRVAnalyzerTimeDomain, AgreesWithAnIndependentComputation)
+{
+    // Two hours of beats, RR between 0.6 and 1.2 s, with ectopics and breaks.
+    Recording recording(7200.0, 1, 250);
+    std::mt19937 gen(42);
+    std::uniform_real_distribution<double> jitter(-0.3, 0.3);
+    double t = 1.0;
+    double base = 0.9;
+    for (int i = 0; t < 7190.0; ++i) {
+        base = std::min(1.05, std::max(0.75, base + 0.01 * jitter(gen)));
+        double rr = base + 0.15 * jitter(gen);
+        int type = BeatN;
+        if (i % 97 == 50) {
+            type = BeatV;
+            rr = 0.5;
+        }
+        if (i % 500 == 0)
+            rr = 0.0;
+        t += rr > 0.0 ? rr : 1.0;
+        recording.addAt(t, type, rr);
+    }
+
+    // The expected values: an NN is the RR of an N beat that ends a run of at least three
+    // N beats with positive RR.
+    std::vector<double> nn, nnTime, diffs;
+    std::map<std::pair<int, int>, int> lorenz;
+    int streak = 0;
+    double prevRR = 0.0;
+    for (const Beat& b : recording.beats()) {
+        const bool normal = b.type == BeatN && b.rr() > 0.0;
+        streak = normal ? streak + 1 : 0;
+        if (streak >= 3) {
+            nn.push_back(b.rr());
+            nnTime.push_back(b.time());
+            diffs.push_back(b.rr() - prevRR);
+            ++lorenz[{ int(prevRR * 1000.0), int(b.rr() * 1000.0) }];
+        }
+        prevRR = b.rr();
+    }
+    ASSERT_GT(nn.size(), 7000u);
+
+    HRVAnalyzer analyzer;
+    run(analyzer, recording);
+
+    std::vector<double> ms;
+    for (double v : nn)
+        ms.push_back(v * 1000.0);
+    const auto whole = meanSd(ms);
+    EXPECT_NEAR(valueOf(analyzer, "AVGNN"), whole.first, 1e-6);
+    EXPECT_NEAR(valueOf(analyzer, "SDNN"), whole.second, 1e-6);
+
+    // Per hour, and five-minute segments.
+    std::vector<double> hourMs[2];
+    std::map<int, std::vector<double>> segments;
+    for (size_t i = 0; i < nn.size(); ++i) {
+        hourMs[int(nnTime[i] / 3600.0)].push_back(ms[i]);
+        segments[int(nnTime[i] / 300.0)].push_back(ms[i]);
+    }
+    const TTrend& avgPerHour = resultOf<TTrend>(analyzer, "AVGNNPerHour");
+    const TTrend& sdPerHour = resultOf<TTrend>(analyzer, "SDNNPerHour");
+    const BinnedCount& countPerHour = resultOf<BinnedCount>(analyzer, "NNCountPerHour");
+    ASSERT_EQ(avgPerHour.size(), 2);
+    for (int k = 0; k < 2; ++k) {
+        EXPECT_DOUBLE_EQ(avgPerHour.timeAt(k), 3600.0 * k);
+        EXPECT_NEAR(avgPerHour.valueAt(k), meanSd(hourMs[k]).first, 1e-6);
+        EXPECT_NEAR(sdPerHour.valueAt(k), meanSd(hourMs[k]).second, 1e-6);
+        EXPECT_DOUBLE_EQ(countPerHour.valueAt(k), double(hourMs[k].size()));
+    }
+    std::vector<double> segmentMeans;
+    double sdSum = 0.0;
+    for (const auto& s : segments) {
+        segmentMeans.push_back(meanSd(s.second).first);
+        sdSum += meanSd(s.second).second;
+    }
+    EXPECT_NEAR(valueOf(analyzer, "SDANNIndex"), meanSd(segmentMeans).second, 1e-6);
+    EXPECT_NEAR(valueOf(analyzer, "SDNNIndex"), sdSum / double(segments.size()), 1e-6);
+
+    double sumSq = 0.0;
+    int over = 0;
+    for (double d : diffs) {
+        sumSq += d * d;
+        over += std::fabs(d) > 0.05 ? 1 : 0;
+    }
+    EXPECT_NEAR(valueOf(analyzer, "RMSSD"), std::sqrt(sumSq / double(diffs.size())) * 1000.0, 1e-6);
+    EXPECT_NEAR(valueOf(analyzer, "PNN50"), 100.0 * over / double(diffs.size()), 1e-9);
+
+    // Histogram and triangular index.
+    std::vector<double> counts(384, 0.0);
+    for (double v : nn)
+        counts[size_t(v * 128.0)] += 1.0;
+    const QVector<double>& hist = resultOf<ValueArrayResult>(analyzer, "NNHistogram").values;
+    ASSERT_EQ(hist.size(), 384);
+    for (int i = 0; i < 384; ++i)
+        ASSERT_DOUBLE_EQ(hist[i], counts[size_t(i)]) << i;
+    const double highest = *std::max_element(counts.begin(), counts.end());
+    EXPECT_DOUBLE_EQ(valueOf(analyzer, "HRVIndex"), std::floor(double(nn.size()) / highest));
+    EXPECT_GT(valueOf(analyzer, "TINNIndex"), 0.0);
+
+    // Lorenz: parallel arrays in the order of (previous, this).
+    const QVector<double>& lx = resultOf<ValueArrayResult>(analyzer, "LorenzX").values;
+    const QVector<double>& ly = resultOf<ValueArrayResult>(analyzer, "LorenzY").values;
+    const QVector<double>& lz = resultOf<ValueArrayResult>(analyzer, "LorenzZ").values;
+    ASSERT_EQ(lx.size(), int(lorenz.size()));
+    ASSERT_EQ(ly.size(), lx.size());
+    ASSERT_EQ(lz.size(), lx.size());
+    int i = 0;
+    for (const auto& p : lorenz) {
+        EXPECT_EQ(lx[i], p.first.first);
+        EXPECT_EQ(ly[i], p.first.second);
+        EXPECT_EQ(lz[i], p.second);
+        ++i;
+    }
+}
+
+// Band-limited rhythm: many equal sines with random phases spread evenly over part of a band,
+// so that each component is broad. (A single pure sine gives an all-pole peak narrower than a
+// bin, whose sampled height depends on where it falls between bins.)
+struct Component
+{
+    double firstBin, lastBin; // in 1/512 cycles per beat
+    int count;
+    double variance; // s^2
+};
+
+std::vector<double> bandLimitedRR(
+    int beats, const std::vector<Component>& parts, double noise, unsigned seed)
+{
+    std::mt19937 gen(seed);
+    std::uniform_real_distribution<double> phase(0.0, 2.0 * M_PI);
+    std::normal_distribution<double> gauss(0.0, noise);
+    std::vector<std::vector<double>> f(parts.size()), p(parts.size());
+    for (size_t c = 0; c < parts.size(); ++c)
+        for (int k = 0; k < parts[c].count; ++k) {
+            const double bin = parts[c].firstBin
+                + (parts[c].lastBin - parts[c].firstBin) * (k + 0.5) / parts[c].count;
+            f[c].push_back(bin / 512.0);
+            p[c].push_back(phase(gen));
+        }
+    std::vector<double> rr(static_cast<size_t>(beats));
+    for (int j = 0; j < beats; ++j) {
+        double v = 0.8 + gauss(gen);
+        for (size_t c = 0; c < parts.size(); ++c) {
+            const double amplitude = std::sqrt(2.0 * parts[c].variance / parts[c].count);
+            for (size_t k = 0; k < f[c].size(); ++k)
+                v += amplitude * std::sin(2.0 * M_PI * f[c][k] * j + p[c][k]);
+        }
+        rr[size_t(j)] = v;
+    }
+    return rr;
+}
+
+TEST(HRVAnalyzerSpectrum, KnownLowAndHighFrequencyComponents)
+{
+    // LF: variance 0.0008 s^2 over bins 14 to 36 (band 11-38); HF: 0.0003 s^2 over bins 44 to
+    // 98 (band 39-102); white noise of 5 ms spread evenly over the 256 bins, 28 of them LF and
+    // 64 HF. Expected LF / HF = (0.0008 + 25e-6 * 28 / 256) / (0.0003 + 25e-6 * 64 / 256)
+    // = 2.62, LF norm 72.4 %.
+    const double noise = 0.005;
+    const std::vector<double> rr
+        = bandLimitedRR(9000, { { 14, 36, 24, 0.0008 }, { 44, 98, 48, 0.0003 } }, noise, 1);
+    Recording recording(7200.0, 1, 250);
+    double t = 1.0;
+    for (double v : rr) {
+        t += v;
+        if (t >= 7190.0)
+            break;
+        recording.addAt(t, BeatN, v);
+    }
+    HRVAnalyzer analyzer;
+    run(analyzer, recording);
+
+    const double lf = 0.0008 + noise * noise * 28.0 / 256.0;
+    const double hf = 0.0003 + noise * noise * 64.0 / 256.0;
+    EXPECT_NEAR(valueOf(analyzer, "LFHFRatio"), lf / hf, 0.1 * lf / hf);
+    EXPECT_NEAR(valueOf(analyzer, "LFNorm"), 100.0 * lf / (lf + hf), 3.0);
+    EXPECT_NEAR(valueOf(analyzer, "LFNorm") + valueOf(analyzer, "HFNorm"), 100.0, 1e-9);
+    // Powers in ms^2: half the variance, split as above; VLF and ULF hold almost nothing.
+    const double sdnn = valueOf(analyzer, "SDNN");
+    const double half = sdnn * sdnn / 2.0;
+    EXPECT_NEAR(valueOf(analyzer, "LFPower") / half, lf / (0.0008 + 0.0003 + noise * noise), 0.05);
+    EXPECT_LT(valueOf(analyzer, "VLFPower") + valueOf(analyzer, "ULFPower"), 0.05 * half);
+    EXPECT_NEAR(valueOf(analyzer, "totalPower"),
+        valueOf(analyzer, "ULFPower") + valueOf(analyzer, "VLFPower") + valueOf(analyzer, "LFPower")
+            + valueOf(analyzer, "HFPower"),
+        1e-9);
+
+    // The stored spectrum totals half of SDNN squared.
+    const QVector<double>& psd = resultOf<ValueArrayResult>(analyzer, "PSD").values;
+    ASSERT_EQ(psd.size(), 256);
+    double sum = 0.0;
+    for (double v : psd)
+        sum += v;
+    EXPECT_NEAR(sum, half, 1e-9 * half);
+
+    // Each hour sees the same rhythm.
+    const TTrend& ratioPerHour = resultOf<TTrend>(analyzer, "LFHFRatioPerHour");
+    ASSERT_EQ(ratioPerHour.size(), 2);
+    for (int k = 0; k < 2; ++k) {
+        EXPECT_DOUBLE_EQ(ratioPerHour.timeAt(k), 3600.0 * k);
+        EXPECT_NEAR(ratioPerHour.valueAt(k), lf / hf, 0.15 * lf / hf);
+    }
+}
+
+TEST(HRVAnalyzerEdges, ConstantRhythmHasNoPowerAndAQuirkyTinn)
+{
+    Recording recording(3600.0, 1, 250);
+    for (int i = 0; i < 200; ++i)
+        recording.addAt(1.0 + 0.8 * i, BeatN, 0.8);
+    HRVAnalyzer analyzer;
+    run(analyzer, recording);
+
+    // 200 N beats with RR 0.8: the first primes nothing, the second primes: 198 NN.
+    EXPECT_NEAR(valueOf(analyzer, "AVGNN"), 800.0, 1e-9);
+    EXPECT_DOUBLE_EQ(valueOf(analyzer, "SDNN"), 0.0);
+    EXPECT_DOUBLE_EQ(valueOf(analyzer, "RMSSD"), 0.0);
+    EXPECT_DOUBLE_EQ(valueOf(analyzer, "HRVIndex"), 1.0); // 198 / 198
+    for (const char* name : { "totalPower", "ULFPower", "VLFPower", "LFPower", "HFPower", "LFNorm",
+             "HFNorm", "LFHFRatio" })
+        EXPECT_DOUBLE_EQ(valueOf(analyzer, name), 0.0) << name;
+    for (double v : resultOf<ValueArrayResult>(analyzer, "PSD").values)
+        ASSERT_EQ(v, 0.0);
+    // All 198 in bin 102 (0.8 * 128 = 102.4). The pair (101, 103) fits exactly, but an
+    // error of 0 is not kept as the best, so the next pair (101, 104) is taken (error 99^2)
+    // and nothing later beats it: floor(3 * 7.8125) = 23 ms.
+    EXPECT_DOUBLE_EQ(valueOf(analyzer, "TINNIndex"), 23.0);
+}
+
+TEST(HRVAnalyzerEdges, FewerThanTwoIntervalsLeaveZerosWithOnePointPerHour)
+{
+    Recording recording(7200.0, 1, 250); // 2 hours
+    recording.addAt(10.0, BeatN, 0.8);
+    recording.addAt(10.8, BeatN, 0.8);
+    recording.addAt(11.6, BeatN, 0.8); // one NN only
+    HRVAnalyzer analyzer;
+    run(analyzer, recording);
+
+    EXPECT_EQ(analyzer.nnSeries().size(), 1);
+    for (const char* name :
+        { "AVGNN", "SDNN", "RMSSD", "PNN50", "HRVIndex", "TINNIndex", "LFPower", "totalPower" })
+        EXPECT_DOUBLE_EQ(valueOf(analyzer, name), 0.0) << name;
+    for (const char* name : { "AVGNNPerHour", "SDNNPerHour", "RMSSDPerHour", "PNN50PerHour",
+             "ULFPowerPerHour", "VLFPowerPerHour", "LFPowerPerHour", "HFPowerPerHour",
+             "totalPowerPerHour", "LFNormPerHour", "HFNormPerHour", "LFHFRatioPerHour" }) {
+        const TTrend& trend = resultOf<TTrend>(analyzer, name);
+        ASSERT_EQ(trend.size(), 2) << name;
+        EXPECT_DOUBLE_EQ(trend.timeAt(1), 3600.0) << name;
+        EXPECT_DOUBLE_EQ(trend.valueAt(0), 0.0) << name;
+    }
+    EXPECT_DOUBLE_EQ(resultOf<BinnedCount>(analyzer, "NNCountPerHour").valueAt(0), 1.0);
+}
+
+TEST(HRVAnalyzerEdges, AnHourWithOneIntervalHasNoPower)
+{
+    // Hour 0 full of varied rhythm, hour 1 with a single NN.
+    Recording recording(7200.0, 1, 250);
+    double t = 1.0;
+    for (int j = 0; t < 3500.0; ++j) {
+        const double rr = 0.8 + 0.05 * std::sin(0.3 * j);
+        t += rr;
+        recording.addAt(t, BeatN, rr);
+    }
+    recording.addAt(4000.0, BeatN, 0.0);
+    recording.addAt(4000.8, BeatN, 0.8);
+    recording.addAt(4001.6, BeatN, 0.8);
+    HRVAnalyzer analyzer;
+    run(analyzer, recording);
+    const TTrend& total = resultOf<TTrend>(analyzer, "totalPowerPerHour");
+    ASSERT_EQ(total.size(), 2);
+    EXPECT_GT(total.valueAt(0), 0.0);
+    EXPECT_DOUBLE_EQ(total.valueAt(1), 0.0);
+    EXPECT_DOUBLE_EQ(resultOf<TTrend>(analyzer, "LFHFRatioPerHour").valueAt(1), 0.0);
+}
+
+} // namespace

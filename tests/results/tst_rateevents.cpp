@@ -1,0 +1,203 @@
+#include "handbeats.h"
+#include "results/arrhythmiaanalyzer.h"
+#include "results/model/trend.h"
+#include "results/pauseanalyzer.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using namespace handbeats;
+
+namespace {
+
+// --- pauses -----------------------------------------------------------------------------------
+
+struct PauseCase
+{
+    double interval; // s
+    double rr; // s
+    bool pause;
+};
+
+class Pause : public ::testing::TestWithParam<PauseCase>
+{
+};
+
+TEST_P(Pause, LongerThanTheIntervalOnly)
+{
+    const PauseCase& c = GetParam();
+    HandBeatList beats;
+    beats.add(100.0, 0.8, BeatN);
+    beats.add(100.0 + c.rr, c.rr, BeatV); // R at 100.2 + rr: the pause runs from R 100.2
+    PauseAnalyzer a(c.interval);
+    run(a, beats);
+    EXPECT_EQ(valueOf(a, "pauseCount"), c.pause ? 1.0 : 0.0);
+    const auto* list = resultOf<EventListResult>(a, "pauseEvents");
+    ASSERT_NE(list, nullptr);
+    ASSERT_EQ(list->events.size(), c.pause ? 1 : 0);
+    if (c.pause) {
+        EXPECT_NEAR(list->events[0].timestamp, 100.2, 1e-9);
+        EXPECT_EQ(list->events[0].duration, c.rr);
+        EXPECT_EQ(list->events[0].value, c.rr);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Limits, Pause,
+    ::testing::Values(PauseCase { 2.0, 2.0, false }, PauseCase { 2.0, 2.004, true },
+        PauseCase { 2.0, 1.99, false }, PauseCase { 1.5, 1.6, true }, PauseCase { 3.0, 2.5, false },
+        PauseCase { 2.0, 0.0, false }));
+
+TEST(Pause, HourBinOfTheBeatThatEndsIt)
+{
+    // R of the second beat at 3600.7: the pause began in hour 0 but counts in hour 1.
+    HandBeatList beats(7200.0);
+    beats.add(3597.5, 0.8, BeatN);
+    beats.add(3600.5, 3.0, BeatN);
+    PauseAnalyzer a;
+    run(a, beats);
+    const auto* perHour = resultOf<BinnedCount>(a, "pauseCountPerHour");
+    ASSERT_EQ(perHour->binCount(), 2);
+    EXPECT_EQ(perHour->valueAt(0), 0.0);
+    EXPECT_EQ(perHour->valueAt(1), 1.0);
+}
+
+// --- tachycardia and bradycardia --------------------------------------------------------------
+
+// Beats whose median RR gives exact rates: 0.5 s = 120 bpm, 0.375 s = 160, 0.3125 s = 192,
+// 0.75 s = 80, 1.5 s = 40, 2.0 s = 30, 1.6 s = 37.5. `rr` only matters when it is 0.0.
+struct RateBeat
+{
+    double time;
+    double medianRR;
+    double rr = 1.0;
+};
+
+struct Episode
+{
+    double start, duration, extreme;
+};
+
+struct RateCase
+{
+    const char* name;
+    std::vector<RateBeat> beats;
+    std::vector<Episode> tachy, brady;
+    std::vector<double> tachyBeatsPerHour; // bins 0 and 1 of the 2-hour recording
+    std::vector<double> bradyBeatsPerHour;
+};
+
+std::vector<RateBeat> steady(double from, double to, double medianRR, double step = 1.0)
+{
+    std::vector<RateBeat> out;
+    for (double t = from; t < to - 1e-9; t += step)
+        out.push_back({ t, medianRR });
+    return out;
+}
+
+std::vector<RateBeat> join(std::initializer_list<std::vector<RateBeat>> parts)
+{
+    std::vector<RateBeat> out;
+    for (const auto& p : parts)
+        out.insert(out.end(), p.begin(), p.end());
+    return out;
+}
+
+class Arrhythmia : public ::testing::TestWithParam<RateCase>
+{
+};
+
+void expectEpisodes(const ResultAnalyzer& a, const char* name, const std::vector<Episode>& want)
+{
+    const auto* list = resultOf<EventListResult>(a, name);
+    ASSERT_NE(list, nullptr);
+    ASSERT_EQ(list->events.size(), int(want.size())) << name;
+    for (size_t i = 0; i < want.size(); ++i) {
+        EXPECT_DOUBLE_EQ(list->events[int(i)].timestamp, want[i].start) << name;
+        EXPECT_NEAR(list->events[int(i)].duration, want[i].duration, 1e-9) << name;
+        EXPECT_DOUBLE_EQ(list->events[int(i)].value, want[i].extreme) << name;
+    }
+}
+
+TEST_P(Arrhythmia, Episodes)
+{
+    const RateCase& c = GetParam();
+    HandBeatList beats(7200.0);
+    for (const RateBeat& b : c.beats)
+        beats.add(b.time, b.rr, BeatN, b.medianRR);
+    ArrhythmiaAnalyzer a(40, 120, 5.0);
+    run(a, beats);
+
+    SCOPED_TRACE(c.name);
+    expectEpisodes(a, "tachycardiaEvents", c.tachy);
+    expectEpisodes(a, "bradycardiaEvents", c.brady);
+    EXPECT_EQ(valueOf(a, "totalTachyCount"), double(c.tachy.size()));
+    EXPECT_EQ(valueOf(a, "totalBradyCount"), double(c.brady.size()));
+    const auto* tachyBeats = resultOf<BinnedSum>(a, "tachyBeatCountPerHour");
+    const auto* bradyBeats = resultOf<BinnedSum>(a, "bradyBeatCountPerHour");
+    const auto* tachyCount = resultOf<BinnedCount>(a, "tachyCountPerHour");
+    const auto* bradyCount = resultOf<BinnedCount>(a, "bradyCountPerHour");
+    ASSERT_TRUE(tachyBeats && bradyBeats && tachyCount && bradyCount);
+    for (int h = 0; h < 2; ++h) {
+        const double wantT = c.tachyBeatsPerHour.empty() ? 0.0 : c.tachyBeatsPerHour[size_t(h)];
+        const double wantB = c.bradyBeatsPerHour.empty() ? 0.0 : c.bradyBeatsPerHour[size_t(h)];
+        EXPECT_EQ(tachyBeats->valueAt(h), wantT) << "hour " << h;
+        EXPECT_EQ(bradyBeats->valueAt(h), wantB) << "hour " << h;
+        EXPECT_EQ(tachyCount->valueAt(h), wantT > 0 ? 1.0 : 0.0) << "hour " << h;
+        EXPECT_EQ(bradyCount->valueAt(h), wantB > 0 ? 1.0 : 0.0) << "hour " << h;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Episodes, Arrhythmia,
+    ::testing::Values(
+        // 160 bpm from 10 to 14 (5 beats), 80 at 15 ends it after exactly 5.0 s
+        RateCase { "tachy of 5.0 s", join({ steady(10, 15, 0.375), steady(15, 20, 0.75) }),
+            { { 10, 5.0, 160 } }, {}, { 5, 0 }, {} },
+        // 160 bpm from 10, 80 bpm at 14.9: 4.9 s leaves no trace
+        RateCase { "tachy of 4.9 s",
+            join({ steady(10, 14.5, 0.375, 0.5), { { 14.9, 0.75 } }, steady(16, 20, 0.75) }), {},
+            {}, {}, {} },
+        // the extreme is the highest rate inside
+        RateCase { "tachy extreme",
+            join({ steady(10, 12, 0.375), steady(12, 13, 0.3125), steady(13, 16, 0.375),
+                steady(16, 18, 0.75) }),
+            { { 10, 6.0, 192 } }, {}, { 6, 0 }, {} },
+        RateCase { "exactly 120 bpm is no tachycardia", steady(10, 40, 0.5), {}, {}, {}, {} },
+        RateCase { "exactly 40 bpm is no bradycardia", steady(10, 40, 1.5), {}, {}, {}, {} },
+        // 30 bpm from 10 to 17, 37.5 at 14: lowest 30; 80 at 18 ends it after 8 s of 8 beats
+        RateCase { "brady extreme",
+            join({ steady(10, 14, 2.0), steady(14, 15, 1.6), steady(15, 18, 2.0),
+                steady(18, 22, 0.75) }),
+            {}, { { 10, 8.0, 30 } }, {}, { 8, 0 } },
+        // the beat at 15 ends the tachycardia and opens a bradycardia at once
+        RateCase { "tachy then brady",
+            join({ steady(10, 15, 0.375), steady(15, 21, 2.0), steady(21, 25, 0.75) }),
+            { { 10, 5.0, 160 } }, { { 15, 6.0, 30 } }, { 5, 0 }, { 6, 0 } },
+        // a break at 16 drops the open episode; the new one from 16 lasts only 4 s
+        RateCase { "break drops the episode",
+            join({ steady(10, 16, 0.375), { { 16, 0.375, 0.0 } }, steady(17, 20, 0.375),
+                steady(20, 24, 0.75) }),
+            {}, {}, {}, {} },
+        RateCase { "open at the end", steady(10, 100, 0.375), {}, {}, {}, {} },
+        // from 3597 to 3602: counted in hour 1, where it ended
+        RateCase { "hour of the end", join({ steady(3597, 3602, 0.375), steady(3602, 3605, 0.75) }),
+            { { 3597, 5.0, 160 } }, {}, { 0, 5 }, {} },
+        // a beat without a median RR (0 bpm) ends a bradycardia like a normal rate
+        RateCase { "no rate ends it",
+            join({ steady(10, 16, 2.0), { { 16, 0.0 } }, steady(17, 20, 0.75) }), {},
+            { { 10, 6.0, 30 } }, {}, { 6, 0 } }));
+
+TEST(Arrhythmia, LimitsAndMinimumAreParameters)
+{
+    // 80 bpm is tachycardia above 75, and 3 s is enough with a minimum of 2.5 s.
+    HandBeatList beats(7200.0);
+    for (double t = 10; t < 13; t += 1.0)
+        beats.add(t, 1.0, BeatN, 0.75);
+    beats.add(13, 1.0, BeatN, 1.0); // 60 bpm
+    ArrhythmiaAnalyzer a(30, 75, 2.5);
+    run(a, beats);
+    EXPECT_EQ(valueOf(a, "totalTachyCount"), 1.0);
+    EXPECT_EQ(valueOf(a, "totalBradyCount"), 0.0);
+}
+
+} // namespace

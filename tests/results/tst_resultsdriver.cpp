@@ -1,0 +1,257 @@
+#include "analysis/averagebeatdelineator.h"
+#include "analysis/recentbeatwindow.h"
+#include "results/beatcountanalyzer.h"
+#include "results/heartrateanalyzer.h"
+#include "results/model/resultset.h"
+#include "results/resultsdriver.h"
+#include "store/study.h"
+#include "store/studyevent.h"
+#include "tests/results/hrbeats.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using hrtest::Beats;
+
+namespace {
+
+// Writes every call into a shared log, so the order across analyzers shows.
+class Probe : public ResultAnalyzer
+{
+public:
+    Probe(std::string name, std::vector<std::string>& log)
+        : m_name(std::move(name))
+        , m_log(log)
+    {
+    }
+    void beginRecording(BeatList&) override
+    {
+        m_log.push_back(m_name + ":begin");
+        makeResult<ValueResult>("calls");
+    }
+    void addBeat(const Beat& b) override
+    {
+        m_log.push_back(m_name + ":" + std::to_string(b.index));
+        result<ValueResult>("calls")->value += 1.0;
+    }
+    void addAverageBeat(double time, RecentBeatWindow&,
+        const std::vector<AverageBeatDelineator*>& delineators) override
+    {
+        averageTimes.push_back(time);
+        delineatorCount = int(delineators.size());
+    }
+    void finishRecording() override { m_log.push_back(m_name + ":finish"); }
+
+    std::vector<double> averageTimes;
+    int delineatorCount = -1;
+
+private:
+    std::string m_name;
+    std::vector<std::string>& m_log;
+};
+
+class Recorder : public ResultsDriver::Observer
+{
+public:
+    void resultsProgress(int nextBeat) override { positions.push_back(nextBeat); }
+    void resultsFinished() override { ++finished; }
+    std::vector<int> positions;
+    int finished = 0;
+};
+
+ResultsDriver::AnalyzerMap counters()
+{
+    ResultsDriver::AnalyzerMap map;
+    map["HR"] = std::make_unique<HeartRateAnalyzer>();
+    map["count"] = std::make_unique<BeatCountAnalyzer>();
+    return map;
+}
+
+TEST(ResultsDriver, CallsAnalyzersInByteOrderOfNames)
+{
+    std::vector<std::string> log;
+    ResultsDriver::AnalyzerMap map;
+    for (const char* name : { "b", "A", "a", "B" })
+        map[name] = std::make_unique<Probe>(name, log);
+    ResultsDriver driver(std::move(map));
+    Beats beats(60.0);
+    beats.addAt(1.0, BeatN, 1.0);
+    beats.addAt(2.0, BeatN, 1.0, false); // noise: nobody sees it
+    beats.addAt(3.0, BeatV, 1.0);
+    driver.run(beats, false);
+    // Upper case sorts before lower case.
+    const std::vector<std::string> expected
+        = { "A:begin", "B:begin", "a:begin", "b:begin", "A:0", "B:0", "a:0", "b:0", "A:2", "B:2",
+              "a:2", "b:2", "A:finish", "B:finish", "a:finish", "b:finish" };
+    EXPECT_EQ(log, expected);
+}
+
+TEST(ResultsDriver, StepsTakeAtMostThousandBeats)
+{
+    struct Case
+    {
+        int beats;
+        std::vector<int> positions; // at begin, then after each step
+    };
+    const Case cases[] = {
+        { 0, { 0 } },
+        { 999, { 0, 999 } },
+        { 1000, { 0, 1000 } },
+        { 2500, { 0, 1000, 2000, 2500 } },
+    };
+    for (const Case& c : cases) {
+        Beats beats(4000.0);
+        for (int i = 0; i < c.beats; ++i)
+            beats.addAt(i * 1.0, BeatN, 1.0);
+        ResultsDriver driver(counters());
+        Recorder rec;
+        driver.addObserver(&rec);
+        std::vector<int> progress;
+        driver.run(beats, false, [&](int pos, int total) {
+            progress.push_back(pos);
+            EXPECT_EQ(total, c.beats);
+        });
+        EXPECT_EQ(rec.positions, c.positions) << c.beats;
+        EXPECT_EQ(rec.finished, 1);
+        const std::vector<int> afterSteps(c.positions.begin() + 1, c.positions.end());
+        EXPECT_EQ(progress, afterSteps) << c.beats;
+    }
+}
+
+TEST(ResultsDriver, AverageBeatWhenMoreThanTwentySecondsPassed)
+{
+    std::vector<std::string> log;
+    ResultsDriver::AnalyzerMap map;
+    map["p"] = std::make_unique<Probe>("p", log);
+    auto* probe = static_cast<Probe*>(map["p"].get());
+    ResultsDriver driver(std::move(map));
+    Beats beats(80.0, 3);
+    // Beats every 0.5 s from 0 to 70 s; the one at 20.5 s is noise. The first average comes
+    // with the first valid beat after 20.0 s (20.0 itself is not more): 21.0. The next after
+    // 21.0 + 20 = 41.0, so 41.5; then after 61.5, so 62.0.
+    for (int k = 0; k <= 140; ++k)
+        beats.addAt(k * 0.5, BeatN, 0.5, k != 41);
+    driver.run(beats, false);
+    const std::vector<double> expected = { 21.0, 41.5, 62.0 };
+    EXPECT_EQ(probe->averageTimes, expected);
+    EXPECT_EQ(probe->delineatorCount, 3); // one per channel of the signal
+}
+
+TEST(ResultsDriver, FillsOnlyMissingKeysUnlessOverwriting)
+{
+    Beats beats(600.0);
+    for (int i = 0; i < 30; ++i)
+        beats.addAt(i, BeatN, 1.0);
+    beats.addAt(40.0, BeatV, 1.0);
+
+    for (bool overwrite : { false, true }) {
+        ResultSet set;
+        set.insert("HR/avgBPM", std::make_unique<ValueResult>(123.0));
+        set.insert("count/totalCountN", std::make_unique<ValueResult>(7.0));
+        set.insert("other/kept", std::make_unique<ValueResult>(1.0));
+        ResultsDriver driver(counters());
+        driver.run(beats, false);
+        const int stored = driver.moveResults(set, overwrite);
+        // HR has 9 results, count 5.
+        EXPECT_EQ(stored, overwrite ? 14 : 12);
+        EXPECT_EQ(set.size(), 15);
+        EXPECT_EQ(set.findAs<ValueResult>("HR/avgBPM")->value, overwrite ? 60.0 : 123.0);
+        EXPECT_EQ(set.findAs<ValueResult>("count/totalCountN")->value, overwrite ? 30.0 : 7.0);
+        EXPECT_EQ(set.findAs<ValueResult>("count/totalCountV")->value, 1.0);
+        EXPECT_EQ(set.findAs<ValueResult>("HR/totalBeatCount")->value, 31.0);
+        EXPECT_TRUE(set.find("other/kept"));
+    }
+}
+
+TEST(ResultsDriver, RecordingUnderOneMinuteHasNoHourBins)
+{
+    Beats beats(59.0);
+    for (int i = 0; i < 50; ++i)
+        beats.addAt(i, i % 5 ? BeatN : BeatV, 1.0);
+    ResultsDriver driver(counters());
+    driver.run(beats, true);
+    ResultSet set;
+    driver.moveResults(set, false);
+    EXPECT_EQ(set.findAs<TTrend>("HR/beatCountPerHour")->size(), 0);
+    EXPECT_EQ(set.findAs<TTrend>("HR/avgBPMPerHour")->size(), 0);
+    EXPECT_EQ(set.findAs<ValueResult>("HR/totalBeatCount")->value, 50.0);
+    EXPECT_EQ(set.findAs<ValueResult>("count/totalCountV")->value, 10.0);
+}
+
+TEST(ResultsDriver, StandardAnalyzersInNameOrder)
+{
+    AnalysisParams params;
+    const ResultsDriver::AnalyzerMap withAfib = ResultsDriver::makeAnalyzers(params, true);
+    std::vector<QByteArray> names;
+    for (const auto& e : withAfib)
+        names.push_back(e.first);
+    const std::vector<QByteArray> expected = { "HR", "HRV", "PR", "PVC", "QT", "ST", "SVPB", "afib",
+        "arrhythmia", "bigeminy", "count", "pause", "trigeminy" };
+    EXPECT_EQ(names, expected);
+    EXPECT_EQ(ResultsDriver::makeAnalyzers(params, false).count("afib"), 0u);
+}
+
+TEST(ResultsDriver, RequiredKeysDecideWhetherToRun)
+{
+    ResultSet set;
+    EXPECT_TRUE(ResultsDriver::needsResults(set));
+    for (const QByteArray& key : ResultsDriver::requiredKeys())
+        set.insert(key, std::make_unique<ValueResult>());
+    EXPECT_FALSE(ResultsDriver::needsResults(set));
+    // The list leaves out what older studies may lack and the driver refills anyway.
+    for (const char* key : { "HR/avgBPM", "HR/totalBeatCount", "PVC/maxRun", "QT/RRTrend" })
+        EXPECT_FALSE(ResultsDriver::requiredKeys().contains(key)) << key;
+    set.remove("afib/afibTotalTime");
+    EXPECT_TRUE(ResultsDriver::needsResults(set));
+}
+
+TEST(ResultsDriver, HeartRateMarksOnlyForRatesAboveZero)
+{
+    ResultSet set;
+    set.insert("HR/minBPM", std::make_unique<EventResult>(90.0, 0.0, 48.7));
+    set.insert("HR/maxBPM", std::make_unique<EventResult>(3630.0, 0.0, 131.2));
+    StudyEventList events;
+    events.add().description = "earlier";
+    ResultsDriver::addHeartRateMarks(set, events);
+    ASSERT_EQ(events.count(), 3);
+    EXPECT_EQ(events.at(1).description, QByteArray("Minimum HR (48 bpm)"));
+    EXPECT_EQ(events.at(1).position, 90.0);
+    EXPECT_EQ(events.at(1).duration, 5.0);
+    EXPECT_TRUE(events.at(1).print);
+    EXPECT_EQ(events.at(1).index, 1);
+    EXPECT_EQ(events.at(2).description, QByteArray("Maximum HR (131 bpm)"));
+    EXPECT_EQ(events.at(2).position, 3630.0);
+
+    ResultSet none;
+    none.insert("HR/minBPM", std::make_unique<EventResult>());
+    StudyEventList empty;
+    ResultsDriver::addHeartRateMarks(none, empty);
+    EXPECT_EQ(empty.count(), 0);
+}
+
+TEST(ResultsDriver, StudyMarksComeOnlyTheFirstTime)
+{
+    Study study(1);
+    auto beats = std::make_unique<Beats>(600.0);
+    for (int i = 0; i < 60; ++i)
+        beats->addAt(i, BeatN, i < 30 ? 1.0 : 0.75); // 60 bpm, then 80 bpm
+    study.setBeats(std::move(beats));
+
+    EXPECT_TRUE(computeStudyResults(study, AnalysisParams(), false));
+    ASSERT_EQ(study.events().count(), 2);
+    EXPECT_EQ(study.events().at(0).description, QByteArray("Minimum HR (60 bpm)"));
+    EXPECT_EQ(study.events().at(1).description, QByteArray("Maximum HR (80 bpm)"));
+    EXPECT_EQ(study.events().at(1).position, 30.0);
+
+    // A hand edit survives filling, and recomputing replaces it without adding marks again.
+    study.results().findAs<ValueResult>("count/totalCountN")->value = 5.0;
+    computeStudyResults(study, AnalysisParams(), false);
+    EXPECT_EQ(study.results().findAs<ValueResult>("count/totalCountN")->value, 5.0);
+    EXPECT_TRUE(computeStudyResults(study, AnalysisParams(), true));
+    EXPECT_EQ(study.results().findAs<ValueResult>("count/totalCountN")->value, 60.0);
+    EXPECT_EQ(study.events().count(), 2);
+}
+
+} // namespace

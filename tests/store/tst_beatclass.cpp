@@ -1,0 +1,232 @@
+// BeatClass running statistics and the BeatClassSet container.
+
+#include "../analysis/classifysupport.h"
+
+#include "store/beatclass.h"
+
+#include <gtest/gtest.h>
+
+using namespace classify;
+
+namespace {
+
+struct Fixture
+{
+    std::vector<Placed> placed;
+    std::unique_ptr<MemorySource> signal;
+    MemoryBeatList list;
+
+    explicit Fixture(std::vector<Placed> p)
+        : placed(std::move(p))
+    {
+        signal = makeSignal(placed, placed.back().r + 1.0);
+        fillList(list, placed, signal.get());
+    }
+};
+
+// Three beats of different shapes, RRs and measures, so every running mean is non-trivial.
+struct ThreeBeats : Fixture
+{
+    ThreeBeats()
+        : Fixture({ { 1.0, Shape::Normal, 0.8, 1.0 }, { 2.0, Shape::Ventricular, 0.5, 1.0 },
+            { 3.0, Shape::Normal, 1.2, 0.8 } })
+    {
+        // Beat 1 has no QRS width on channel 0, so the duration mean there covers 0 and 2.
+        Beat b;
+        list.get(1, b);
+        b.measureSet[0][Beat::QrsDuration] = false;
+        b.setChannelMeasure(1, Beat::PPolarity, -1.0);
+        list.replace(b);
+        list.get(2, b);
+        b.setChannelMeasure(0, Beat::QrsDuration, 0.10);
+        list.replace(b);
+    }
+};
+
+// Expected statistics of a set of members, computed directly as plain means.
+struct Expected
+{
+    double qrs[2] = {}, p[2] = {}, t[2] = {}, dur[2] = {};
+    int durCount[2] = {};
+    double rr = 0.0, ratio = 0.0;
+    std::vector<double> templ[2];
+};
+
+Expected expectedOf(Fixture& f, const std::vector<int>& members)
+{
+    Expected e;
+    const double n = double(members.size());
+    for (int c = 0; c < 2; ++c)
+        e.templ[c].assign(125, 0.0);
+    for (int idx : members) {
+        Beat b;
+        f.list.get(idx, b);
+        for (int c = 0; c < 2; ++c) {
+            e.qrs[c] += b.measure[c][Beat::QrsPolarity] / n;
+            e.p[c] += b.measure[c][Beat::PPolarity] / n;
+            e.t[c] += b.measure[c][Beat::TPolarity] / n;
+            if (b.measureSet[c][Beat::QrsDuration]) {
+                e.dur[c] += b.measure[c][Beat::QrsDuration];
+                ++e.durCount[c];
+            }
+            const auto w = rawWindow(*f.signal, c, qint64((b.measure0() - 0.2) * 250), 125);
+            for (int k = 0; k < 125; ++k)
+                e.templ[c][size_t(k)] += w[size_t(k)] / n;
+        }
+        e.rr += b.rr() / n;
+        e.ratio += b.rr() / b.medianRR() / n;
+    }
+    for (int c = 0; c < 2; ++c)
+        e.dur[c] = e.durCount[c] ? e.dur[c] / e.durCount[c] : 0.0;
+    return e;
+}
+
+void expectStatistics(const BeatClass& cls, const Expected& e)
+{
+    for (int c = 0; c < 2; ++c) {
+        EXPECT_NEAR(cls.qrsPolarity[c], e.qrs[c], 1e-9) << "channel " << c;
+        EXPECT_NEAR(cls.pPolarity[c], e.p[c], 1e-9) << "channel " << c;
+        EXPECT_NEAR(cls.tPolarity[c], e.t[c], 1e-9) << "channel " << c;
+        EXPECT_EQ(cls.qrsCount[c], e.durCount[c]) << "channel " << c;
+        EXPECT_NEAR(cls.qrsDuration[c], e.dur[c], 1e-9) << "channel " << c;
+        ASSERT_EQ(cls.templ[c].size(), 125);
+        for (int k = 0; k < 125; ++k)
+            ASSERT_NEAR(cls.templ[c][k], e.templ[c][size_t(k)], 1e-6) << "sample " << k;
+    }
+    EXPECT_NEAR(cls.meanRr, e.rr, 1e-12);
+    EXPECT_NEAR(cls.meanRrRatio, e.ratio, 1e-12);
+}
+
+} // namespace
+
+TEST(BeatClassSet, StartsWithClassesZeroAndMinusOneOutsideTheMap)
+{
+    BeatClassSet set;
+    EXPECT_EQ(set.classCount(), 0);
+    ASSERT_NE(set.classZero(), nullptr);
+    ASSERT_NE(set.classNone(), nullptr);
+    EXPECT_EQ(set.classZero()->id, 0);
+    EXPECT_EQ(set.classNone()->id, -1);
+    EXPECT_EQ(set.find(0), nullptr);
+    EXPECT_EQ(set.first(), nullptr);
+}
+
+TEST(BeatClassSet, CreateRaisesLargestIdAndCreateNextFollowsIt)
+{
+    BeatClassSet set;
+    BeatClass* a = set.create(10003);
+    EXPECT_EQ(a->type, -1);
+    EXPECT_EQ(set.create(10003), a) << "creating an existing id gives the same class";
+    set.create(10001);
+    EXPECT_EQ(set.largestId(), 10003);
+    EXPECT_EQ(set.createNext()->id, 10004);
+    EXPECT_EQ(set.classCount(), 3);
+    a->setType(BeatU);
+    EXPECT_EQ(a->type, 0);
+    EXPECT_EQ(a->typeName, QByteArray("U"));
+}
+
+TEST(BeatClassSet, IteratesInIdOrderAndSurvivesRemovingTheCurrentClass)
+{
+    BeatClassSet set;
+    for (int id : { 7, 3, 5, 9 })
+        set.create(id);
+    std::vector<int> seen;
+    for (BeatClass* c = set.first(); c; c = set.next()) {
+        seen.push_back(c->id);
+        if (c->id == 5)
+            set.remove(5);
+    }
+    EXPECT_EQ(seen, (std::vector<int> { 3, 5, 7, 9 }));
+    EXPECT_EQ(set.find(5), nullptr);
+    EXPECT_EQ(set.classCount(), 3);
+}
+
+TEST(BeatClass, RunningMeansEqualPlainMeansOfTheMembers)
+{
+    ThreeBeats f;
+    BeatClassSet set(f.signal.get(), &f.list);
+    BeatClass* cls = set.create(1);
+    for (int i = 0; i < 3; ++i)
+        cls->add(i, true);
+    expectStatistics(*cls, expectedOf(f, { 0, 1, 2 }));
+}
+
+TEST(BeatClass, RemovingAMemberReversesItsContribution)
+{
+    ThreeBeats f;
+    BeatClassSet set(f.signal.get(), &f.list);
+    BeatClass* cls = set.create(1);
+    for (int i = 0; i < 3; ++i)
+        cls->add(i, true);
+    ASSERT_TRUE(cls->removeMember(1, true));
+    EXPECT_FALSE(cls->removeMember(1, true)) << "not a member any more";
+    EXPECT_EQ(cls->members, (std::vector<int> { 0, 2 }));
+    expectStatistics(*cls, expectedOf(f, { 0, 2 }));
+
+    cls->removeMember(0, true);
+    cls->removeMember(2, true);
+    EXPECT_TRUE(cls->members.empty());
+    EXPECT_EQ(cls->meanRr, 0.0);
+    EXPECT_EQ(cls->qrsDuration[0], 0.0);
+    EXPECT_EQ(cls->qrsCount[0], 0);
+    for (double x : cls->templ[1])
+        ASSERT_EQ(x, 0.0);
+}
+
+TEST(BeatClass, MeanRrSkipsBeatsWithoutRrButWeighsByMemberCount)
+{
+    Fixture f({ { 1.0, Shape::Normal, 0.8, 1.0 }, { 2.0, Shape::Normal, 0.0, 1.0 } });
+    BeatClassSet set(f.signal.get(), &f.list);
+    BeatClass* cls = set.create(1);
+    cls->add(0, false);
+    cls->add(1, false);
+    // Second beat: n = 2, the RR update is skipped, so the mean stays at the first value.
+    EXPECT_DOUBLE_EQ(cls->meanRr, 0.8);
+    EXPECT_DOUBLE_EQ(cls->meanRrRatio, 0.8);
+}
+
+TEST(BeatClassSet, MergeWeighsEveryMeanByMemberCounts)
+{
+    ThreeBeats f;
+    BeatClassSet set(f.signal.get(), &f.list);
+    BeatClass* a = set.create(10001);
+    BeatClass* b = set.create(10002);
+    a->add(1, true);
+    b->add(0, true);
+    b->add(2, true);
+    set.merge(10001, 10002);
+    EXPECT_EQ(set.find(10002), nullptr);
+    ASSERT_EQ(set.find(10001), a);
+    EXPECT_EQ(a->members, (std::vector<int> { 1, 0, 2 }));
+    expectStatistics(*a, expectedOf(f, { 0, 1, 2 }));
+
+    set.merge(10001, 10001);
+    set.merge(10001, 42);
+    EXPECT_EQ(set.classCount(), 1) << "self and missing merges do nothing";
+}
+
+TEST(BeatClass, ShapeAveragesAtMostTheFirst200Members)
+{
+    // 200 normal beats followed by 50 ventricular ones: the shape must be the normal one.
+    std::vector<Placed> p = regular(1.0, 1.0, 200);
+    for (int i = 0; i < 50; ++i)
+        p.push_back({ 201.0 + i, Shape::Ventricular, 1.0, 1.0 });
+    Fixture f(p);
+    BeatClassSet set(f.signal.get(), &f.list);
+    BeatClass* cls = set.create(1);
+    EXPECT_EQ(cls->shape(0), QVector<double>(125, 0.0)) << "no members gives zeros";
+    for (int i = 0; i < 250; ++i)
+        cls->add(i, false);
+    const QVector<double> s = cls->shape(1);
+    std::vector<double> expected(125, 0.0);
+    for (int i = 0; i < 200; ++i) {
+        const auto w = rawWindow(*f.signal, 1, qint64((p[size_t(i)].r - 0.2) * 250), 125);
+        for (int k = 0; k < 125; ++k)
+            expected[size_t(k)] += w[size_t(k)] / 200.0;
+    }
+    ASSERT_EQ(s.size(), 125);
+    for (int k = 0; k < 125; ++k)
+        ASSERT_NEAR(s[k], expected[size_t(k)], 1e-6) << "sample " << k;
+    EXPECT_EQ(cls->shape(3), QVector<double>(125, 0.0)) << "a channel the source lacks";
+}

@@ -1,0 +1,127 @@
+// Runs all five processing stages (StudyProcessor) on every record of an MIT-BIH folder,
+// writes one .test annotation file per record (N 1, V 5, S 9, F 6, U 13; noise entries left
+// out) and prints the EC57 beat comparison: QRS, VEB and SVEB per record and gross (first
+// 5 min left out).
+//   mitdb_process_eval [--data DIR] [--keep DIR] [--json] [RECORD...]
+
+#include "analysis/memorybeatlist.h"
+#include "analysis/studyprocessor.h"
+#include "recorder/wfdbannotation.h"
+#include "recorder/wfdbrecord.h"
+#include "store/study.h"
+#include "tools/evaluation/evaluationreport.h"
+#include "tools/evaluation/recordevaluation.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <memory>
+
+namespace {
+
+int wfdbCode(int type)
+{
+    switch (type) {
+    case BeatN:
+        return 1;
+    case BeatV:
+        return 5;
+    case BeatS:
+        return 9;
+    case BeatF:
+        return 6;
+    default:
+        return 13;
+    }
+}
+
+// Processes one record in memory and returns its labelled beats as annotations.
+QVector<WfdbAnnotation> processRecord(const QString& recordPath)
+{
+    Study study;
+    auto raw = std::make_unique<WfdbSource>(recordPath);
+    const double rate = raw->samplingRate();
+    study.setSignal(std::move(raw));
+    auto list = std::make_unique<MemoryBeatList>();
+    MemoryBeatList* beats = list.get();
+    study.setBeats(std::move(list));
+    StudyProcessor processor(&study);
+    processor.setAutoDelete(false);
+    bool finished = false;
+    QObject::connect(&processor, &StudyProcessor::done, [&finished] { finished = true; });
+    processor.run();
+    if (!finished)
+        throw std::runtime_error("processing did not finish: " + recordPath.toStdString());
+
+    QVector<WfdbAnnotation> out;
+    for (const Beat& b : beats->beats()) {
+        if (!b.isBeat)
+            continue;
+        WfdbAnnotation a;
+        a.sample = qint64(std::llround(b.timing[Beat::RTime] * rate));
+        a.code = wfdbCode(b.type);
+        out.push_back(a);
+    }
+    return out;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QStringList args = app.arguments().mid(1);
+    QString dataDir = QDir(app.applicationDirPath()).filePath("../../../shared/data/mitdb");
+    if (!QDir(dataDir).exists())
+        dataDir = "/work/shared/data/mitdb";
+    QString keepDir;
+    bool json = false;
+    QStringList records;
+    for (int i = 0; i < args.size(); ++i) {
+        if (args[i] == "--data" && i + 1 < args.size())
+            dataDir = args[++i];
+        else if (args[i] == "--keep" && i + 1 < args.size())
+            keepDir = args[++i];
+        else if (args[i] == "--json")
+            json = true;
+        else
+            records << args[i];
+    }
+    QDir data(dataDir);
+    if (records.isEmpty())
+        for (const QString& f : data.entryList({ "*.atr" }, QDir::Files, QDir::Name))
+            records << f.chopped(4);
+    if (records.isEmpty()) {
+        std::fprintf(stderr, "no records (*.atr) in %s\n", qPrintable(dataDir));
+        return 1;
+    }
+
+    QTemporaryDir temp;
+    const QString outDir = keepDir.isEmpty() ? temp.path() : keepDir;
+    QDir().mkpath(outDir);
+    QTextStream out(stdout);
+    EvaluationOptions options;
+    QVector<RecordEvaluation> results;
+    try {
+        for (const QString& rec : records) {
+            std::fprintf(stderr, "%s\n", qPrintable(rec));
+            const QString testPath = QDir(outDir).filePath(rec + ".test");
+            writeWfdbAnnotations(testPath, processRecord(data.filePath(rec)));
+            results.push_back(evaluateRecord(data.filePath(rec + ".atr"), testPath, options));
+        }
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "%s\n", e.what());
+        return 1;
+    }
+    if (json)
+        out << QJsonDocument(evaluationJson(results, options)).toJson(QJsonDocument::Indented);
+    else
+        out << formatEvaluationTables(results, options);
+    return 0;
+}
