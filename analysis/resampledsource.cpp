@@ -39,7 +39,9 @@ void ResampledSource::followCounts()
 {
     const qint64 count = m_source ? qint64(double(m_source->sampleCount()) * m_factor) : 0;
     setSampleCount(count);
-    setBlockCount(int(count / blockSize()));
+    // The last, partial block is offered with its tail zeroed, as a sample file offers it:
+    // otherwise the final seconds of every recording would read as flat and lose their beats.
+    setBlockCount(int((count + blockSize() - 1) / blockSize()));
 }
 
 void ResampledSource::signalChanged(SignalSource* source)

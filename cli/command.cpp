@@ -118,7 +118,8 @@ const char kExportHelp[] =
 
 const char kEvaluateHelp[] =
     "Each REF/TEST pair is two annotation files of one record; the rate comes from the\n"
-    "REF record's header beside it (REF without extension + .hea) or --fs.\n"
+    "REF record's header beside it (REF without extension + .hea) or --fs. Stretches of\n"
+    "ventricular flutter marked in REF ('[' to ']') are left out, as EC57 does.\n"
     "  --start SECONDS           learning period left out of the comparison (default 300)\n"
     "  --fs HZ                   sample rate when there is no header\n"
     "  --json                    print the table as JSON\n";

@@ -52,7 +52,7 @@ TEST(ResampledSource, TakesLayoutOfWrappedSource)
     EXPECT_DOUBLE_EQ(r.gainMax(), 450.0);
     EXPECT_DOUBLE_EQ(r.gainStep(), src.gainStep());
     EXPECT_EQ(r.sampleCount(), 50);
-    EXPECT_EQ(r.blockCount(), 1); // 50 / 32, whole blocks only
+    EXPECT_EQ(r.blockCount(), 2); // 50 / 32 rounded up: the last block is partial
     EXPECT_TRUE(r.decimates());
     EXPECT_EQ(r.step(), 2);
 }
@@ -80,14 +80,20 @@ TEST(ResampledSource, TwoHundredToTwoFiftyInterpolatesLinearly)
     src.setSamples({ s });
     ResampledSource r(&src, 250);
     ASSERT_EQ(r.sampleCount(), 16); // 13 * 1.25 = 16.25
-    ASSERT_EQ(r.blockCount(), 3);
+    ASSERT_EQ(r.blockCount(), 4); // the fourth holds the one remaining sample
     EXPECT_FALSE(r.decimates());
     // Output i sits at source position 0.8 i, so its exact value is 5.6 i - 20; (int) cuts
     // toward zero: -14.4 -> -14, 2.4 -> 2.
     EXPECT_EQ(block(r, 0, 0), (std::vector<qint16> { -20, -14, -8, -3, 2 }));
     EXPECT_EQ(block(r, 0, 1), (std::vector<qint16> { 8, 13, 19, 24, 30 }));
     EXPECT_EQ(block(r, 0, 2), (std::vector<qint16> { 36, 41, 47, 52, 58 }));
-    EXPECT_TRUE(block(r, 0, 3).empty()); // beyond the end: nothing
+    // The partial block: sample 15 sits at source position 12 (64); past it the source reads
+    // zeros, so the block's tail is the interpolation towards zero and then zero, and reads
+    // through readSamples stop at the last real sample.
+    EXPECT_EQ(block(r, 0, 3), (std::vector<qint16> { 64, 12, 0, 0, 0 }));
+    EXPECT_EQ(r.sampleAt(0, 15), 64);
+    EXPECT_EQ(r.sampleAt(0, 16), 0);
+    EXPECT_TRUE(block(r, 0, 4).empty()); // beyond the end: nothing
 }
 
 TEST(ResampledSource, UpsamplingNeverReadsPastItsBuffer)
@@ -123,7 +129,8 @@ TEST(ResampledSource, FollowsAppendsToTheWrappedSource)
     ResampledSource r(&src, 250);
     CountingListener listener;
     r.addListener(&listener);
-    EXPECT_EQ(r.blockCount(), 0);
+    EXPECT_EQ(r.blockCount(), 1);
+    EXPECT_EQ(block(r, 0, 0), (std::vector<qint16> { 2, 2, 0, 0 })); // partial, zero tail
     src.append({ { 4, 4, 4, 4 } });
     EXPECT_EQ(listener.changes, 1);
     EXPECT_EQ(r.sampleCount(), 4);

@@ -257,3 +257,36 @@ TEST(BeatComparison, GrossSumsCounts)
     EXPECT_EQ(a.referenceBeats(), 3);
     EXPECT_EQ(a.testBeats(), 3);
 }
+
+TEST(BeatComparison, FlutterStretchesAreLeftOut)
+{
+    constexpr int FLUTTER_ON = 32, FLUTTER_OFF = 33;
+    using A_ = AamiClass;
+    // Reference: N at 1 s, flutter from 2 s to 5 s with a reference V inside at 3 s, N at 6 s.
+    // Test: N at 1 s, three beats inside the flutter (one on the V), N at 6 s. Inside the
+    // stretch nothing counts: neither the extra beats nor the V.
+    const std::vector<Ann> ref = { { 1000, N }, { 2000, FLUTTER_ON }, { 3000, V },
+        { 5000, FLUTTER_OFF }, { 6000, N } };
+    const std::vector<Ann> test = { { 1000, N }, { 2500, N }, { 3000, V }, { 4500, V },
+        { 6000, N } };
+    BeatConfusion m = compare(ref, test);
+    EXPECT_EQ(m.qrs().tp, 2);
+    EXPECT_EQ(m.qrs().fp, 0);
+    EXPECT_EQ(m.qrs().fn, 0);
+    EXPECT_EQ(m.count(A_::V, A_::V), 0);
+
+    // Without the exclusion the same pair has 3 matches and 2 extra beats.
+    BeatComparisonOptions o;
+    o.samplingRate = 1000.0;
+    o.startSeconds = 0.0;
+    o.excludeFlutter = false;
+    m = compareBeats(annotations(ref), annotations(test), o);
+    EXPECT_EQ(m.qrs().tp, 3);
+    EXPECT_EQ(m.qrs().fp, 2);
+
+    // An onset with no end runs to the end of the record.
+    const auto open = flutterStretches(annotations({ { 100, FLUTTER_ON }, { 900, N } }));
+    ASSERT_EQ(open.size(), 1);
+    EXPECT_EQ(open[0].first, 100);
+    EXPECT_GT(open[0].second, 1000000);
+}

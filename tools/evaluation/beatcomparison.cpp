@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 
 std::optional<AamiClass> aamiClassOfCode(int code)
 {
@@ -156,9 +157,35 @@ struct Candidate
 
 } // namespace
 
+QVector<QPair<qint64, qint64>> flutterStretches(const QVector<WfdbAnnotation>& reference)
+{
+    constexpr int kFlutterOnset = 32, kFlutterEnd = 33;
+    QVector<QPair<qint64, qint64>> stretches;
+    qint64 onset = -1;
+    for (const WfdbAnnotation& a : reference) {
+        if (a.code == kFlutterOnset && onset < 0)
+            onset = a.sample;
+        else if (a.code == kFlutterEnd && onset >= 0) {
+            stretches.append({ onset, a.sample });
+            onset = -1;
+        }
+    }
+    if (onset >= 0)
+        stretches.append({ onset, std::numeric_limits<qint64>::max() });
+    return stretches;
+}
+
 BeatConfusion compareBeats(const QVector<WfdbAnnotation>& reference,
     const QVector<WfdbAnnotation>& test, const BeatComparisonOptions& options)
 {
+    const QVector<QPair<qint64, qint64>> excluded =
+        options.excludeFlutter ? flutterStretches(reference) : QVector<QPair<qint64, qint64>>();
+    auto isExcluded = [&excluded](qint64 sample) {
+        for (const auto& s : excluded)
+            if (sample >= s.first && sample <= s.second)
+                return true;
+        return false;
+    };
     const QVector<TimedBeat> ref = beatsOf(reference);
     const QVector<TimedBeat> tst = beatsOf(test);
     // Sample numbers are whole; the small slack keeps a distance of exactly the window (150 ms
@@ -198,13 +225,14 @@ BeatConfusion compareBeats(const QVector<WfdbAnnotation>& reference,
 
     BeatConfusion m;
     for (int i = 0; i < ref.size(); ++i) {
-        if (double(ref[i].sample) < startSample)
+        if (double(ref[i].sample) < startSample || isExcluded(ref[i].sample))
             continue;
         const int j = refPartner[i];
         m.add(ref[i].cls, j >= 0 ? tst[j].cls : AamiClass::None);
     }
     for (int j = 0; j < tst.size(); ++j)
-        if (testPartner[j] < 0 && double(tst[j].sample) >= startSample)
+        if (testPartner[j] < 0 && double(tst[j].sample) >= startSample
+            && !isExcluded(tst[j].sample))
             m.add(AamiClass::None, tst[j].cls);
     return m;
 }

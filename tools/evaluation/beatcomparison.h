@@ -61,7 +61,14 @@ struct BeatComparisonOptions
     double samplingRate = 360.0; // Hz, of the annotation sample numbers of both files
     double matchWindowSeconds = 0.150;
     double startSeconds = 300.0; // learning period left out
+    // Stretches of ventricular flutter or fibrillation, marked in the reference from "[" (code
+    // 32) to "]" (code 33), are left out as EC57 leaves them out: there are no beats to match.
+    bool excludeFlutter = true;
 };
+
+// The [start, end] sample stretches of ventricular flutter/fibrillation in a reference; an
+// onset without an end runs to the end of the record.
+QVector<QPair<qint64, qint64>> flutterStretches(const QVector<WfdbAnnotation>& reference);
 
 // Matches the beats of `test` to those of `reference` and fills the confusion matrix.
 //
