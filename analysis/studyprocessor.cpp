@@ -23,7 +23,10 @@ QString withStageNumbers(const QString& text, int stage)
 
 } // namespace
 
-StudyProcessor::StudyProcessor(Study* study) : m_study(study) {}
+StudyProcessor::StudyProcessor(Study* study)
+    : m_study(study)
+{
+}
 
 StudyProcessor::~StudyProcessor() = default;
 

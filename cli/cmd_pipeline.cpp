@@ -65,18 +65,21 @@ Outcome runProcessor(CliContext& ctx, Study* study, const ProcessingOptions& opt
     QEventLoop loop;
     Outcome outcome = Outcome::Failed;
     std::string failure;
-    QObject::connect(&processor, &StudyProcessor::progress, &loop,
+    QObject::connect(
+        &processor, &StudyProcessor::progress, &loop,
         [&ctx](const QString& status, double percent) {
             ctx.progress(status, int(std::floor(std::min(percent, 100.0))));
         },
         Qt::QueuedConnection);
-    QObject::connect(&processor, &StudyProcessor::done, &loop,
+    QObject::connect(
+        &processor, &StudyProcessor::done, &loop,
         [&] {
             outcome = Outcome::Done;
             loop.quit();
         },
         Qt::QueuedConnection);
-    QObject::connect(&processor, &StudyProcessor::cancelled, &loop,
+    QObject::connect(
+        &processor, &StudyProcessor::cancelled, &loop,
         [&] {
             outcome = Outcome::Cancelled;
             loop.quit();
@@ -175,7 +178,9 @@ int runProcess(CliContext& ctx, const QStringList& argv)
 int runAnalyze(CliContext& ctx, const QStringList& argv)
 {
     QStringList valueOptions = importValueOptions();
-    valueOptions << "annotations" << "json" << "pdf" << kProcessValueOptions;
+    valueOptions << "annotations"
+                 << "json"
+                 << "pdf" << kProcessValueOptions;
     Args args(argv, valueOptions, kProcessFlags);
     args.expectPositionals(1, 1, "SOURCE");
     // Refused before the long work starts.

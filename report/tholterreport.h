@@ -1,9 +1,12 @@
 #pragma once
 
+#include "results/analysisparams.h"
+
 #include <QByteArray>
 #include <QDateTime>
 #include <QMap>
 #include <QObject>
+#include <QPainter>
 #include <QRect>
 #include <QString>
 #include <QVariant>
@@ -14,7 +17,6 @@
 
 class DisplayFilterChain;
 class PlotGraphic;
-class QPainter;
 class Result;
 class SignalSource;
 class Study;
@@ -148,5 +150,6 @@ private:
     QMap<int, int> m_stripEvents;
     QMap<int, int> m_compressedEvents;
     QMap<QByteArray, QString> m_formats;
+    AnalysisParams m_params; // with the user's limits, read by prepare()
     std::unique_ptr<DisplayFilterChain> m_filters; // built on the first strip of a run
 };

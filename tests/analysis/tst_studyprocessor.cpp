@@ -32,15 +32,17 @@ std::unique_ptr<MemorySource> makeSignal(bool noisy, double seconds = kSeconds)
     std::vector<std::vector<qint16>> ch = { detecttest::ecg(r, seconds, 800.0),
         detecttest::ecg(r, seconds, -500.0, -80.0), detecttest::ecg(r, seconds, 600.0) };
     if (noisy) {
+        // Each channel its own spikes, so the channels disagree as they do under artefact.
         std::mt19937 rng(11);
         std::uniform_real_distribution<double> at(kNoiseFrom, kNoiseTo);
-        std::vector<double> spikes;
-        for (int i = 0; i < 120; ++i)
-            spikes.push_back(at(rng));
-        const std::vector<qint16> burst = detecttest::ecg(spikes, seconds, 900.0, 0.0);
-        for (auto& c : ch)
+        for (auto& c : ch) {
+            std::vector<double> spikes;
+            for (int i = 0; i < 60; ++i)
+                spikes.push_back(at(rng));
+            const std::vector<qint16> burst = detecttest::ecg(spikes, seconds, 900.0, 0.0);
             for (size_t i = 0; i < c.size(); ++i)
                 c[i] = qint16(c[i] + burst[i]);
+        }
     }
     auto source = std::make_unique<MemorySource>(3, detecttest::kRate, 1024);
     source->setSamples(ch);
@@ -105,8 +107,8 @@ TEST(StudyProcessor, StageTextsCarryTheirNumbers)
     EXPECT_EQ(StudyProcessor::stageStatus(2), QString("Processing 2 of 5: Noise checking"));
     EXPECT_EQ(StudyProcessor::stageStatus(3), QString("Processing 3 of 5: Beat classification"));
     EXPECT_EQ(StudyProcessor::stageStatus(4), QString("Processing 4 of 5: Type assignment"));
-    EXPECT_EQ(StudyProcessor::stageStatus(5),
-        QString("Processing 5 of 5: Additional noise removal"));
+    EXPECT_EQ(
+        StudyProcessor::stageStatus(5), QString("Processing 5 of 5: Additional noise removal"));
     EXPECT_TRUE(StudyProcessor::stageStatus(0).isEmpty());
     EXPECT_TRUE(StudyProcessor::stageStatus(6).isEmpty());
 }
@@ -164,20 +166,25 @@ TEST(StudyProcessor, CompleteRunLabelsEveryBeatAndEndsWithDone)
     const int entries = s.list->count();
     EXPECT_EQ(noiseSteps, (entries + 99) / 100);
 
-    // One beat per R wave (the first and last may fall off the edges), all normal and in a class.
-    const int expected = int(detecttest::regular(0.6, kRr, kSeconds - 0.7).size());
-    int beats = 0, normal = 0, classed = 0;
+    // Away from the edges, where detection and classification are still learning or the signal
+    // runs out: one beat per R wave, each normal and in a class.
+    std::vector<double> rTimes;
+    for (double r : detecttest::regular(0.6, kRr, kSeconds - 0.7))
+        if (r > 5.0 && r < kSeconds - 10.0)
+            rTimes.push_back(r);
+    std::vector<const Beat*> inner;
     for (const Beat& b : s.list->beats()) {
         EXPECT_LT(b.windowStart, kSeconds) << "the stale entry survived";
-        if (!b.isBeat)
-            continue;
-        ++beats;
-        normal += b.type == BeatN;
-        classed += b.classId != 0;
+        const double r = b.timing[Beat::RTime];
+        if (b.isBeat && r > 5.0 + 0.1 && r < kSeconds - 10.0 + 0.1)
+            inner.push_back(&b);
     }
-    EXPECT_NEAR(beats, expected, 2);
-    EXPECT_GE(normal, beats - 2);
-    EXPECT_EQ(classed, beats);
+    ASSERT_EQ(inner.size(), rTimes.size());
+    for (size_t i = 0; i < inner.size(); ++i) {
+        EXPECT_NEAR(inner[i]->timing[Beat::RTime], rTimes[i], 0.05) << i;
+        EXPECT_EQ(inner[i]->type, BeatN) << rTimes[i];
+        EXPECT_NE(inner[i]->classId, 0) << rTimes[i];
+    }
 }
 
 // Cancelling when stage k first reports progress after its start.
@@ -229,24 +236,26 @@ TEST_P(CancelInStage, StopsWithCancelledAndLeavesTheStageBehind)
     if (stage == 3) {
         // One batch of 100 entries was classified; type assignment wrote those, the rest were
         // never looked at.
-        int typedBefore = 0, classedAfter = 0;
+        int before = 0, classedBefore = 0, normalBefore = 0, classedAfter = 0;
         for (const Beat& b : s.list->beats()) {
             if (!b.isBeat)
                 continue;
-            if (b.index < BeatClassifier::kStepEntries)
-                typedBefore += b.classId != 0 && b.type == BeatN;
-            else
+            if (b.index < BeatClassifier::kStepEntries) {
+                ++before;
+                classedBefore += b.classId != 0;
+                normalBefore += b.type == BeatN;
+            } else {
                 classedAfter += b.classId != 0;
+            }
         }
-        EXPECT_GT(typedBefore, 50);
+        EXPECT_EQ(classedBefore, before);
+        EXPECT_GT(normalBefore, 10);
         EXPECT_EQ(classedAfter, 0);
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Stages, CancelInStage, ::testing::Values(1, 2, 3),
-    [](const ::testing::TestParamInfo<int>& info) {
-        return "Stage" + std::to_string(info.param);
-    });
+    [](const ::testing::TestParamInfo<int>& info) { return "Stage" + std::to_string(info.param); });
 
 TEST(StudyProcessor, CancelBeforeRunIsForgottenAtTheStart)
 {
@@ -306,9 +315,9 @@ TEST(StudyProcessor, PoolRunDeliversQueuedSignalsToTheCreatorsThread)
     QSignalSpy doneSpy(task, &StudyProcessor::done);
     std::vector<QString> texts;
     QObject receiver;
-    QObject::connect(task, &StudyProcessor::progress, &receiver,
-        [&texts](const QString& status, double) { texts.push_back(status); },
-        Qt::QueuedConnection);
+    QObject::connect(
+        task, &StudyProcessor::progress, &receiver,
+        [&texts](const QString& status, double) { texts.push_back(status); }, Qt::QueuedConnection);
     QThreadPool::globalInstance()->start(task, 0);
     ASSERT_TRUE(doneSpy.wait(60000));
     QThreadPool::globalInstance()->waitForDone();
@@ -328,7 +337,8 @@ TEST(StudyProcessor, CancelFromAnotherThreadStopsAPoolRun)
     QSignalSpy doneSpy(&task, &StudyProcessor::done);
     QObject receiver;
     // Cancel on the first progress of stage 1 that reaches this thread.
-    QObject::connect(&task, &StudyProcessor::progress, &receiver,
+    QObject::connect(
+        &task, &StudyProcessor::progress, &receiver,
         [&task](const QString&, double pct) {
             if (pct > 0.0)
                 task.cancel();
@@ -340,18 +350,4 @@ TEST(StudyProcessor, CancelFromAnotherThreadStopsAPoolRun)
     EXPECT_EQ(doneSpy.count(), 0);
     // An hour holds 4500 beats; stopping in detection leaves far fewer.
     EXPECT_LT(s.list->count(), 4000);
-}
-TEST(Debug, Dump)
-{
-    for (bool noisy : {false, true}) {
-    detecttest::DetectionRun run(*makeSignal(noisy));
-    std::vector<bool> detected = beatFlags(run.beats);
-    NoiseChecker checker(run.beats);
-    while (checker.index < run.beats.count()) checker.step();
-    double mx = 0; for (double v : checker.noiseIndex) mx = std::max(mx, v);
-    printf("noisy %d entries %d max noise index %f\n", noisy, run.beats.count(), mx);
-    int n = 0;
-    for (const Beat& b : run.beats.beats()) { if (n++ < 60 || b.timing[0] > 295) printf("%.3f %d | ", b.timing[0], b.isBeat); }
-    printf("\n");
-    }
 }

@@ -1,0 +1,587 @@
+#include "tests/report/holterreportstudy.h"
+
+#include "report/reporttemplate.h"
+#include "report/tholterreport.h"
+#include "report/treportengine.h"
+#include "resources/holterresources.h"
+#include "results/analysisparams.h"
+#include "results/model/result.h"
+#include "results/model/trend.h"
+#include "results/resultsdriver.h"
+#include "store/study.h"
+#include "tests/support/testsupport.h"
+
+#include <QProcess>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+using reportstudy::makeStudy;
+
+namespace {
+
+const double kHour = 3600.0;
+
+template <typename T>
+T* put(Study& s, const char* key, std::unique_ptr<T> r)
+{
+    T* raw = r.get();
+    s.results().insert(key, std::move(r));
+    return raw;
+}
+
+void putValue(Study& s, const char* key, double v)
+{
+    put(s, key, std::make_unique<ValueResult>(v));
+}
+
+QString toString(const QStringList& l)
+{
+    return l.join(QLatin1Char('|'));
+}
+
+// The text of a PDF laid out as on the page, pages split by form feeds; empty without
+// pdftotext.
+QString pdfText(const QString& pdf)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("pdftotext")).isEmpty())
+        return QString();
+    QProcess p;
+    p.start(QStringLiteral("pdftotext"), { QStringLiteral("-layout"), pdf, QStringLiteral("-") });
+    p.waitForFinished(60000);
+    return QString::fromUtf8(p.readAllStandardOutput());
+}
+
+// The line of a page's text that holds `label`, squeezed of repeated blanks.
+QString lineWith(const QString& text, const QString& label)
+{
+    for (const QString& line : text.split(QLatin1Char('\n'))) {
+        if (line.contains(label))
+            return line.simplified();
+    }
+    return QString();
+}
+
+} // namespace
+
+// ---- placeholders, one row per rule -------------------------------------------------------
+
+struct ValueCase
+{
+    const char* what;
+    std::function<void(Study&, THolterReport&)> setup;
+    QString name;
+    int recNo;
+    int page;
+    QString expected;
+};
+
+TEST(HolterReportValues, EachPlaceholderFollowsItsRule)
+{
+    // A 25-hour study starting 05/03/2024 08:30:42, shown from 08:30.
+    auto none = [](Study&, THolterReport&) {};
+    const std::vector<ValueCase> cases = {
+        { "zero count", [](Study& s, THolterReport&) { putValue(s, "PVC/coupletCount", 0.0); },
+            "results/PVC/coupletCount", 0, 0, "-" },
+        { "absent count", none, "results/PVC/coupletCount", 0, 0, "-" },
+        { "count", [](Study& s, THolterReport&) { putValue(s, "PVC/coupletCount", 7.0); },
+            "results/PVC/coupletCount", 0, 0, "7" },
+        { "rare PVCs",
+            [](Study& s, THolterReport&) {
+                putValue(s, "PVC/totalCount", 3.0);
+                putValue(s, "HR/totalBeatCount", 100000.0);
+            },
+            "pvcTotalCount", 0, 0, "3 (< 0.1%)" },
+        { "SVPB percent",
+            [](Study& s, THolterReport&) {
+                putValue(s, "SVPB/totalCount", 250.0);
+                putValue(s, "HR/totalBeatCount", 10000.0);
+            },
+            "svpbTotalCount", 0, 0, "250 (2.5%)" },
+        { "PVCs without total", [](Study& s, THolterReport&) { putValue(s, "PVC/totalCount", 3); },
+            "pvcTotalCount", 0, 0, "3" },
+        { "no PVC count", none, "pvcTotalCount", 0, 0, "-" },
+        { "AF 599 s", [](Study& s, THolterReport&) { putValue(s, "afib/afibTotalTime", 599); },
+            "afibTotalTime", 0, 0, "9 m. 59 s. (< 1%)" },
+        { "AF 600 s", [](Study& s, THolterReport&) { putValue(s, "afib/afibTotalTime", 600); },
+            "afibTotalTime", 0, 0, "0 h. 10 m. (< 1%)" },
+        { "AF a tenth", [](Study& s, THolterReport&) { putValue(s, "afib/afibTotalTime", 9000); },
+            "afibTotalTime", 0, 0, "2 h. 30 m. (10%)" },
+        { "AF none", [](Study& s, THolterReport&) { putValue(s, "afib/afibTotalTime", 0); },
+            "afibTotalTime", 0, 0, "-" },
+        { "event",
+            [](Study& s, THolterReport&) {
+                put(s, "HR/minBPM", std::make_unique<EventResult>(kHour + 120.0, 0.0, 52.0));
+            },
+            "results/HR/minBPM", 0, 0, "52 [5/3 09:32]" },
+        { "event without value",
+            [](Study& s, THolterReport&) {
+                put(s, "HR/maxBPM", std::make_unique<EventResult>(50.0, 0.0, 0.0));
+            },
+            "results/HR/maxBPM", 0, 0, "-" },
+        { "two decimals", [](Study& s, THolterReport&) { putValue(s, "HRV/LFHFRatio", 1.234); },
+            "results/HRV/LFHFRatio", 0, 0, "1.23" },
+        { "one decimal", [](Study& s, THolterReport&) { putValue(s, "HRV/PNN50", 12.34); },
+            "results/HRV/PNN50", 0, 0, "12.3" },
+        { "no decimals", [](Study& s, THolterReport&) { putValue(s, "HR/avgBPM", 71.6); },
+            "results/HR/avgBPM", 0, 0, "72" },
+        { "channel of the trend lead",
+            [](Study& s, THolterReport& r) {
+                putValue(s, "QT/QTIntervalAvg(0)", 400);
+                putValue(s, "QT/QTIntervalAvg(1)", 410);
+                r.setTrendLead("V2");
+            },
+            "results/QT/QTIntervalAvg(%measurementChannel)", 0, 0, "410" },
+        { "list kind prints nothing",
+            [](Study& s, THolterReport&) {
+                put(s, "PVC/runEvents", std::make_unique<EventListResult>());
+            },
+            "results/PVC/runEvents", 0, 0, "" },
+        { "hour on the first page", none, "hour", 3, 1, "11:30" },
+        { "hour 25", none, "hour", 0, 2, "08:30" },
+        { "hour 26", none, "hour", 1, 2, "09:30" },
+        { "study date", none, "studyDateTime", 0, 0, "05/03/2024" },
+        { "start", none, "recordingStartDateTime", 0, 0, "5/3 08:30" },
+        { "end", none, "recordingEndDateTime", 0, 0, "6/3 09:30" },
+        { "length", none, "recordingTime", 0, 0, "25 h. 0 m." },
+        { "BMI",
+            [](Study& s, THolterReport&) {
+                s.setProperty("patient/weight", "70");
+                s.setProperty("patient/height", "175");
+            },
+            "patientBMI", 0, 0, "22.9" },
+        { "BMI without height",
+            [](Study& s, THolterReport&) {
+                s.setProperty("patient/weight", "70");
+                s.setProperty("patient/height", "0");
+            },
+            "patientBMI", 0, 0, "" },
+        { "history number label",
+            [](Study& s, THolterReport&) { s.setProperty("patient/medicalHistoryNumber", "HC-7"); },
+            "patientIdLabel", 0, 0, "ID / #H.C." },
+        { "history number",
+            [](Study& s, THolterReport&) {
+                s.setProperty("patient/medicalHistoryNumber", "HC-7");
+                s.setProperty("patient/personIdNumber", "30111222");
+            },
+            "patientIdValue", 0, 0, "HC-7" },
+        { "document label", none, "patientIdLabel", 0, 0, "Doc." },
+        { "document",
+            [](Study& s, THolterReport&) {
+                s.setProperty("patient/personIdType", "DNI");
+                s.setProperty("patient/personIdNumber", "30111222");
+            },
+            "patientIdValue", 0, 0, "DNI 30111222" },
+        { "longest pause",
+            [](Study& s, THolterReport&) {
+                auto list = std::make_unique<EventListResult>();
+                list->events.append(EventResult(100.0, 2.5, 0.0));
+                list->events.append(EventResult(2 * kHour, 3.26, 0.0));
+                list->events.append(EventResult(3 * kHour, 2.1, 0.0));
+                put(s, "pause/pauseEvents", std::move(list));
+            },
+            "maxPause", 0, 0, "3.3 s. [5/3 10:30]" },
+        { "no pause", none, "maxPause", 0, 0, "-" },
+        { "default limit", none, "analysisParam/pause/intervalSecs", 0, 0, "2" },
+        { "user's limit",
+            [](Study&, THolterReport&) {
+                QSettings().setValue("Config/Analysis/pause/intervalSecs", 2.5);
+            },
+            "analysisParam/pause/intervalSecs", 0, 0, "2.5" },
+        { "no filters", none, "ecgFilters", 0, 0, "none" },
+        { "two filters",
+            [](Study&, THolterReport& r) {
+                r.setLineNotchFilter(true);
+                r.setBaselineFilter(true);
+            },
+            "ecgFilters", 0, 0, "notch 50hz, baseline fix" },
+        { "amplitude", [](Study&, THolterReport& r) { r.setAmplitude(20.0); }, "ampScale", 0, 0,
+            "20" },
+        { "lead not in the recording", [](Study&, THolterReport& r) { r.setTrendLead("V9"); },
+            "measurementChannel", 0, 0, "II" },
+        { "lead in the recording", [](Study&, THolterReport& r) { r.setTrendLead("V5"); },
+            "measurementChannel", 0, 0, "V5" },
+        { "demographics", none, "demo/patient/lastName", 0, 0, "Pereyra" },
+        { "risk factors",
+            [](Study& s, THolterReport&) {
+                s.setRiskFactor("Diabetes", true, "tipo 2");
+                s.setRiskFactor("Gota", false, "");
+                s.setRiskFactor(QString::fromUtf8("Hipertensión").toUtf8(), true, "");
+            },
+            "patientRiskFactors", 0, 0, QString::fromUtf8("Hipertensión\nDiabetes [tipo 2]") },
+        { "strip title",
+            [](Study& s, THolterReport& r) {
+                StudyEvent& e = s.events().add();
+                e.position = kHour + 90.0;
+                e.description = "Dolor";
+                e.print = true;
+                r.prepare();
+            },
+            "eventDescription", 0, 5, "[5/3 09:31] Dolor" },
+        { "unknown name", none, "noSuchField", 0, 0, "" },
+    };
+    for (const ValueCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        QSettings().remove("Config/Analysis/pause/intervalSecs");
+        auto study = makeStudy(25 * kHour);
+        THolterReport report(study.get());
+        c.setup(*study, report);
+        if (c.name.startsWith("analysisParam"))
+            report.prepare(); // reads the user's limits
+        EXPECT_EQ(report.value(c.recNo, c.name, c.page).toStdString(), c.expected.toStdString());
+    }
+}
+
+TEST(HolterReportValues, HourlyTrendRowsReadTheirBin)
+{
+    auto study = makeStudy(25 * kHour);
+    auto counts = std::make_unique<BinnedCount>();
+    counts->configure(kHour, 25);
+    for (int i = 0; i < 4; ++i)
+        counts->add(3 * kHour + 10.0 * i, 1.0);
+    counts->add(24 * kHour + 5.0, 1.0);
+    counts->add(24 * kHour + 6.0, 1.0);
+    put(*study, "PVC/totalCountPerHour", std::move(counts));
+    THolterReport report(study.get());
+    const QString key = "results/PVC/totalCountPerHour";
+    EXPECT_EQ(report.value(3, key, THolterReport::HourlyTable), "4");
+    EXPECT_EQ(report.value(5, key, THolterReport::HourlyTable), "-"); // an empty hour
+    EXPECT_EQ(report.value(0, key, THolterReport::HourlyTableSecond), "2"); // the 25th hour
+    EXPECT_EQ(report.value(1, key, THolterReport::HourlyTableSecond), "-"); // past the end
+    EXPECT_EQ(report.value(0, "results/HR/avgBPMPerHour", 1), "-"); // absent
+}
+
+TEST(HolterReportValues, NoiseIsLeftOutOfTheAnalysedTime)
+{
+    // Beats every 0.8 s from 0.5 s; those from 600 s to 900 s are noise. The last trusted beat
+    // before is at 599.7 s, the first after at 900.5 s: 300.8 s not analysed.
+    auto study = makeStudy(kHour, 600.0, 900.0);
+    THolterReport report(study.get());
+    EXPECT_NEAR(report.noiseSeconds(), 300.8, 1e-6);
+    EXPECT_EQ(report.value(0, "analyzeTime", 0), "0 h. 54 m."); // 3299.2 s
+    EXPECT_EQ(report.value(0, "analyzeTimePct", 0), "91");
+    EXPECT_EQ(report.value(0, "recordingTime", 0), "1 h. 0 m.");
+}
+
+// ---- the section plan ---------------------------------------------------------------------
+
+struct PlanCase
+{
+    const char* what;
+    double seconds;
+    bool trends, extra, hrv;
+    QVector<int> printLengths; // one event each; -1 not printed
+    QList<int> skipped;
+    int firstTableRows, secondTableRows, stripRows, disclosureRows;
+};
+
+TEST(HolterReportPlan, SectionsFollowTheOptionsAndTheEvents)
+{
+    const std::vector<PlanCase> cases = {
+        { "a day", 24 * kHour, true, true, true, {}, { 2, 5, 6 }, 24, 0, 0, 0 },
+        { "a day and a minute", 24 * kHour + 60.0, true, true, true, {}, { 5, 6 }, 24, 48, 0, 0 },
+        { "a day and 59 s", 24 * kHour + 59.0, true, true, true, {}, { 2, 5, 6 }, 24, 0, 0, 0 },
+        { "two days", 48 * kHour, true, true, true, { 0 }, { 6 }, 24, 48, 1, 0 },
+        { "under a minute", 59.0, true, true, true, {}, { 2, 5, 6 }, 24, 0, 0, 0 },
+        { "only events", 25 * kHour, false, false, false, { 0, -1, 60, 0 }, { 1, 2, 3, 4 }, 0, 0,
+            2, 1 },
+        { "HRV only", 10 * kHour, false, false, true, {}, { 1, 2, 3, 5, 6 }, 0, 0, 0, 0 },
+    };
+    for (const PlanCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        auto study = makeStudy(c.seconds);
+        for (int len : c.printLengths) {
+            StudyEvent& e = study->events().add();
+            e.position = 30.0;
+            e.print = len >= 0;
+            e.printLength = len >= 0 ? len : 0;
+        }
+        THolterReport report(study.get());
+        report.setPrintTrendsAndTable(c.trends);
+        report.setPrintExtraTrends(c.extra);
+        report.setPrintHRV(c.hrv);
+        report.prepare();
+        const QList<int> rows = report.engine()->rowCounts();
+        QList<int> skipped = report.engine()->skippedSections();
+        std::sort(skipped.begin(), skipped.end());
+        EXPECT_EQ(skipped, c.skipped);
+        ASSERT_EQ(rows.size(), 7);
+        EXPECT_EQ(rows[0], 1);
+        // A skipped section's row count does not matter.
+        const int expected[] = { 1, c.firstTableRows, c.secondTableRows, 1, 1, c.stripRows,
+            c.disclosureRows };
+        for (int i = 1; i < 7; ++i) {
+            if (!skipped.contains(i)) {
+                EXPECT_EQ(rows[i], expected[i]) << "section " << i;
+            }
+        }
+    }
+}
+
+TEST(HolterReportPlan, EventsKeepTheirOrderUnderConsecutiveRows)
+{
+    auto study = makeStudy(kHour);
+    const int lengths[] = { 0, -1, 120, 0, 0, 300 };
+    for (int len : lengths) {
+        StudyEvent& e = study->events().add();
+        e.print = len >= 0;
+        e.printLength = qMax(0, len);
+    }
+    THolterReport report(study.get());
+    report.prepare();
+    const QMap<int, int> strips { { 0, 0 }, { 1, 3 }, { 2, 4 } };
+    const QMap<int, int> pages { { 0, 2 }, { 1, 5 } };
+    EXPECT_EQ(report.stripEvents(), strips);
+    EXPECT_EQ(report.compressedEvents(), pages);
+}
+
+// ---- the templates ------------------------------------------------------------------------
+
+namespace {
+
+struct TemplateFacts
+{
+    QHash<QString, int> typeCounts;
+    QStringList values; // every field value, in document order
+    QStringList families;
+};
+
+TemplateFacts factsOf(const TReportTemplate& t)
+{
+    TemplateFacts f;
+    for (const TReportSection& s : t.sections())
+        for (const TReportBand& b : s.bands)
+            for (const TContainerField& field : b.fields) {
+                ++f.typeCounts[field.type()];
+                f.values << field.value();
+                if (!f.families.contains(field.attr("fontFamily")))
+                    f.families << field.attr("fontFamily");
+            }
+    return f;
+}
+
+const TReportBand* bandOf(const TReportSection& s, TReportBand::Kind kind)
+{
+    return s.band(kind);
+}
+
+} // namespace
+
+TEST(HolterReportTemplate, SectionsBandsAndFieldsAreAsLaidDown)
+{
+    initHolterResources();
+    TReportTemplate t;
+    ASSERT_TRUE(t.load(THolterReport::kTemplate));
+    ASSERT_EQ(t.sections().size(), 7);
+    using K = TReportBand;
+    // Band heights of each section, as the layout gives them.
+    const QVector<QVector<QPair<K::Kind, int>>> heights = {
+        { { K::ReportTitle, 177 }, { K::PageHeader, 848 }, { K::PageFooter, 33 } },
+        { { K::MasterHeader, 557 }, { K::MasterData, 20 }, { K::PageHeader, 26 },
+            { K::PageFooter, 33 } },
+        { { K::MasterHeader, 57 }, { K::MasterData, 20 }, { K::PageHeader, 26 },
+            { K::PageFooter, 33 } },
+        { { K::MasterHeader, 871 }, { K::PageHeader, 26 }, { K::PageFooter, 33 } },
+        { { K::MasterData, 1026 }, { K::PageHeader, 26 }, { K::PageFooter, 31 } },
+        { { K::MasterData, 349 }, { K::PageHeader, 26 }, { K::PageFooter, 31 } },
+        { { K::MasterData, 1039 }, { K::PageHeader, 26 }, { K::PageFooter, 31 } },
+    };
+    for (int i = 0; i < 7; ++i) {
+        SCOPED_TRACE(i);
+        const TReportSection& s = t.sections().at(i);
+        EXPECT_EQ(s.pageWidth, 840);
+        EXPECT_EQ(s.pageHeight, 1188);
+        EXPECT_EQ(s.marginLeft + s.marginRight + s.marginTop + s.marginBottom, 160);
+        EXPECT_EQ(s.pageNo, i + 1);
+        EXPECT_EQ(s.bands.size(), heights[i].size());
+        double used = 0.0;
+        for (const auto& h : heights[i]) {
+            const TReportBand* b = bandOf(s, h.first);
+            ASSERT_NE(b, nullptr);
+            EXPECT_EQ(b->height, h.second);
+            for (const TContainerField& f : b->fields) {
+                // Every field lies inside its band and the page's printable width.
+                EXPECT_GE(f.number("left"), 0.0);
+                EXPECT_LE(f.number("left") + f.number("width"), 760.0 + 1e-9) << f.value().toStdString();
+                EXPECT_LE(f.number("top") + f.number("height"), h.second + 1e-9)
+                    << f.value().toStdString();
+            }
+            used += h.second;
+        }
+        // Bands of one page fit its printable height (three strips on a strip page).
+        const TReportBand* data = s.band(K::MasterData);
+        if (i == 5)
+            used += 2 * data->height;
+        EXPECT_LE(used, 1188 - 80) << "section " << i;
+    }
+    const TemplateFacts f = factsOf(t);
+    EXPECT_EQ(f.typeCounts.value("label"), 236);
+    EXPECT_EQ(f.typeCounts.value("labelImage"), 31);
+    EXPECT_EQ(f.typeCounts.value("reactangle"), 7);
+    EXPECT_EQ(f.typeCounts.size(), 3) << "no barcode, diagram or other field";
+    EXPECT_EQ(f.families, QStringList { "MS Shell Dlg 2" });
+
+    // The hourly rows, in this order, on both table pages.
+    const QStringList row = { "[hour]", "[results/HR/avgBPMPerHour]", "[results/HR/minBPMPerHour]",
+        "[results/HR/maxBPMPerHour]", "[results/PVC/totalCountPerHour]",
+        "[results/PVC/coupletCountPerHour]", "[results/PVC/tripletCountPerHour]",
+        "[results/PVC/runCountPerHour]", "[results/bigeminy/bigeminyCountPerHour]",
+        "[results/trigeminy/trigeminyCountPerHour]", "[results/SVPB/totalCountPerHour]",
+        "[results/SVPB/coupletCountPerHour]", "[results/SVPB/tripletCountPerHour]",
+        "[results/SVPB/runCountPerHour]", "[results/arrhythmia/bradyCountPerHour]",
+        "[results/pause/pauseCountPerHour]" };
+    for (int i : { 1, 2 }) {
+        QStringList got;
+        for (const TContainerField& field : t.sections().at(i).band(K::MasterData)->fields)
+            got << field.value();
+        EXPECT_EQ(toString(got), toString(row));
+    }
+    // A few bindings that are easy to get wrong.
+    for (const char* v : { "Pág. <Page> de <TotalPages>", "[brandLogo]", "[headerLogo]",
+             "[pieFreqRatio]", "[compressedEcgGraphic/event]", "[ecgGraphic/event/3by1]",
+             "[ecgGraphic/event/rhythm]", "Tiempo analizado: [analyzeTime] ([analyzeTimePct]%)",
+             "25 mm/seg - [ampScale] mm/mV - Filtros: [ecgFilters]",
+             "< [analysisParam/arrhythmia/bradycardiaBPMLimit] ppm",
+             "[results/ST/STLevelAvg(%measurementChannel)] mm", "[patientRiskFactors]",
+             "[patientBMI]" })
+        EXPECT_TRUE(f.values.contains(QString::fromUtf8(v))) << v;
+    EXPECT_EQ(f.values.count("[brandLogo]"), 7);
+}
+
+TEST(HolterReportTemplate, VeterinaryCoverNamesTheAnimal)
+{
+    initHolterResources();
+    TReportTemplate t;
+    ASSERT_TRUE(t.load(THolterReport::kVeterinaryTemplate));
+    ASSERT_EQ(t.sections().size(), 7);
+    const TemplateFacts f = factsOf(t);
+    for (const char* v : { "[demo/patient/animalSpecies]", "[demo/patient/animalBreed]",
+             "[demo/patient/medicalHistoryNumber]",
+             "[results/QT/TPeakToEndIntervalAvg(%measurementChannel)] ms." })
+        EXPECT_TRUE(f.values.contains(v)) << v;
+    for (const char* v : { "[patientRiskFactors]", "[patientBMI]", "[patientIdValue]",
+             "[demo/patient/medicalGroupName]" })
+        EXPECT_FALSE(f.values.contains(v)) << v;
+}
+
+// ---- whole reports ------------------------------------------------------------------------
+
+TEST(HolterReportPdf, ProcessedDayPrintsEverySectionWithItsFigures)
+{
+    if (QStandardPaths::findExecutable("pdftotext").isEmpty())
+        GTEST_SKIP() << "pdftotext (poppler-utils) is not installed; skipping the PDF check";
+    testsupport::TempRoot root;
+    auto study = makeStudy(24 * kHour);
+    study->setProperty("conclusion", "Ritmo sinusal.");
+    ASSERT_TRUE(computeStudyResults(*study, AnalysisParams(), false));
+    // The two heart-rate marks are strips; one more strip and two full-disclosure pages.
+    StudyEvent& strip = study->events().add();
+    strip.position = 5 * kHour;
+    strip.description = "Palpitaciones";
+    strip.print = true;
+    for (double at : { 2 * kHour, 20 * kHour }) {
+        StudyEvent& e = study->events().add();
+        e.position = at;
+        e.description = "Pagina";
+        e.print = true;
+        e.printLength = 120;
+    }
+    const ResultSet& r = study->results();
+    // AF never happens in this rhythm; drop the key so the cover shows its dash either way.
+    study->results().remove("afib/afibTotalTime");
+
+    THolterReport report(study.get());
+    report.setHeaderTitle("Centro Cardiológico");
+    const QString pdf = root.file("day.pdf");
+    QVector<QPair<int, int>> progress;
+    QObject::connect(&report, &THolterReport::progress,
+        [&](int page, int total) { progress.append({ page, total }); });
+    report.run(pdf);
+    const QString text = pdfText(pdf);
+    const QStringList pages = text.split(QLatin1Char('\f'), Qt::SkipEmptyParts);
+    // Cover, table, extra trends, HRV, one page of three strips, two full-disclosure pages.
+    ASSERT_EQ(pages.size(), 7) << text.toStdString();
+    EXPECT_TRUE(text.contains(QString::fromUtf8("Pág. 7 de 7")));
+    EXPECT_FALSE(progress.isEmpty());
+
+    const QString cover = pages.at(0);
+    for (const char* label : { "Pereyra, Ana - Informe Holter", "Centro Cardiológico", "FC media",
+             "Total latidos", "EV total", "Fib. auricular", "Mediciones en canal II",
+             "Conclusiones", "Ritmo sinusal.", "Registro desde 5/3 08:30 hasta 6/3 08:30",
+             "(total: 24 h. 0 m.)" })
+        EXPECT_TRUE(cover.contains(QString::fromUtf8(label))) << label;
+
+    const double beats = r.findAs<ValueResult>("HR/totalBeatCount")->value;
+    const double pvcs = r.findAs<ValueResult>("PVC/totalCount")->value;
+    // Every 97th of about 108,000 beats is V.
+    EXPECT_NEAR(beats, 108000, 10);
+    EXPECT_NEAR(pvcs, 108000 / 97, 2);
+    EXPECT_EQ(lineWith(cover, "Total latidos").section("Total latidos ", 1, 1).section(' ', 0, 0),
+        QString::number(qint64(beats)));
+    const QString pvcText
+        = QStringLiteral("%1 (%2%)").arg(qint64(pvcs)).arg(pvcs * 100.0 / beats, 0, 'f', 1);
+    EXPECT_TRUE(lineWith(cover, "EV total").contains(pvcText)) << pvcText.toStdString();
+    EXPECT_TRUE(lineWith(cover, "Fib. auricular").endsWith("Fib. auricular -"))
+        << lineWith(cover, "Fib. auricular").toStdString();
+    const double avg = r.findAs<ValueResult>("HR/avgBPM")->value;
+    EXPECT_TRUE(lineWith(cover, "FC media").contains(QString::number(qRound(avg)) + " lpm"));
+
+    const QString table = pages.at(1);
+    EXPECT_TRUE(table.contains("Hora"));
+    // The first row: the clock and the first hour's median rate.
+    const auto* perHour = r.findAs<TTrend>("HR/avgBPMPerHour");
+    ASSERT_NE(perHour, nullptr);
+    EXPECT_TRUE(lineWith(table, "08:30").startsWith(
+        "08:30 " + QString::number(qRound(perHour->valueAt(0)))))
+        << lineWith(table, "08:30").toStdString();
+    EXPECT_TRUE(table.contains("07:30")); // the 24th hour, last row
+    EXPECT_TRUE(pages.at(3).contains(QString::fromUtf8("Análisis frecuencial")));
+    EXPECT_TRUE(pages.at(4).contains("Palpitaciones"));
+    EXPECT_TRUE(pages.at(4).contains("Maximum HR"));
+    EXPECT_TRUE(pages.at(4).contains("25 mm/seg - 10 mm/mV - Filtros: none"));
+    EXPECT_TRUE(pages.at(5).contains("[5/3 10:30] Pagina"));
+    EXPECT_TRUE(pages.at(6).contains("[6/3 04:30] Pagina"));
+}
+
+TEST(HolterReportPdf, TwentyFiveHoursPrintASecondTablePage)
+{
+    if (QStandardPaths::findExecutable("pdftotext").isEmpty())
+        GTEST_SKIP() << "pdftotext (poppler-utils) is not installed; skipping the PDF check";
+    testsupport::TempRoot root;
+    auto study = makeStudy(25 * kHour);
+    auto median = std::make_unique<BinnedMedian>();
+    median->configure(kHour, 25);
+    for (int h = 0; h < 25; ++h)
+        median->add(h * kHour + 1.0, 60.0 + h);
+    put(*study, "HR/avgBPMPerHour", std::move(median));
+
+    THolterReport report(study.get());
+    report.setPrintExtraTrends(false);
+    report.setPrintHRV(false);
+    const QString pdf = root.file("long.pdf");
+    report.run(pdf);
+    const QStringList pages = pdfText(pdf).split(QLatin1Char('\f'), Qt::SkipEmptyParts);
+    ASSERT_EQ(pages.size(), 3);
+    // Page 2 ends with the 24th hour; page 3 starts with the 25th: 08:30 the next day, 84 bpm,
+    // and then rows with only the clock and dashes.
+    EXPECT_TRUE(lineWith(pages.at(1), "07:30").startsWith("07:30 83 -"));
+    EXPECT_TRUE(lineWith(pages.at(2), "08:30").startsWith("08:30 84 -"))
+        << lineWith(pages.at(2), "08:30").toStdString();
+    EXPECT_TRUE(lineWith(pages.at(2), "09:30").startsWith("09:30 - -"));
+    EXPECT_TRUE(pages.at(2).contains(QString::fromUtf8("Pág. 3 de 3")));
+    // Everything missing on the cover reads as a dash.
+    EXPECT_TRUE(lineWith(pages.at(0), "EV total").contains("EV total -"));
+    EXPECT_TRUE(lineWith(pages.at(0), "Pausa máx.").contains(QString::fromUtf8("Pausa máx. -")));
+}
+
+TEST(HolterReportPdf, UnwritableFileIsAnError)
+{
+    auto study = makeStudy(kHour);
+    THolterReport report(study.get());
+    EXPECT_THROW(report.run("/nonexistent-folder/x/report.pdf"), ReportError);
+}
