@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Set-up, build and run for a fresh Debian 12 machine.
-#   ./dev.sh run    install what is missing, build, run the main job
+#   ./dev.sh run    install what is missing, build, run the main job: a simulated 24 h card
+#                   taken through import, processing and results to a PDF report
+#   ./dev.sh gui    install what is missing, build, start the workstation
 #   ./dev.sh test   install what is missing, build, run every test
 #   ./dev.sh build  install what is missing and build only
 #   ./dev.sh bench  build and run the benchmarks
@@ -57,6 +59,24 @@ bench)
 run)
     install_missing
     configure_and_build
+    cli="$build/cli/holter-cli"
+    demo="${HOLTER_DEMO_DIR:-$build/demo}"
+    hours="${HOLTER_DEMO_HOURS:-24}"
+    rm -rf "$demo"
+    mkdir -p "$demo"
+    echo "dev.sh: simulating a ${hours} h recorder card in $demo/card" >&2
+    "$cli" simulate "$demo/card" --hours "$hours" --seed 2026 >&2
+    echo "dev.sh: import, processing, results and report (store: $demo/store)" >&2
+    "$cli" --data-dir "$demo/store" analyze "$demo/card" --last-name Demo --first-name Holter \
+        --date 202611220900 --annotations "$demo/beats.atr" --json "$demo/results.json" \
+        --pdf "$demo/report.pdf"
+    echo "dev.sh: detected beats against the simulator's truth:" >&2
+    "$cli" evaluate --fs 500 "$demo/card/truth.atr" "$demo/beats.atr" | sed -n '1,5p'
+    echo "dev.sh: report: $demo/report.pdf   results: $demo/results.json" >&2
+    ;;
+gui)
+    install_missing
+    configure_and_build
     if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ -z "${QT_QPA_PLATFORM:-}" ]; then
         echo "dev.sh: no display found; starting the workstation on the offscreen platform" >&2
         export QT_QPA_PLATFORM=offscreen
@@ -64,7 +84,7 @@ run)
     exec "$build/shell/holter-ecg" "$@"
     ;;
 *)
-    echo "usage: ./dev.sh run|test|build|bench" >&2
+    echo "usage: ./dev.sh run|gui|test|build|bench" >&2
     exit 2
     ;;
 esac

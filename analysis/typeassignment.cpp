@@ -56,13 +56,15 @@ int normalTest(const ClassProfile& cls, const ClassProfile& ref, const double* c
             if (rQ < 1.1)
                 score += 2;
         }
-        total += 3;
-        if (cls.qrsSign[c] == ref.qrsSign[c])
-            ++score;
-        if (std::fabs(cls.pPolarity[c] - ref.pPolarity[c]) < 0.5)
-            ++score;
-        if (std::fabs(cls.tPolarity[c] - ref.tPolarity[c]) < 0.5)
-            ++score;
+        // Agreement of sign, P and T is a bonus: it raises score and total together, and its
+        // absence costs nothing.
+        const bool agreements[3] = { cls.qrsSign[c] == ref.qrsSign[c],
+            std::fabs(cls.pPolarity[c] - ref.pPolarity[c]) < 0.5,
+            std::fabs(cls.tPolarity[c] - ref.tPolarity[c]) < 0.5 };
+        for (bool holds : agreements) {
+            score += holds;
+            total += holds;
+        }
     }
     if (!(score > 0.75 * total))
         return BeatU;
@@ -107,14 +109,15 @@ int ventricularTest(const ClassProfile& cls, const ClassProfile& ref, const doub
             else if (rQ > 1.1)
                 score += 1;
         }
-        total += 3;
-        if (cls.qrsSign[c] != ref.qrsSign[c])
-            ++score;
-        if (std::fabs(ref.pPolarity[c]) > 0.5 && std::fabs(cls.pPolarity[c]) < 0.1)
-            ++score;
+        // Likewise a flipped QRS, a lost P and an opposed T only ever add evidence.
         const double a = cls.tPolarity[c], b = ref.tPolarity[c];
-        if ((a > 0.5 && b < -0.5) || (a < -0.5 && b > 0.5))
-            ++score;
+        const bool signs[3] = { cls.qrsSign[c] != ref.qrsSign[c],
+            std::fabs(ref.pPolarity[c]) > 0.5 && std::fabs(cls.pPolarity[c]) < 0.1,
+            (a > 0.5 && b < -0.5) || (a < -0.5 && b > 0.5) };
+        for (bool holds : signs) {
+            score += holds;
+            total += holds;
+        }
     }
     const bool ventricular
         = channels >= 2 && (score > 0.8 * total || (score > 0.6 * total && cls.meanRrRatio < 0.85));

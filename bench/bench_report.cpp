@@ -58,7 +58,8 @@ int main(int argc, char** argv)
         pages, report.stripEvents().size(), report.compressedEvents().size(),
         QFileInfo(pdf).size() / 1024.0);
     std::printf("  results (not part of the goal): %.2f s\n", resultsSeconds);
-    std::printf("  report to PDF: %.2f s (goal <= 5 s) %s\n", seconds, seconds <= 5.0 ? "ok" : "SLOW");
+    std::printf(
+        "  report to PDF: %.2f s (goal <= 5 s) %s\n", seconds, seconds <= 5.0 ? "ok" : "SLOW");
     std::printf("  peak memory: %.0f MB\n", bench::peakRssMb());
     return 0;
 }

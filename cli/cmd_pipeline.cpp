@@ -3,6 +3,7 @@
 #include "cli/commands.h"
 #include "cli/importsource.h"
 #include "cli/interrupt.h"
+#include "cli/reportcommand.h"
 #include "store/beatlist.h"
 #include "store/study.h"
 
@@ -184,8 +185,8 @@ int runAnalyze(CliContext& ctx, const QStringList& argv)
     Args args(argv, valueOptions, kProcessFlags);
     args.expectPositionals(1, 1, "SOURCE");
     // Refused before the long work starts.
-    if (args.has("pdf"))
-        throw UsageError("'--pdf' needs the report stage, which is not available yet");
+    if (args.has("pdf") && args.value("pdf").isEmpty())
+        throw UsageError("'--pdf' needs a file name");
     const ProcessingOptions options = processingOptions(args);
 
     const int id = importSource(ctx, args, args.positionals()[0]);
@@ -201,5 +202,7 @@ int runAnalyze(CliContext& ctx, const QStringList& argv)
         runExport(ctx, { idText, "--annotations", args.value("annotations") });
     if (args.has("json"))
         runResults(ctx, { idText, "--json", args.value("json") });
+    if (args.has("pdf"))
+        writeStudyReport(ctx, id, ReportOptions(), args.value("pdf"));
     return 0;
 }

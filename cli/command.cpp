@@ -124,6 +124,22 @@ const char kEvaluateHelp[] =
     "  --fs HZ                   sample rate when there is no header\n"
     "  --json                    print the table as JSON\n";
 
+const char kReportHelp[] =
+    "Prints the Holter report of a study, computing its missing results first. A PDF run keeps\n"
+    "a copy in the store's reports folder and marks the study \"report\".\n"
+    "  --pdf FILE                write the report to this PDF file\n"
+    "  --printer                 print on the default printer instead\n"
+    "  --no-trends               leave out the HR/PVC/SVPB trends and the hourly table\n"
+    "  --no-extra-trends         leave out the RR, PR, QT, QTc and ST trends\n"
+    "  --no-hrv                  leave out the HRV page\n"
+    "  --amplitude 5|10|20       strip amplitude in mm/mV (default 10)\n"
+    "  --rhythm-lead NAME        lead of the rhythm strip and full disclosure (default II)\n"
+    "  --trend-lead NAME         lead of the interval measurements (default II)\n"
+    "  --filters LIST            any of notch,lowpass,baseline for the strips\n"
+    "  --title TEXT              title of the cover\n"
+    "  --info TEXT               additional line under the title\n"
+    "  --logo FILE               image at the cover's top left (png, jpg, bmp)\n";
+
 } // namespace
 
 const QList<CliCommand>& cliCommands()
@@ -136,7 +152,14 @@ const QList<CliCommand>& cliCommands()
          kImportHelp, runImport},
         {"detect", "ID", "Find the beats of a study and delineate their waves (no labelling)",
          "", runDetect},
-        {"process", "ID", "Find and label the beats of a study", "", runProcess},
+        {"process", "ID [--exclude V,F,S,U] [--svpb-prematurity PCT] [--svpb-compensatory]",
+         "Find and label the beats of a study (detection, noise, classes, types)",
+         "  --exclude V,F,S,U         types never given automatically (their classes become N)\n"
+         "  --svpb-prematurity PCT    label a beat S when it comes at least PCT % early\n"
+         "                            (turns the user rule on; 20 by default then)\n"
+         "  --svpb-compensatory       with the user rule, also require a compensatory pause\n"
+         "Ctrl-C stops the run and empties the study's beats; its status stays as it was.\n",
+         runProcess},
         {"results", "ID [--json FILE] [--recompute]",
          "Compute a study's missing results (all with --recompute), save, print a summary",
          "  --json FILE               every result with its key, as the study file stores them\n"
@@ -145,6 +168,9 @@ const QList<CliCommand>& cliCommands()
         {"analyze", "SOURCE [options]",
          "Import, process and compute results in one go, writing the outputs asked for",
          kAnalyzeHelp, runAnalyze},
+        {"report", "ID --pdf FILE|--printer [options]",
+         "Print a study's Holter report to a PDF file or the default printer", kReportHelp,
+         runReport},
         {"export", "ID --annotations FILE [--fs HZ] [--rr FILE]",
          "Write a study's beats as a WFDB annotation file and/or RR intervals as text",
          kExportHelp, runExport},

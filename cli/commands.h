@@ -14,3 +14,4 @@ int runAnalyze(CliContext& ctx, const QStringList& args);
 int runDetect(CliContext& ctx, const QStringList& args);
 int runSimulate(CliContext& ctx, const QStringList& args);
 int runResults(CliContext& ctx, const QStringList& args);
+int runReport(CliContext& ctx, const QStringList& args);

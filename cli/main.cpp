@@ -3,12 +3,15 @@
 #include "store/studyrepository.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QDir>
 #include <QStandardPaths>
 #include <QTextStream>
 
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <memory>
 
 namespace {
 
@@ -49,12 +52,41 @@ void printCommandHelp(QTextStream& s, const CliCommand& c)
     s.flush();
 }
 
+// Reports paint (fonts, QPrinter), which needs a QGuiApplication; everything else runs on a
+// plain QCoreApplication. Looks at the raw arguments, before Qt has seen them.
+bool commandPaints(int argc, char** argv)
+{
+    int i = 1;
+    while (i < argc && argv[i][0] == '-')
+        i += std::strcmp(argv[i], "--data-dir") == 0 ? 2 : 1;
+    if (i >= argc)
+        return false;
+    if (std::strcmp(argv[i], "report") == 0)
+        return true;
+    if (std::strcmp(argv[i], "analyze") == 0) {
+        for (int j = i + 1; j < argc; ++j)
+            if (std::strcmp(argv[j], "--pdf") == 0 || std::strncmp(argv[j], "--pdf=", 6) == 0)
+                return true;
+    }
+    return false;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     qInstallMessageHandler(quietMessages);
-    QCoreApplication app(argc, argv);
+    std::unique_ptr<QCoreApplication> application;
+    if (commandPaints(argc, argv)) {
+        // A batch tool never needs a window: unless the user chose a platform, paint offscreen,
+        // so that reports work the same with or without a display.
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        application = std::make_unique<QGuiApplication>(argc, argv);
+    } else {
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    }
+    QCoreApplication& app = *application;
     QCoreApplication::setOrganizationName("Veltrona");
     QCoreApplication::setApplicationName("Holter ECG");
     QCoreApplication::setApplicationVersion("1.19");

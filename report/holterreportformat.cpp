@@ -71,8 +71,8 @@ QString number(const QString& printfFormat, double value)
 
 QDateTime startOf(const QByteArray& studyDateTime)
 {
-    QDateTime t
-        = QDateTime::fromString(QString::fromLatin1(studyDateTime), QStringLiteral("yyyyMMddHHmmss"));
+    QDateTime t = QDateTime::fromString(
+        QString::fromLatin1(studyDateTime), QStringLiteral("yyyyMMddHHmmss"));
     if (!t.isValid())
         return QDateTime();
     t.setTime(QTime(t.time().hour(), t.time().minute()));

@@ -34,8 +34,8 @@ void installFontSubstitutes()
 {
     static const bool installed = [] {
         QFont::insertSubstitutions(QStringLiteral("MS Shell Dlg 2"),
-            { QStringLiteral("Tahoma"), QStringLiteral("Liberation Sans"),
-                QStringLiteral("Arial"), QStringLiteral("Helvetica") });
+            { QStringLiteral("Tahoma"), QStringLiteral("Liberation Sans"), QStringLiteral("Arial"),
+                QStringLiteral("Helvetica") });
         return true;
     }();
     Q_UNUSED(installed);
@@ -327,9 +327,8 @@ QString THolterReport::resultText(int recNo, QString key, int reportPage) const
         const auto* e = static_cast<const EventResult*>(r);
         if (!(e->value > 0.0))
             return Fmt::missing();
-        return QStringLiteral("%1 [%2]")
-            .arg(Fmt::number(QStringLiteral("%.0f"), e->value),
-                Fmt::clock(m_startTime, e->timestamp, QStringLiteral("d/M HH:mm")));
+        return QStringLiteral("%1 [%2]").arg(Fmt::number(QStringLiteral("%.0f"), e->value),
+            Fmt::clock(m_startTime, e->timestamp, QStringLiteral("d/M HH:mm")));
     }
     case ResultKind::Trend: {
         const auto* t = static_cast<const TTrend*>(r);
@@ -349,8 +348,8 @@ QString THolterReport::eventDescription(const QMap<int, int>& rows, int recNo) c
     if (!m_study || index < 0 || index >= m_study->events().count())
         return QString();
     const StudyEvent& e = m_study->events().at(index);
-    return QStringLiteral("[%1] %2").arg(Fmt::clock(m_startTime, e.position, "d/M HH:mm"),
-        QString::fromUtf8(e.description));
+    return QStringLiteral("[%1] %2").arg(
+        Fmt::clock(m_startTime, e.position, "d/M HH:mm"), QString::fromUtf8(e.description));
 }
 
 // Factors that are present, in the order the study dialog offers them, then any others the

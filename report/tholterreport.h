@@ -28,7 +28,10 @@ class TTrend;
 class ReportError : public std::runtime_error
 {
 public:
-    explicit ReportError(const std::string& message) : std::runtime_error(message) { }
+    explicit ReportError(const std::string& message)
+        : std::runtime_error(message)
+    {
+    }
 };
 
 // The Holter report of one study: decides which sections of the template print and how many
@@ -104,8 +107,8 @@ signals:
 public slots:
     void reportValue(int recNo, const QString& paramName, QVariant& paramValue, int reportPage);
     void reportImage(int recNo, const QString& paramName, QByteArray& paramValue, int reportPage);
-    void reportDrawing(int recNo, const QString& paramName, QPainter* painter,
-        const QRect& bounds, int reportPage);
+    void reportDrawing(int recNo, const QString& paramName, QPainter* painter, const QRect& bounds,
+        int reportPage);
     void reportOverlay(QPainter* painter, const QRect& bounds, int reportPage);
 
 private:

@@ -84,8 +84,8 @@ void THolterReport::drawLogo(QPainter* painter, const QRect& bounds, const QStri
     if (image.isNull())
         return;
     const QSize size = image.size().scaled(bounds.size(), Qt::KeepAspectRatio);
-    const QRect target(
-        bounds.left(), bounds.top() + (bounds.height() - size.height()) / 2, size.width(), size.height());
+    const QRect target(bounds.left(), bounds.top() + (bounds.height() - size.height()) / 2,
+        size.width(), size.height());
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
     painter->drawImage(target, image);
 }
@@ -170,7 +170,8 @@ void THolterReport::initTrendPlot(PlotGraphic& g, const TTrend& trend) const
     g.setTimeAxis(true);
 }
 
-void THolterReport::drawTrendPlot(const QByteArray& key, QPainter* painter, const QRect& bounds) const
+void THolterReport::drawTrendPlot(
+    const QByteArray& key, QPainter* painter, const QRect& bounds) const
 {
     PlotGraphic g;
     const auto* trend = dynamic_cast<const TTrend*>(result(key));
@@ -195,7 +196,7 @@ void THolterReport::drawTrendPlot(const QByteArray& key, QPainter* painter, cons
     } else if (key.endsWith("CountPerHour")) {
         g.setYRange(0.0, std::max(1.2 * top, 10.0));
         g.setKind(PlotGraphic::Bars);
-        g.setBarWidth(3600.0);
+        g.setBarWidth(3000.0); // a gap between the hours
     } else if (key.startsWith("ST/")) {
         fitYRange(g, ys, 2.0);
         g.setYFormat(QStringLiteral("%.1f"));

@@ -1,2 +1,2 @@
 # The Holter report: placeholders, section plan, the templates and whole reports as PDF text.
-holter_add_test(tst_holterreport GUI SOURCES tst_holterreport.cpp LIBS holter_holterreport)
+holter_add_test(tst_holterreport GUI SOURCES tst_holterreport.cpp LIBS holter_holterreport holter_clicore)

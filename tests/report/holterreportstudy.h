@@ -57,7 +57,10 @@ public:
 class StudyBeats : public MemoryBeatList
 {
 public:
-    explicit StudyBeats(SignalSource* source) : m_source(source) { }
+    explicit StudyBeats(SignalSource* source)
+        : m_source(source)
+    {
+    }
     SignalSource* signalSource() const override { return m_source; }
 
 private:

@@ -1,5 +1,8 @@
 #include "tests/report/holterreportstudy.h"
 
+#include "cli/args.h"
+#include "cli/command.h"
+#include "cli/commands.h"
 #include "report/reporttemplate.h"
 #include "report/tholterreport.h"
 #include "report/treportengine.h"
@@ -9,8 +12,10 @@
 #include "results/model/trend.h"
 #include "results/resultsdriver.h"
 #include "store/study.h"
+#include "store/studyrepository.h"
 #include "tests/support/testsupport.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
@@ -27,8 +32,7 @@ namespace {
 
 const double kHour = 3600.0;
 
-template <typename T>
-T* put(Study& s, const char* key, std::unique_ptr<T> r)
+template <typename T> T* put(Study& s, const char* key, std::unique_ptr<T> r)
 {
     T* raw = r.get();
     s.results().insert(key, std::move(r));
@@ -288,8 +292,8 @@ TEST(HolterReportPlan, SectionsFollowTheOptionsAndTheEvents)
         { "a day and 59 s", 24 * kHour + 59.0, true, true, true, {}, { 2, 5, 6 }, 24, 0, 0, 0 },
         { "two days", 48 * kHour, true, true, true, { 0 }, { 6 }, 24, 48, 1, 0 },
         { "under a minute", 59.0, true, true, true, {}, { 2, 5, 6 }, 24, 0, 0, 0 },
-        { "only events", 25 * kHour, false, false, false, { 0, -1, 60, 0 }, { 1, 2, 3, 4 }, 0, 0,
-            2, 1 },
+        { "only events", 25 * kHour, false, false, false, { 0, -1, 60, 0 }, { 1, 2, 3, 4 }, 0, 0, 2,
+            1 },
         { "HRV only", 10 * kHour, false, false, true, {}, { 1, 2, 3, 5, 6 }, 0, 0, 0, 0 },
     };
     for (const PlanCase& c : cases) {
@@ -313,8 +317,8 @@ TEST(HolterReportPlan, SectionsFollowTheOptionsAndTheEvents)
         ASSERT_EQ(rows.size(), 7);
         EXPECT_EQ(rows[0], 1);
         // A skipped section's row count does not matter.
-        const int expected[] = { 1, c.firstTableRows, c.secondTableRows, 1, 1, c.stripRows,
-            c.disclosureRows };
+        const int expected[]
+            = { 1, c.firstTableRows, c.secondTableRows, 1, 1, c.stripRows, c.disclosureRows };
         for (int i = 1; i < 7; ++i) {
             if (!skipped.contains(i)) {
                 EXPECT_EQ(rows[i], expected[i]) << "section " << i;
@@ -407,7 +411,8 @@ TEST(HolterReportTemplate, SectionsBandsAndFieldsAreAsLaidDown)
             for (const TContainerField& f : b->fields) {
                 // Every field lies inside its band and the page's printable width.
                 EXPECT_GE(f.number("left"), 0.0);
-                EXPECT_LE(f.number("left") + f.number("width"), 760.0 + 1e-9) << f.value().toStdString();
+                EXPECT_LE(f.number("left") + f.number("width"), 760.0 + 1e-9)
+                    << f.value().toStdString();
                 EXPECT_LE(f.number("top") + f.number("height"), h.second + 1e-9)
                     << f.value().toStdString();
             }
@@ -499,8 +504,9 @@ TEST(HolterReportPdf, ProcessedDayPrintsEverySectionWithItsFigures)
     report.setHeaderTitle("Centro Cardiológico");
     const QString pdf = root.file("day.pdf");
     QVector<QPair<int, int>> progress;
-    QObject::connect(&report, &THolterReport::progress,
-        [&](int page, int total) { progress.append({ page, total }); });
+    QObject::connect(&report, &THolterReport::progress, [&](int page, int total) {
+        progress.append({ page, total });
+    });
     report.run(pdf);
     const QString text = pdfText(pdf);
     const QStringList pages = text.split(QLatin1Char('\f'), Qt::SkipEmptyParts);
@@ -510,10 +516,10 @@ TEST(HolterReportPdf, ProcessedDayPrintsEverySectionWithItsFigures)
     EXPECT_FALSE(progress.isEmpty());
 
     const QString cover = pages.at(0);
-    for (const char* label : { "Pereyra, Ana - Informe Holter", "Centro Cardiológico", "FC media",
-             "Total latidos", "EV total", "Fib. auricular", "Mediciones en canal II",
-             "Conclusiones", "Ritmo sinusal.", "Registro desde 5/3 08:30 hasta 6/3 08:30",
-             "(total: 24 h. 0 m.)" })
+    for (const char* label :
+        { "Pereyra, Ana - Informe Holter", "Centro Cardiológico", "FC media", "Total latidos",
+            "EV total", "Fib. auricular", "Mediciones en canal II", "Conclusiones",
+            "Ritmo sinusal.", "Registro desde 5/3 08:30 hasta 6/3 08:30", "(total: 24 h. 0 m.)" })
         EXPECT_TRUE(cover.contains(QString::fromUtf8(label))) << label;
 
     const double beats = r.findAs<ValueResult>("HR/totalBeatCount")->value;
@@ -536,8 +542,8 @@ TEST(HolterReportPdf, ProcessedDayPrintsEverySectionWithItsFigures)
     // The first row: the clock and the first hour's median rate.
     const auto* perHour = r.findAs<TTrend>("HR/avgBPMPerHour");
     ASSERT_NE(perHour, nullptr);
-    EXPECT_TRUE(lineWith(table, "08:30").startsWith(
-        "08:30 " + QString::number(qRound(perHour->valueAt(0)))))
+    EXPECT_TRUE(lineWith(table, "08:30")
+                    .startsWith("08:30 " + QString::number(qRound(perHour->valueAt(0)))))
         << lineWith(table, "08:30").toStdString();
     EXPECT_TRUE(table.contains("07:30")); // the 24th hour, last row
     EXPECT_TRUE(pages.at(3).contains(QString::fromUtf8("Análisis frecuencial")));
@@ -584,4 +590,53 @@ TEST(HolterReportPdf, UnwritableFileIsAnError)
     auto study = makeStudy(kHour);
     THolterReport report(study.get());
     EXPECT_THROW(report.run("/nonexistent-folder/x/report.pdf"), ReportError);
+}
+
+// ---- holter-cli report --------------------------------------------------------------------
+
+TEST(HolterReportCli, PdfRunMarksTheStudyAndKeepsACopy)
+{
+    testsupport::TempRoot root;
+    const QString card = root.file("card");
+    CliContext ctx(root.file("store"), true);
+    ASSERT_EQ(runSimulate(ctx, { card, "--hours", "1", "--seed", "5" }), 0);
+    ASSERT_EQ(
+        runImport(
+            ctx, { card, "--last-name", "Sosa", "--first-name", "Luis", "--date", "202403050830" }),
+        0);
+    const QList<StudyInfo> studies = ctx.repository().listStudies();
+    ASSERT_EQ(studies.size(), 1);
+    const QString id = QString::number(studies.first().id);
+    ASSERT_EQ(runProcess(ctx, { id }), 0);
+
+    // Nonsense is refused before anything is written.
+    const QString pdf = root.file("out.pdf");
+    const QList<QStringList> bad = { { id }, { id, "--pdf", pdf, "--printer" },
+        { id, "--pdf", pdf, "--amplitude", "7" }, { id, "--pdf", pdf, "--filters", "notch,hum" },
+        { id, "--pdf", pdf, "--rhythm-lead", "V9" } };
+    for (const QStringList& args : bad) {
+        SCOPED_TRACE(toString(args).toStdString());
+        EXPECT_THROW(runReport(ctx, args), UsageError);
+    }
+    EXPECT_THROW(
+        runReport(ctx, { id, "--pdf", pdf, "--logo", root.file("none.png") }), std::runtime_error);
+    EXPECT_FALSE(QFile::exists(pdf));
+    EXPECT_EQ(ctx.repository().listStudies().first().status, QByteArray("processed"));
+
+    ASSERT_EQ(runReport(ctx,
+                  { id, "--pdf", pdf, "--no-hrv", "--amplitude", "20", "--filters",
+                      "notch,baseline", "--title", "Clinica Norte" }),
+        0);
+    EXPECT_EQ(ctx.repository().listStudies().first().status, QByteArray("report"));
+    const QByteArray bytes = testsupport::readAll(pdf);
+    EXPECT_TRUE(bytes.startsWith("%PDF"));
+    const QString kept = root.file("store") + "/reports/"
+        + QString::fromUtf8(studies.first().baseFilename) + ".pdf";
+    EXPECT_EQ(testsupport::readAll(kept), bytes);
+    const QString text = pdfText(pdf);
+    if (!text.isEmpty()) {
+        EXPECT_TRUE(text.contains("Clinica Norte"));
+        EXPECT_TRUE(text.contains("Sosa, Luis - Informe Holter"));
+        EXPECT_FALSE(text.contains(QString::fromUtf8("Análisis temporal"))); // --no-hrv
+    }
 }

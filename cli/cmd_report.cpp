@@ -1,0 +1,176 @@
+#include "cli/args.h"
+#include "cli/commands.h"
+#include "cli/reportcommand.h"
+#include "report/tholterreport.h"
+#include "results/analysisparams.h"
+#include "results/resultsdriver.h"
+#include "store/signalsource.h"
+#include "store/study.h"
+#include "store/studyrepository.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QSettings>
+
+#include <stdexcept>
+
+namespace {
+
+const QStringList kValueOptions
+    = { "pdf", "amplitude", "rhythm-lead", "trend-lead", "filters", "title", "info", "logo" };
+const QStringList kFlags = { "no-trends", "no-extra-trends", "no-hrv", "printer" };
+
+std::runtime_error failure(const QString& message)
+{
+    return std::runtime_error(message.toStdString());
+}
+
+// A lead the recording has, or an error that lists the ones it has.
+void checkLead(const Study& study, const QString& lead, const char* option)
+{
+    const SignalSource* s = study.signal();
+    if (s->channelByName(lead.toUtf8()))
+        return;
+    QStringList names;
+    for (int c = 0; c < s->channelCount(); ++c)
+        names << QString::fromUtf8(s->channel(c)->name());
+    throw UsageError(QString("'--%1': the study has no lead '%2' (it has %3)")
+                         .arg(option, lead, names.join(", ")));
+}
+
+} // namespace
+
+ReportOptions reportOptions(const Args& args)
+{
+    ReportOptions o;
+    o.trendsAndTable = !args.flag("no-trends");
+    o.extraTrends = !args.flag("no-extra-trends");
+    o.hrv = !args.flag("no-hrv");
+    if (args.has("amplitude")) {
+        const QString a = args.value("amplitude");
+        if (a != "5" && a != "10" && a != "20")
+            throw UsageError(QString("'--amplitude' is 5, 10 or 20 mm/mV, not '%1'").arg(a));
+        o.amplitude = a.toDouble();
+    }
+    o.rhythmLead = args.value("rhythm-lead", o.rhythmLead);
+    o.rhythmLeadGiven = args.has("rhythm-lead");
+    o.trendLead = args.value("trend-lead", o.trendLead);
+    if (args.has("filters")) {
+        for (const QString& part : args.value("filters").split(',', Qt::SkipEmptyParts)) {
+            const QString f = part.trimmed().toLower();
+            if (f == "notch")
+                o.notch = true;
+            else if (f == "lowpass")
+                o.lowPass = true;
+            else if (f == "baseline")
+                o.baseline = true;
+            else
+                throw UsageError(QString("'--filters' takes notch, lowpass and baseline "
+                                         "separated by commas, not '%1'")
+                                     .arg(part));
+        }
+    }
+    o.title = args.value("title");
+    o.info = args.value("info");
+    o.logoFile = args.value("logo");
+    if (!o.logoFile.isEmpty() && QImage(o.logoFile).isNull())
+        throw failure(QString("Logo image could not be loaded from file: %1").arg(o.logoFile));
+    return o;
+}
+
+void writeStudyReport(CliContext& ctx, int id, const ReportOptions& options, const QString& pdf)
+{
+    OpenedStudy study(ctx, id);
+    // A lead asked for must exist; the default leads fall back to the first lead, as the report
+    // does for an absent trend lead.
+    if (options.rhythmLeadGiven)
+        checkLead(*study.get(), options.rhythmLead, "rhythm-lead");
+
+    // As the review window does before a report: fill in the results that are missing.
+    AnalysisParams params;
+    params.readSettings(QSettings());
+    const bool computed
+        = computeStudyResults(*study.get(), params, false, [&ctx](int position, int total) {
+              ctx.progress("Getting results", total > 0 ? int(qint64(position) * 100 / total) : 0);
+          });
+    ctx.endProgress();
+    if (computed) {
+        study.save();
+        ctx.err() << "computed the missing results of study " << id << '\n';
+    }
+
+    THolterReport report(study.get());
+    report.setLineNotchFilter(options.notch);
+    report.setMuscleNoiseFilter(options.lowPass);
+    report.setBaselineFilter(options.baseline);
+    report.setAmplitude(options.amplitude);
+    report.setRhythmLead(options.rhythmLead);
+    report.setTrendLead(options.trendLead);
+    report.setPrintTrendsAndTable(options.trendsAndTable);
+    report.setPrintExtraTrends(options.extraTrends);
+    report.setPrintHRV(options.hrv);
+    report.setHeaderTitle(options.title);
+    report.setHeaderInfo(options.info);
+    report.setHeaderLogoFile(options.logoFile);
+    QObject::connect(&report, &THolterReport::progress, [&ctx](int page, int total) {
+        if (total > 0)
+            ctx.progress(QString("Report page %1 of %2").arg(page).arg(total), page * 100 / total);
+    });
+
+    if (pdf.isEmpty()) {
+        // A printer run leaves the study's status as it is.
+        try {
+            report.run();
+        } catch (const ReportError& e) {
+            ctx.endProgress();
+            throw failure(QString::fromUtf8(e.what()));
+        }
+        ctx.endProgress();
+        ctx.err() << "report of study " << id << " sent to the default printer\n";
+        return;
+    }
+
+    // The workstation keeps every study's report as "<root>/reports/<baseFilename>.pdf"; the
+    // file asked for is a copy of that one.
+    const QString folder = ctx.repository().rootPath() + "/reports";
+    if (!QDir().mkpath(folder))
+        throw failure(QString("Cannot create the reports folder %1").arg(folder));
+    QString base = QString::fromUtf8(study->property("baseFilename"));
+    if (base.isEmpty())
+        base = QString::number(id);
+    const QString stored = folder + "/" + base + ".pdf";
+    try {
+        report.run(stored);
+    } catch (const ReportError& e) {
+        ctx.endProgress();
+        throw failure(QString::fromUtf8(e.what()));
+    }
+    ctx.endProgress();
+    const QString target = QFileInfo(pdf).absoluteFilePath();
+    if (target != QFileInfo(stored).absoluteFilePath()) {
+        QFile::remove(target);
+        if (!QFile::copy(stored, target))
+            throw failure(QString("Report file %1 could not be written").arg(pdf));
+    }
+    study->setProperty("status", "report");
+    study.save();
+    ctx.err() << "report of study " << id << " written to " << QDir::toNativeSeparators(pdf)
+              << '\n';
+}
+
+int runReport(CliContext& ctx, const QStringList& argv)
+{
+    Args args(argv, kValueOptions, kFlags);
+    args.expectPositionals(1, 1, "study ID");
+    const int id = parseStudyId(args.positionals()[0]);
+    const bool printer = args.flag("printer");
+    if (printer == args.has("pdf"))
+        throw UsageError("give either '--pdf FILE' or '--printer'");
+    const QString pdf = args.value("pdf");
+    if (!printer && pdf.isEmpty())
+        throw UsageError("'--pdf' needs a file name");
+    writeStudyReport(ctx, id, reportOptions(args), printer ? QString() : pdf);
+    return 0;
+}
