@@ -39,6 +39,7 @@ ClassProfile reference()
 // Scores worked out by hand from the tables of both tests, per channel:
 // normal: corr 3 + amplitude 2 + duration 2 + sign 1 + P 1 + T 1 (totals only for valid ratios);
 // ventricular: corr 3 + amplitude 3 + duration 3 + sign 1 + P 1 + T 1.
+// The sign, P and T rows add to score and total only when they hold.
 struct ScoreCase
 {
     const char* name;
@@ -70,7 +71,7 @@ TEST_P(Scoring, NormalAndVentricularTests)
 
 INSTANTIATE_TEST_SUITE_P(Cases, Scoring,
     ::testing::Values(
-        // Identical: normal 10/10; ventricular 0/12.
+        // Identical: normal 10/10; ventricular 0/9.
         ScoreCase { "Identical", [](ClassProfile&) {}, 0.95, BeatN, BeatU },
         // Same shape, timing between the normal and premature limits.
         ScoreCase { "NormalShapeUndecidedTiming", [](ClassProfile& p) { p.meanRrRatio = 0.9; },
@@ -89,24 +90,36 @@ INSTANTIATE_TEST_SUITE_P(Cases, Scoring,
                 p.qrsSign[1] = 0;
             },
             0.95, BeatU, BeatU },
-        // No amplitude: normal total 8; corr 3 + width 2 + sign 1 = 6 is exactly 0.75 x 8.
+        // Amplitude 1.5 x: normal corr 3/3 + amplitude 0/2 + width 2/2 + sign 1/1, P and T
+        // differ: 6/8 is exactly 0.75. Ventricular: amplitude 1/3 + T 1/1 of 10.
         ScoreCase { "NormalAtExactlyThreeQuartersFails",
             [](ClassProfile& p) {
                 for (int c = 0; c < 2; ++c) {
-                    p.amplitude[c] = 0.0;
+                    p.amplitude[c] = 150.0;
                     p.pPolarity[c] = 0.4;
                     p.tPolarity[c] = -1.0;
                 }
             },
             0.95, BeatU, BeatU },
+        // As above with the P wave agreeing: 7/9.
         ScoreCase { "NormalJustAboveThreeQuarters",
             [](ClassProfile& p) {
                 for (int c = 0; c < 2; ++c) {
-                    p.amplitude[c] = 0.0;
+                    p.amplitude[c] = 150.0;
                     p.tPolarity[c] = -1.0;
                 }
             },
             0.95, BeatN, BeatU },
+        // corr 2/3 + amplitude 2/2 + width 2/2 + sign 1/1 with P and T differing: 7/8. Had the
+        // failed P and T rows counted in the total it would be 7/10, below 0.75.
+        ScoreCase { "NormalMissingPAndTCostNothing",
+            [](ClassProfile& p) {
+                for (int c = 0; c < 2; ++c) {
+                    p.pPolarity[c] = 0.4;
+                    p.tPolarity[c] = -1.0;
+                }
+            },
+            0.85, BeatN, BeatU },
         // Wide, large, inverted, no P, T opposed: ventricular 12/12.
         ScoreCase { "ClearlyVentricular",
             [](ClassProfile& p) {
@@ -154,8 +167,9 @@ INSTANTIATE_TEST_SUITE_P(Cases, Scoring,
                 p.meanRrRatio = 0.9;
             },
             0.6, BeatU, BeatU },
-        // An amplitude ratio of 15 or more is no evidence either way: ventricular total 9,
-        // corr 3 + width 3 + sign 1 = 7 of 9 is below 0.8 and the class is on time.
+        // An amplitude ratio of 15 or more is no evidence either way: ventricular corr 3/3 +
+        // width 3/3 + sign 1/1 = 7/7. Counted as an amplitude row scoring 0 it would be 7/10,
+        // not enough for a class on time.
         ScoreCase { "AmplitudeRatioOutOfRangeIsIgnored",
             [](ClassProfile& p) {
                 for (int c = 0; c < 2; ++c) {
@@ -164,7 +178,18 @@ INSTANTIATE_TEST_SUITE_P(Cases, Scoring,
                     p.duration[c] = 0.16;
                 }
             },
-            0.3, BeatU, BeatU }),
+            0.3, BeatU, BeatV },
+        // A wide early beat of normal size and the reference's polarities (the common PVC of a
+        // lead where it points the same way): corr 3/3 + amplitude 0/3 + width 3/3 = 6/9 per
+        // channel passes 0.6 with a ratio of 0.8. With the unmet sign, P and T rows in the
+        // total it would be 6/12 and stay U.
+        ScoreCase { "VentricularAbsentEvidenceCostsNothing",
+            [](ClassProfile& p) {
+                for (int c = 0; c < 2; ++c)
+                    p.duration[c] = 0.16;
+                p.meanRrRatio = 0.8;
+            },
+            0.4, BeatU, BeatV }),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---------------------------------------------------------------------------------------------

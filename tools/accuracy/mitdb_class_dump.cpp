@@ -32,11 +32,19 @@ namespace {
 int group(int code)
 {
     switch (code) {
-    case 1: case 2: case 3: case 11: case 34:
+    case 1:
+    case 2:
+    case 3:
+    case 11:
+    case 34:
         return 0;
-    case 5: case 10:
+    case 5:
+    case 10:
         return 1;
-    case 4: case 7: case 8: case 9:
+    case 4:
+    case 7:
+    case 8:
+    case 9:
         return 2;
     case 6:
         return 3;
@@ -77,24 +85,30 @@ Scores score(const ClassProfile& c, const ClassProfile& r, const double* corr)
             s.nTotal += 2;
             s.nScore += rQ < 1.1 ? 2 : 0;
         }
-        s.nTotal += 3;
-        s.nScore += (c.qrsSign[ch] == r.qrsSign[ch]) + (std::fabs(c.pPolarity[ch] - r.pPolarity[ch]) < 0.5)
+        const int nb = (c.qrsSign[ch] == r.qrsSign[ch])
+            + (std::fabs(c.pPolarity[ch] - r.pPolarity[ch]) < 0.5)
             + (std::fabs(c.tPolarity[ch] - r.tPolarity[ch]) < 0.5);
+        s.nScore += nb;
+        s.nTotal += nb;
         s.vTotal += 3;
         s.vScore += corr[ch] < 0.5 ? 3 : corr[ch] < 0.7 ? 2 : corr[ch] < 0.8 ? 1 : 0;
         if (rA > 0 && rA < 15) {
             s.vTotal += 3;
-            s.vScore += (rA < 0.5 || rA > 2) ? 3 : (rA < 0.7 || rA > 1.5) ? 2 : (rA < 0.8 || rA > 1.2) ? 1 : 0;
+            s.vScore += (rA < 0.5 || rA > 2) ? 3
+                : (rA < 0.7 || rA > 1.5)     ? 2
+                : (rA < 0.8 || rA > 1.2)     ? 1
+                                             : 0;
         }
         if (rQ > 0) {
             s.vTotal += 3;
             s.vScore += rQ > 1.4 ? 3 : rQ > 1.2 ? 2 : rQ > 1.1 ? 1 : 0;
         }
-        s.vTotal += 3;
-        s.vScore += (c.qrsSign[ch] != r.qrsSign[ch])
+        const int vb = (c.qrsSign[ch] != r.qrsSign[ch])
             + (std::fabs(r.pPolarity[ch]) > 0.5 && std::fabs(c.pPolarity[ch]) < 0.1)
             + ((c.tPolarity[ch] > 0.5 && r.tPolarity[ch] < -0.5)
                 || (c.tPolarity[ch] < -0.5 && r.tPolarity[ch] > 0.5));
+        s.vScore += vb;
+        s.vTotal += vb;
     }
     return s;
 }
@@ -115,12 +129,15 @@ int main(int argc, char** argv)
     QString dataDir = "/work/shared/data/mitdb";
     int minMembers = 3;
     double around = -1.0;
+    int showClass = 0;
     QString rec;
     for (int i = 0; i < args.size(); ++i) {
         if (args[i] == "--data" && i + 1 < args.size())
             dataDir = args[++i];
         else if (args[i] == "--around" && i + 1 < args.size())
             around = args[++i].toDouble();
+        else if (args[i] == "--class" && i + 1 < args.size())
+            showClass = args[++i].toInt();
         else if (args[i] == "--min" && i + 1 < args.size())
             minMembers = args[++i].toInt();
         else
@@ -131,6 +148,7 @@ int main(int argc, char** argv)
         return 1;
     }
     const QString path = QDir(dataDir).filePath(rec);
+    const char* letters = "UNVFS";
     try {
         WfdbSource raw(path);
         const double rawRate = raw.samplingRate();
@@ -212,8 +230,9 @@ int main(int argc, char** argv)
                     if (b.measure[ch][Beat::HasQrs] != 0.0)
                         widest = std::max(widest, b.measure[ch][Beat::QrsDuration]);
                 const double med = b.timing[Beat::MedianRR];
-                std::printf("%5d %8.2f %c lab%d rr %.3f ratio %.2f widest %.3f pol %+d %+d dur %.3f %.3f"
-                            " class %d\n",
+                std::printf(
+                    "%5d %8.2f %c lab%d rr %.3f ratio %.2f widest %.3f pol %+d %+d dur %.3f %.3f"
+                    " class %d\n",
                     i, b.timing[Beat::RTime], b.isBeat ? ' ' : '*', label[size_t(i)],
                     b.timing[Beat::RR], med > 0 ? b.timing[Beat::RR] / med : 0.0, widest,
                     int(b.measure[0][Beat::QrsPolarity]), int(b.measure[1][Beat::QrsPolarity]),
@@ -227,8 +246,9 @@ int main(int argc, char** argv)
         std::vector<BeatClass*> order;
         for (const auto& e : classes.classes())
             order.push_back(e.second.get());
-        std::stable_sort(order.begin(), order.end(),
-            [](const BeatClass* a, const BeatClass* b) { return a->memberCount() > b->memberCount(); });
+        std::stable_sort(order.begin(), order.end(), [](const BeatClass* a, const BeatClass* b) {
+            return a->memberCount() > b->memberCount();
+        });
         std::map<const BeatClass*, int> firstType;
         for (BeatClass* c : order)
             firstType[c] = c->type;
@@ -254,7 +274,6 @@ int main(int argc, char** argv)
         std::printf("%6s %5s %3s>%-3s %5s %5s %5s %4s %4s | %5s %5s | %s\n", "id", "n", "t0", "t",
             "refN", "refV", "refS", "oth", "rr", "Nsc", "Vsc",
             "per channel: sign P T dur(ms) amp corr");
-        const char* letters = "UNVFS";
         for (BeatClass* c : order) {
             if (c->memberCount() < minMembers)
                 continue;
@@ -271,8 +290,8 @@ int main(int argc, char** argv)
             const int t0 = firstType[c];
             std::printf("%6d %5d %3c>%-3c %5d %5d %5d %4d %4.2f | %2d/%-2d %2d/%-2d |%s", c->id,
                 c->memberCount(), t0 >= 0 ? letters[t0] : '-', letters[c->type], counts[0],
-                counts[1], counts[2], counts[3] + counts[4] + counts[5], c->meanRrRatio,
-                s.nScore, s.nTotal, s.vScore, s.vTotal, c == reference ? " REF" : "");
+                counts[1], counts[2], counts[3] + counts[4] + counts[5], c->meanRrRatio, s.nScore,
+                s.nTotal, s.vScore, s.vTotal, c == reference ? " REF" : "");
             for (int ch = 0; ch < p.channels; ++ch)
                 std::printf(" | %+d %+.1f %+.1f %3.0f %5.0f %.2f", p.qrsSign[ch], p.pPolarity[ch],
                     p.tPolarity[ch], p.duration[ch] * 1000, p.amplitude[ch], corr[ch]);
@@ -286,6 +305,36 @@ int main(int argc, char** argv)
                     b.timing[Beat::RR], b.timing[Beat::MedianRR]);
             }
         }
+        if (const BeatClass* shown = classes.find(showClass)) {
+            for (int m : shown->members) {
+                Beat b;
+                list.get(m, b);
+                const double med = b.timing[Beat::MedianRR];
+                std::printf("  member %5d %8.2f lab%d rr %.3f median %.3f ratio %.2f\n", m,
+                    b.timing[Beat::RTime], label[size_t(m)], b.timing[Beat::RR], med,
+                    med > 0 ? b.timing[Beat::RR] / med : 0.0);
+            }
+        }
+        // Where the reference V beats went: final type by size of their class.
+        int where[5][4] = {}; // type x (1, 2-9, 10+, private or no class)
+        for (const auto& e : classes.classes()) {
+            const BeatClass& c = *e.second;
+            const int bucket = c.memberCount() == 1 ? 0 : c.memberCount() < 10 ? 1 : 2;
+            for (int m : c.members)
+                if (label[size_t(m)] == 1 && c.type >= 0 && c.type < 5)
+                    ++where[c.type][bucket];
+        }
+        for (int i = 0; i < list.count(); ++i) {
+            Beat b;
+            list.get(i, b);
+            if (label[size_t(i)] == 1
+                && (!b.isBeat || b.classId >= BeatClassifier::kPrivateClassBase))
+                ++where[0][3];
+        }
+        std::printf("V beats by final type (class of 1 / 2-9 / 10+ / noise or private):\n");
+        for (int t = 0; t < 5; ++t)
+            std::printf("  %c %5d %5d %5d %5d\n", letters[t], where[t][0], where[t][1], where[t][2],
+                where[t][3]);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "%s\n", e.what());
         return 1;
