@@ -38,8 +38,12 @@ void WaveletBeatDetector::processBlock()
         ChannelDetector& detector = m_channels[size_t(ch)];
         detector.detectBlock(scales, m_records);
         gradeChannel(ch, int(m_records.size()), detector.state().rejectedCount);
-        for (const LeadBeatRecord& r : m_records)
-            enqueue(ch, r.shifted(offset));
+        for (const LeadBeatRecord& r : m_records) {
+            const LeadBeatRecord absolute = r.shifted(offset);
+            if (m_recordObserver)
+                m_recordObserver(ch, absolute);
+            enqueue(ch, absolute);
+        }
     }
     fuse(false);
     ++m_blockIndex;

@@ -4,6 +4,7 @@
 #include "analysis/channeldetector.h"
 #include "analysis/scalewindow.h"
 
+#include <functional>
 #include <vector>
 
 class WaveletBank;
@@ -24,6 +25,11 @@ public:
     void finish() override;
     SignalSource* scaleSource() const override;
 
+    // Sees every channel's record, with absolute positions, as it enters fusion. The records
+    // hold what never reaches a Beat (wave onsets and ends); accuracy tools read them here.
+    using RecordObserver = std::function<void(int channel, const LeadBeatRecord& record)>;
+    void setRecordObserver(RecordObserver observer) { m_recordObserver = std::move(observer); }
+
     // Search spans, seconds.
     static constexpr double kCrossScaleWindow = 0.05;
     static constexpr double kSameSignWindow = 0.2;
@@ -33,4 +39,5 @@ private:
     ScaleWindow m_windows[4];
     std::vector<ChannelDetector> m_channels;
     std::vector<LeadBeatRecord> m_records;
+    RecordObserver m_recordObserver;
 };

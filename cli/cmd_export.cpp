@@ -1,6 +1,7 @@
 #include "cli/args.h"
 #include "cli/commands.h"
 #include "recorder/wfdbannotation.h"
+#include "results/model/resultset.h"
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 #include "store/study.h"
@@ -53,16 +54,51 @@ std::vector<ExportedBeat> collectBeats(BeatList& beats)
     return out;
 }
 
-void writeAnnotations(const QString& path, const std::vector<ExportedBeat>& beats, double fs)
+struct AfInterval
+{
+    double start; // seconds from the start of the recording
+    double end;
+};
+
+// The AF episodes of the study's results; none when the results were never computed.
+std::vector<AfInterval> collectAf(const ResultSet& results)
+{
+    std::vector<AfInterval> out;
+    if (const auto* list = results.findAs<EventListResult>("afib/afibEvents"))
+        for (const EventResult& e : list->events)
+            out.push_back({ e.timestamp, e.timestamp + e.duration });
+    return out;
+}
+
+qint64 toSample(double seconds, double fs)
+{
+    return std::max<qint64>(0, std::llround(seconds * fs));
+}
+
+void writeAnnotations(const QString& path, const std::vector<ExportedBeat>& beats,
+    const std::vector<AfInterval>& af, double fs)
 {
     QVector<WfdbAnnotation> annotations;
-    annotations.reserve(int(beats.size()));
+    annotations.reserve(int(beats.size() + 2 * af.size()));
+    // Rhythm changes go first, so that one on a beat's sample precedes the beat, as the rhythm
+    // it announces includes that beat.
+    const auto rhythm = [fs](double seconds, const char* aux) {
+        WfdbAnnotation a;
+        a.sample = toSample(seconds, fs);
+        a.code = 28;
+        a.aux = aux;
+        return a;
+    };
+    for (const AfInterval& e : af)
+        annotations << rhythm(e.start, "(AFIB") << rhythm(e.end, "(N");
     for (const ExportedBeat& b : beats) {
         WfdbAnnotation a;
-        a.sample = std::max<qint64>(0, std::llround(b.rTime * fs));
+        a.sample = toSample(b.rTime, fs);
         a.code = wfdbCode(b.type);
         annotations << a;
     }
+    std::stable_sort(annotations.begin(), annotations.end(),
+        [](const WfdbAnnotation& x, const WfdbAnnotation& y) { return x.sample < y.sample; });
     writeWfdbAnnotations(path, annotations);
 }
 
@@ -95,16 +131,18 @@ int runExport(CliContext& ctx, const QStringList& argv)
     const double fsOption = args.doubleValue("fs", 0.0, 1.0, 1e6);
 
     std::vector<ExportedBeat> beats;
+    std::vector<AfInterval> af;
     double fs = fsOption;
     {
         OpenedStudy study(ctx, id);
         beats = collectBeats(*study->beats());
+        af = collectAf(study->results());
         if (fs <= 0.0)
             fs = study->signal()->samplingRate();
     }
 
     if (args.has("annotations"))
-        writeAnnotations(args.value("annotations"), beats, fs);
+        writeAnnotations(args.value("annotations"), beats, af, fs);
     if (args.has("rr"))
         writeRr(args.value("rr"), beats);
     return 0;

@@ -112,7 +112,10 @@ const char kAnalyzeHelp[] =
 
 const char kExportHelp[] =
     "  --annotations FILE        one annotation per beat at its R instant (N 1, V 5, S 9,\n"
-    "                            F 6, U 13); noise entries are left out\n"
+    "                            F 6, U 13); noise entries are left out. When the\n"
+    "                            study has results, each AF episode adds rhythm changes\n"
+    "                            (code 28) \"(AFIB\" at its start and \"(N\" at its end\n"
+    "                            (export computes no results; run 'results' first)\n"
     "  --fs HZ                   sample rate of the annotation times (default: the study's)\n"
     "  --rr FILE                 beat times and RR intervals as text\n";
 

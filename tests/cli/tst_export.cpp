@@ -1,4 +1,5 @@
 #include "recorder/wfdbannotation.h"
+#include "results/model/resultset.h"
 #include "store/beatlist.h"
 #include "store/study.h"
 #include "store/studyrepository.h"
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
 
 namespace {
 
@@ -36,7 +38,13 @@ const TestBeat kBeats[] = {
     { 5000.0, BeatN, true }, // far away: the file needs a long skip
 };
 
-int makeStudy(const QString& root)
+struct AfSpan
+{
+    double start; // seconds
+    double duration;
+};
+
+int makeStudy(const QString& root, const QVector<AfSpan>& af = {}, bool withAfResult = false)
 {
     StudyRepository::Options o;
     o.rootOverride = root;
@@ -63,6 +71,16 @@ int makeStudy(const QString& root)
         b.type = t.type;
         b.isBeat = t.isBeat;
         s->beats()->append(b);
+    }
+    if (withAfResult) {
+        auto list = std::make_unique<EventListResult>();
+        for (const AfSpan& e : af)
+            list->events.append(EventResult(e.start, e.duration, 0.0));
+        s->results().insert("afib/afibEvents", std::move(list));
+        // Another event list of the same kind, which must not turn into rhythm changes.
+        auto pauses = std::make_unique<EventListResult>();
+        pauses->events.append(EventResult(2.0, 2.5, 2.5));
+        s->results().insert("pause/pauseEvents", std::move(pauses));
     }
     repo.saveStudy(s);
     repo.closeStudy(s);
@@ -167,4 +185,70 @@ TEST(CliExport, MistakesAndMissingStudies)
     const CliRun r = cli({ "--data-dir", root.path(), "export", id, "--annotations", atr });
     EXPECT_EQ(r.code, 1);
     EXPECT_TRUE(r.err.contains("Study file not found")) << r.err.toStdString();
+}
+
+TEST(CliExport, AfEpisodesOfTheResultsBecomeRhythmChanges)
+{
+    // Worked out by hand at 500 Hz and 360 Hz. Episode 1: 1.0 s to 3.1 s; episode 2: 3.9 s (on
+    // the U beat's instant) to 13.9 s. A rhythm change on a beat's sample comes before it.
+    struct Expected
+    {
+        qint64 sample500;
+        qint64 sample360;
+        int code;
+        const char* aux;
+    };
+    const Expected withAf[] = {
+        { 250, 180, 1, "" },
+        { 500, 360, 28, "(AFIB" },
+        { 650, 468, 5, "" },
+        { 1101, 792, 9, "" },
+        { 1500, 1080, 6, "" },
+        { 1550, 1116, 28, "(N" },
+        { 1950, 1404, 28, "(AFIB" },
+        { 1950, 1404, 13, "" },
+        { 6950, 5004, 28, "(N" },
+        { 2500000, 1800000, 1, "" },
+    };
+    const QVector<AfSpan> spans = { { 1.0, 2.1 }, { 3.9, 10.0 } };
+    struct Case
+    {
+        const char* name;
+        bool withResult;
+        QVector<AfSpan> af;
+        int expectedRhythm; // rhythm changes in the file
+    };
+    // No results at all, an empty AF list (results computed, no AF) and two episodes.
+    const Case cases[] = {
+        { "no results", false, {}, 0 },
+        { "no AF", true, {}, 0 },
+        { "two episodes", true, spans, 4 },
+    };
+    for (const Case& c : cases) {
+        testsupport::TempRoot root;
+        const QString id = QString::number(makeStudy(root.path(), c.af, c.withResult));
+        for (const bool at360 : { false, true }) {
+            const QString file = root.file(at360 ? "out360.atr" : "out.atr");
+            QStringList args { "--data-dir", root.path(), "export", id, "--annotations", file };
+            if (at360)
+                args << "--fs"
+                     << "360";
+            const CliRun r = cli(args);
+            ASSERT_EQ(r.code, 0) << c.name << ": " << r.err.toStdString();
+            const QVector<WfdbAnnotation> back = readWfdbAnnotations(file);
+            int rhythm = 0;
+            for (const WfdbAnnotation& a : back)
+                rhythm += a.code == 28;
+            EXPECT_EQ(rhythm, c.expectedRhythm) << c.name;
+            ASSERT_EQ(back.size(), 6 + c.expectedRhythm) << c.name;
+            if (c.expectedRhythm == 0)
+                continue;
+            for (int i = 0; i < back.size(); ++i) {
+                const Expected& e = withAf[i];
+                EXPECT_EQ(back[i].sample, at360 ? e.sample360 : e.sample500) << c.name << " " << i;
+                EXPECT_EQ(back[i].code, e.code) << c.name << " " << i;
+                EXPECT_EQ(back[i].aux, QByteArray(e.aux)) << c.name << " " << i;
+            }
+        }
+    }
 }

@@ -176,8 +176,9 @@ TEST_F(CliProcess, NonsenseArgumentsAreRefusedWithoutTouchingTheStudy)
         { "process", idText, "--svpb-prematurity", "120" },
         { "process", idText, "--svpb-prematurity", "abc" },
         { "process", idText, "--bogus" },
-        { "analyze", s_card, "--pdf", root.file("r.pdf"), "--last-name", "A", "--first-name", "B",
-            "--date", "202401150900" },
+        { "analyze", s_card, "--last-name", "A", "--first-name", "B", "--date", "2024-01-15" },
+        { "analyze", s_card, "--pdf", root.file("r.pdf"), "--amplitude", "7", "--last-name", "A",
+            "--first-name", "B", "--date", "202401150900" },
     };
     for (const QStringList& args : bad) {
         const CliRun r = cli(root.path(), args);
@@ -187,7 +188,7 @@ TEST_F(CliProcess, NonsenseArgumentsAreRefusedWithoutTouchingTheStudy)
     const StoredStudy s = stored(root.path(), id);
     EXPECT_EQ(s.status, QByteArray("downloaded"));
     EXPECT_EQ(s.beats, 0);
-    // --pdf was refused before anything was imported: the first study is the only one.
+    // The refused analyze runs imported nothing: the first study is the only one.
     const CliRun list = cli(root.path(), { "list" });
     EXPECT_EQ(list.out.trimmed().split('\n').size(), 1) << list.out.toStdString();
 

@@ -1,0 +1,118 @@
+// All results of a simulated day: the card is simulated, imported and processed untimed, the
+// study saved, closed and opened again, so that the beats come from the study's beats file on
+// disk as they do when the review window opens a processed study. Then the results driver runs
+// over it with every analyzer (AF included) and its results move into the study; that is timed.
+// Prints the wall time, the beats analysed, the keys stored and the peak resident memory.
+//   bench_results [hours [card-folder]]   (default 24 h; goal for 24 h: <= 2 s)
+// A card folder that already holds HECG.VTF is used as it is; otherwise one is simulated.
+
+#include "analysis/studyprocessor.h"
+#include "benchutil.h"
+#include "recorder/cardimport.h"
+#include "recorder/cardsignalfile.h"
+#include "results/resultsdriver.h"
+#include "store/beatlist.h"
+#include "store/study.h"
+#include "store/studyrepository.h"
+#include "tools/simulator.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+// The peak (VmHWM) starts again from the current size, so that the untimed preparation doesn't
+// count; false where the kernel doesn't offer it.
+bool resetPeakRss()
+{
+    QFile f("/proc/self/clear_refs");
+    return f.open(QIODevice::WriteOnly) && f.write("5") == 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    double hours = 24.0;
+    if (argc > 1 && (hours = QString(argv[1]).toDouble()) <= 0.0) {
+        std::fprintf(stderr, "usage: bench_results [hours [card-folder]]\n");
+        return 2;
+    }
+    QTemporaryDir temp;
+    if (!temp.isValid()) {
+        std::fprintf(stderr, "cannot create a temporary folder\n");
+        return 1;
+    }
+    try {
+        const QString card = argc > 2 ? QString(argv[2]) : temp.filePath("card");
+        if (!QFileInfo::exists(card + "/HECG.VTF")) {
+            SimulatorScript script = parseSimulatorScript(defaultSimulatorScript(), "default");
+            setSimulationHours(script, hours);
+            Simulator(script, 1).writeAll(card, 512);
+        }
+        StudyRepository::Options options;
+        options.rootOverride = temp.filePath("store");
+        StudyRepository repo("VeltronaHolter", options);
+        CardImportOptions import;
+        import.patient.lastName = "Bench";
+        import.patient.firstName = "Day";
+        import.patient.start = QDateTime(QDate(2026, 1, 15), QTime(9, 0));
+        const QString file = CardSignalFile::dataFilePath(card);
+        const int id = importCard(repo, file, CardSignalFile::findDataOffset(file), import);
+
+        Study* study = repo.openStudy(id);
+        if (!study || !study->signal() || !study->beats()) {
+            std::fprintf(stderr, "the imported study cannot be opened\n");
+            return 1;
+        }
+        StudyProcessor processor(study);
+        processor.setAutoDelete(false);
+        bool done = false;
+        QObject::connect(&processor, &StudyProcessor::done, [&done] { done = true; });
+        processor.run();
+        if (!done) {
+            std::fprintf(stderr, "processing did not finish\n");
+            return 1;
+        }
+        repo.saveStudy(study);
+        repo.closeStudy(study);
+
+        study = repo.openStudy(id);
+        if (!study || !study->beats()) {
+            std::fprintf(stderr, "the processed study cannot be opened again\n");
+            return 1;
+        }
+        int beats = 0;
+        {
+            Beat b;
+            for (int i = 0; i < study->beats()->count(); ++i)
+                beats += study->beats()->get(i, b) && b.isBeat;
+        }
+
+        const bool peakReset = resetPeakRss();
+        bench::Stopwatch watch;
+        ResultsDriver driver;
+        driver.run(*study->beats(), true);
+        const int keys = driver.moveResults(study->results(), true);
+        const double seconds = watch.seconds();
+        const double peak = bench::peakRssMb();
+
+        std::printf("results %.1f h, all analyzers with AF over the beats file: %.2f s wall "
+                    "(goal <= %.1f s), peak RSS %.1f MB%s, %d beats, %d list entries, "
+                    "%d keys\n",
+            hours, seconds, 2.0 * hours / 24.0, peak,
+            peakReset ? " during the run" : " of the whole process", beats, study->beats()->count(),
+            keys);
+        repo.closeStudy(study);
+        return 0;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "%s\n", e.what());
+        return 1;
+    }
+}
