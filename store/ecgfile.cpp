@@ -243,7 +243,8 @@ void EcgFile::appendRaw(const char* bytes, qint64 size)
     afterAppend();
 }
 
-void EcgFile::appendChannels(const qint16* const* channels, qint64 count)
+template <typename Sample, typename Convert>
+void EcgFile::appendInterleaved(const Sample* const* channels, qint64 count, Convert convert)
 {
     if (!m_writable || !channels || count <= 0)
         return;
@@ -255,7 +256,7 @@ void EcgFile::appendChannels(const qint16* const* channels, qint64 count)
             const qint64 len = std::min(kAppendChunk, count - done);
             for (qint64 i = 0; i < len; ++i)
                 for (int c = 0; c < n; ++c)
-                    buffer[size_t(i * n + c)] = qToLittleEndian(channels[c][done + i]);
+                    buffer[size_t(i * n + c)] = qToLittleEndian(convert(channels[c][done + i]));
             writeChecked(buffer.data(), size_t(len * n) * 2);
             done += len;
         }
@@ -266,28 +267,14 @@ void EcgFile::appendChannels(const qint16* const* channels, qint64 count)
     afterAppend();
 }
 
+void EcgFile::appendChannels(const qint16* const* channels, qint64 count)
+{
+    appendInterleaved(channels, count, [](qint16 v) { return v; });
+}
+
 void EcgFile::appendChannelsF64(const double* const* channels, qint64 count)
 {
-    if (!m_writable || !channels || count <= 0)
-        return;
-    const int n = channelCount();
-    fseeko(m_file, 0, SEEK_END);
-    std::vector<qint16> buffer(size_t(std::min(count, kAppendChunk) * n));
-    try {
-        for (qint64 done = 0; done < count;) {
-            const qint64 len = std::min(kAppendChunk, count - done);
-            for (qint64 i = 0; i < len; ++i)
-                for (int c = 0; c < n; ++c)
-                    buffer[size_t(i * n + c)]
-                        = qToLittleEndian(truncateToShort(channels[c][done + i]));
-            writeChecked(buffer.data(), size_t(len * n) * 2);
-            done += len;
-        }
-    } catch (...) {
-        afterAppend();
-        throw;
-    }
-    afterAppend();
+    appendInterleaved(channels, count, [](double v) { return truncateToShort(v); });
 }
 
 void EcgFile::afterAppend()

@@ -48,6 +48,9 @@ public:
 
 private:
     void afterAppend();
+    // Interleaves channel arrays into little-endian frames and appends them.
+    template <typename Sample, typename Convert>
+    void appendInterleaved(const Sample* const* channels, qint64 count, Convert convert);
     void writeChecked(const void* data, size_t size);
 
     QString m_path;

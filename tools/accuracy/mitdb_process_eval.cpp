@@ -8,6 +8,7 @@
 
 #include "analysis/memorybeatlist.h"
 #include "analysis/studyprocessor.h"
+#include "recorder/beatannotations.h"
 #include "recorder/wfdbannotation.h"
 #include "recorder/wfdbrecord.h"
 #include "results/analysisparams.h"
@@ -30,31 +31,6 @@
 
 namespace {
 
-int wfdbCode(int type)
-{
-    switch (type) {
-    case BeatN:
-        return 1;
-    case BeatV:
-        return 5;
-    case BeatS:
-        return 9;
-    case BeatF:
-        return 6;
-    default:
-        return 13;
-    }
-}
-
-WfdbAnnotation rhythmChange(double seconds, double rate, const char* aux)
-{
-    WfdbAnnotation a;
-    a.sample = qint64(std::llround(seconds * rate));
-    a.code = 28;
-    a.aux = aux;
-    return a;
-}
-
 // Processes one record in memory, computes its results and returns its labelled beats and AF
 // episodes as annotations.
 QVector<WfdbAnnotation> processRecord(const QString& recordPath)
@@ -74,25 +50,8 @@ QVector<WfdbAnnotation> processRecord(const QString& recordPath)
     if (!finished)
         throw std::runtime_error("processing did not finish: " + recordPath.toStdString());
 
-    QVector<WfdbAnnotation> out;
-    for (const Beat& b : beats->beats()) {
-        if (!b.isBeat)
-            continue;
-        WfdbAnnotation a;
-        a.sample = qint64(std::llround(b.timing[Beat::RTime] * rate));
-        a.code = wfdbCode(b.type);
-        out.push_back(a);
-    }
     computeStudyResults(study, AnalysisParams(), true);
-    if (const auto* af = study.results().findAs<EventListResult>("afib/afibEvents")) {
-        for (const EventResult& e : af->events) {
-            out.push_back(rhythmChange(e.timestamp, rate, "(AFIB"));
-            out.push_back(rhythmChange(e.timestamp + e.duration, rate, "(N"));
-        }
-    }
-    std::stable_sort(out.begin(), out.end(),
-        [](const WfdbAnnotation& x, const WfdbAnnotation& y) { return x.sample < y.sample; });
-    return out;
+    return beatAnnotations(*beats, &study.results(), rate);
 }
 
 } // namespace
