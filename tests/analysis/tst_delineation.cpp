@@ -93,6 +93,49 @@ INSTANTIATE_TEST_SUITE_P(Cases, QrsDelineation,
         QrsCase { "onlyOneLobe", { { 100, 50 } }, 0, kNone, kNone, kNone, kNone, kNone }),
     [](const ::testing::TestParamInfo<QrsCase>& info) { return info.param.name; });
 
+// Without a side wave the limits come from W3: from the sample next to the outer W2 lobe, walk
+// outward while |W3| stays above a fifth of its value there, but at most 0.05 s (12.5 samples)
+// from that lobe. W3 is 100 over [from, to] and 10 elsewhere, so the walk stops at the first
+// sample outside the plateau, or at the bound when the plateau reaches past it.
+struct SlopeEndCase
+{
+    const char* name;
+    std::vector<Lobe> w2;
+    int w3From, w3To;
+    int qrsOn, qrsOff;
+};
+
+class QrsSlopeEnd : public ::testing::TestWithParam<SlopeEndCase>
+{
+};
+
+TEST_P(QrsSlopeEnd, StopsWhereW3FadesOrAtTheSpan)
+{
+    const SlopeEndCase& c = GetParam();
+    std::vector<double> v3(size_t(kLength), 10.0);
+    for (int k = c.w3From; k <= c.w3To; ++k)
+        v3[size_t(k)] = (k % 2 ? 1.0 : -1.0) * 100.0; // the sign must not matter
+    ScaleWindow w3(kLength);
+    w3.set({}, v3, {});
+    const ScaleWindow w2 = window(c.w2), w4 = window({});
+    ChannelDetectorState state(kLength);
+    LeadBeatRecord r = LeadBeatRecord::empty(105);
+    WaveDelineator::delineate(w2, w3, w4, 10.0, 10.0, 10.0, 105, 400, 0.75, state, r);
+    EXPECT_EQ(r.qrsOn, c.qrsOn);
+    EXPECT_EQ(r.qrsOff, c.qrsOff);
+}
+
+// Outer lobes at 100 and 110. Short plateau [95, 115]: the walks stop at 94 and 116. A plateau
+// over [60, 150], as on a slow, wide ventricular complex: the walks stop at the bounds
+// (int)(100 - 12.5) = 87 and (int)(110 + 12.5) = 122, so the width stays at 35 samples.
+INSTANTIATE_TEST_SUITE_P(Cases, QrsSlopeEnd,
+    ::testing::Values(
+        SlopeEndCase { "uprightShort", { { 100, -50 }, { 110, 50 } }, 95, 115, 94, 116 },
+        SlopeEndCase { "uprightWide", { { 100, -50 }, { 110, 50 } }, 60, 150, 87, 122 },
+        SlopeEndCase { "qsShort", { { 100, 50 }, { 110, -50 } }, 95, 115, 94, 116 },
+        SlopeEndCase { "qsWide", { { 100, 50 }, { 110, -50 } }, 60, 150, 87, 122 }),
+    [](const ::testing::TestParamInfo<SlopeEndCase>& info) { return info.param.name; });
+
 struct PCase
 {
     const char* name;
