@@ -345,6 +345,59 @@ TEST(MatchTest, UClassFollowsTheSettledClassItMatches)
     EXPECT_EQ(small->type, BeatV);
 }
 
+struct FollowCase
+{
+    const char* name;
+    double settledRatio; // RR / median RR of the larger, ventricular class
+    double ratio; // of the smaller U class of the same shape
+    int expected;
+};
+
+inline std::ostream& operator<<(std::ostream& out, const FollowCase& c)
+{
+    return out << c.name;
+}
+
+class MatchFollow : public ::testing::TestWithParam<FollowCase>
+{
+};
+
+// A class on time does not follow a clearly more premature ectopic match: it follows only when
+// its ratio is below 0.85, or not more than 0.05 above the match's. This is what leaves the
+// later beats of a sustained VT (whose median RR has caught up with the run) as U.
+TEST_P(MatchFollow, RegularClassFollowsAPrematureMatchOnlyWhenAsEarly)
+{
+    const FollowCase& c = GetParam();
+    std::vector<Placed> p = regular(1.0, 1.0, 40);
+    for (int i = 0; i < 12; ++i)
+        p.push_back({ 41.0 + i, Shape::Ventricular, c.settledRatio, 1.0 });
+    for (int i = 0; i < 5; ++i)
+        p.push_back({ 53.0 + i, Shape::Ventricular, c.ratio, 1.0 });
+    Study s(p);
+    std::vector<int> n, v, w;
+    for (int i = 0; i < 40; ++i)
+        n.push_back(i);
+    for (int i = 40; i < 52; ++i)
+        v.push_back(i);
+    for (int i = 52; i < 57; ++i)
+        w.push_back(i);
+    s.makeClass(10001, BeatN, n);
+    BeatClass* settled = s.makeClass(10002, BeatU, v);
+    BeatClass* follower = s.makeClass(10003, BeatU, w);
+    ASSERT_NEAR(follower->meanRrRatio, c.ratio, 1e-9);
+    s.assignment().automaticRule();
+    EXPECT_EQ(settled->type, BeatV);
+    EXPECT_EQ(follower->type, c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, MatchFollow,
+    ::testing::Values(FollowCase { "SustainedRunAfterPrematureStart", 0.6, 1.0, BeatU },
+        FollowCase { "BelowTheRegularLimit", 0.6, 0.84, BeatV },
+        FollowCase { "JustAboveTheRegularLimit", 0.6, 0.86, BeatU },
+        FollowCase { "AsEarlyAsTheMatch", 0.6, 0.62, BeatV },
+        FollowCase { "RegularMatch", 0.96, 1.0, BeatV }),
+    [](const ::testing::TestParamInfo<FollowCase>& info) { return info.param.name; });
+
 // ---------------------------------------------------------------------------------------------
 
 struct UserCase
