@@ -5,20 +5,10 @@
 #include <cstring>
 
 FilteredSourceBase::FilteredSourceBase(SignalSource* source, std::unique_ptr<BlockFilter> filter)
-    : SignalSource(source ? source->channelCount() : 0, source ? source->samplingRate() : 1,
-        source ? source->blockSize() : 1)
-    , m_source(source)
+    : WrappedSource(source, source ? source->samplingRate() : 1)
     , m_common(std::move(filter))
 {
-    if (!m_source)
-        return;
-    for (int c = 0; c < channelCount(); ++c)
-        channel(c)->setName(m_source->channel(c)->name());
-    setResolution(m_source->resolution());
-    setGainRange(m_source->gainMin(), m_source->gainMax());
-    setFullScale(m_source->fullScale());
     followCounts();
-    m_source->addListener(this);
 }
 
 FilteredSourceBase::FilteredSourceBase(
@@ -27,12 +17,6 @@ FilteredSourceBase::FilteredSourceBase(
 {
     for (size_t c = 0; c < filters.size() && c < m_perChannel.size(); ++c)
         m_perChannel[c] = std::move(filters[c]);
-}
-
-FilteredSourceBase::~FilteredSourceBase()
-{
-    if (m_source)
-        m_source->removeListener(this);
 }
 
 const BlockFilter* FilteredSourceBase::filter(int channel) const
@@ -46,24 +30,6 @@ void FilteredSourceBase::followCounts()
 {
     setSampleCount(m_source ? m_source->sampleCount() : 0);
     setBlockCount(m_source ? m_source->blockCount() : 0);
-}
-
-void FilteredSourceBase::signalChanged(SignalSource* source)
-{
-    if (source != m_source)
-        return;
-    followCounts();
-    dropStaleBlocks();
-    notifyChanged();
-}
-
-void FilteredSourceBase::signalDestroyed(SignalSource* source)
-{
-    if (source != m_source)
-        return;
-    m_source = nullptr;
-    followCounts();
-    notifyChanged();
 }
 
 FilteredSource::FilteredSource(SignalSource* source, std::unique_ptr<BlockFilter> filter)

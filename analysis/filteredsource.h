@@ -1,6 +1,7 @@
 #pragma once
 
 #include "analysis/blockfilter.h"
+#include "analysis/wrappedsource.h"
 #include "store/blockcache.h"
 #include "store/signalsource.h"
 
@@ -8,30 +9,19 @@
 #include <memory>
 #include <vector>
 
-// Shared part of the filtering wrappers: the wrapped source (not owned), its layout, the filters
-// (owned; one for all channels or one per channel, a null filter copies), and the listener that
-// keeps the wrapper in step when the wrapped source changes.
-class FilteredSourceBase : public SignalSource, public SignalListener
+// Shared part of the filtering wrappers: the filters (owned; one for all channels or one per
+// channel, a null filter copies) over a wrapped source with the same counts.
+class FilteredSourceBase : public WrappedSource
 {
 public:
-    ~FilteredSourceBase() override;
-
-    SignalSource* wrapped() const { return m_source; }
     // The filter of `channel`, or null when the channel is copied.
     const BlockFilter* filter(int channel) const;
-
-    void signalChanged(SignalSource* source) override;
-    void signalDestroyed(SignalSource* source) override;
 
 protected:
     FilteredSourceBase(SignalSource* source, std::unique_ptr<BlockFilter> filter);
     FilteredSourceBase(SignalSource* source, std::vector<std::unique_ptr<BlockFilter>> filters);
 
-    // Frees cached output that the change of the wrapped source made stale.
-    virtual void dropStaleBlocks() { dropCachedBlocks(); }
-    void followCounts();
-
-    SignalSource* m_source; // not owned; null once it is destroyed
+    void followCounts() override;
 
 private:
     std::unique_ptr<BlockFilter> m_common;

@@ -6,9 +6,7 @@
 #include <vector>
 
 ResampledSource::ResampledSource(SignalSource* source, int targetRate)
-    : SignalSource(
-        source ? source->channelCount() : 0, targetRate, source ? source->blockSize() : 1)
-    , m_source(source)
+    : WrappedSource(source, targetRate)
 {
     const int from = m_source ? m_source->samplingRate() : samplingRate();
     const int to = samplingRate(); // the base clamps nonsense rates to 1
@@ -17,21 +15,11 @@ ResampledSource::ResampledSource(SignalSource* source, int targetRate)
     m_decimate = to < from && from % to == 0;
     if (m_decimate)
         m_step = from / to;
-    if (!m_source)
-        return;
-    for (int c = 0; c < channelCount(); ++c)
-        channel(c)->setName(m_source->channel(c)->name());
-    setResolution(m_source->resolution());
-    setGainRange(m_source->gainMin(), m_source->gainMax());
-    setFullScale(m_source->fullScale());
     followCounts();
-    m_source->addListener(this);
 }
 
 ResampledSource::~ResampledSource()
 {
-    if (m_source)
-        m_source->removeListener(this);
     releaseAllBlocks();
 }
 
@@ -42,24 +30,6 @@ void ResampledSource::followCounts()
     // The last, partial block is offered with its tail zeroed, as a sample file offers it:
     // otherwise the final seconds of every recording would read as flat and lose their beats.
     setBlockCount(int((count + blockSize() - 1) / blockSize()));
-}
-
-void ResampledSource::signalChanged(SignalSource* source)
-{
-    if (source != m_source)
-        return;
-    followCounts();
-    dropCachedBlocks();
-    notifyChanged();
-}
-
-void ResampledSource::signalDestroyed(SignalSource* source)
-{
-    if (source != m_source)
-        return;
-    m_source = nullptr;
-    followCounts();
-    notifyChanged();
 }
 
 qint16* ResampledSource::loadBlock(int channel, int block)

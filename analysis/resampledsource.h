@@ -1,17 +1,16 @@
 #pragma once
 
-#include "store/signalsource.h"
+#include "analysis/wrappedsource.h"
 
 // A source at another sampling rate: a copy at the same rate, a box average when the target
 // divides the source rate, linear interpolation otherwise. Samples keep the source's scale.
-class ResampledSource : public SignalSource, public SignalListener
+class ResampledSource : public WrappedSource
 {
 public:
     // `source` is not owned.
     ResampledSource(SignalSource* source, int targetRate);
     ~ResampledSource() override;
 
-    SignalSource* wrapped() const { return m_source; }
     double factor() const { return m_factor; }
     double invFactor() const { return m_invFactor; }
     bool decimates() const { return m_decimate; }
@@ -19,13 +18,9 @@ public:
 
     qint16* loadBlock(int channel, int block) override;
 
-    void signalChanged(SignalSource* source) override;
-    void signalDestroyed(SignalSource* source) override;
-
 private:
-    void followCounts();
+    void followCounts() override;
 
-    SignalSource* m_source; // not owned; null once it is destroyed
     double m_factor; // target rate / source rate
     double m_invFactor;
     bool m_decimate;

@@ -24,9 +24,8 @@ int wfdbCodeOfBeatType(int type)
 
 QVector<WfdbAnnotation> beatAnnotations(BeatList& beats, const ResultSet* results, double rate)
 {
-    const auto toSample = [rate](double seconds) {
-        return std::max<qint64>(0, std::llround(seconds * rate));
-    };
+    const auto toSample
+        = [rate](double seconds) { return std::max<qint64>(0, std::llround(seconds * rate)); };
     QVector<WfdbAnnotation> out;
     if (results) {
         if (const auto* af = results->findAs<EventListResult>("afib/afibEvents")) {
