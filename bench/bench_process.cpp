@@ -6,6 +6,7 @@
 // A card folder that already holds HECG.VTF is used as it is; otherwise one is simulated.
 
 #include "analysis/studyprocessor.h"
+#include "benchcard.h"
 #include "benchutil.h"
 #include "recorder/cardimport.h"
 #include "recorder/cardsignalfile.h"
@@ -23,18 +24,6 @@
 #include <exception>
 #include <map>
 
-namespace {
-
-// The peak (VmHWM) starts again from the current size, so that simulation and import don't
-// count; false where the kernel doesn't offer it.
-bool resetPeakRss()
-{
-    QFile f("/proc/self/clear_refs");
-    return f.open(QIODevice::WriteOnly) && f.write("5") == 1;
-}
-
-} // namespace
-
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
@@ -50,12 +39,7 @@ int main(int argc, char** argv)
     }
     try {
         const QString card = argc > 2 ? QString(argv[2]) : temp.filePath("card");
-        if (!QFileInfo::exists(card + "/HECG.VTF")) {
-            SimulatorScript script = parseSimulatorScript(defaultSimulatorScript(), "default");
-            setSimulationHours(script, hours);
-            Simulator simulator(script, 1);
-            simulator.writeAll(card, 512);
-        }
+        bench::ensureSimulatedCard(card, hours);
         StudyRepository::Options options;
         options.rootOverride = temp.filePath("store");
         StudyRepository repo("VeltronaHolter", options);
@@ -71,7 +55,7 @@ int main(int argc, char** argv)
             return 1;
         }
 
-        const bool peakReset = resetPeakRss();
+        const bool peakReset = bench::resetPeakRss();
         StudyProcessor processor(study);
         processor.setAutoDelete(false);
         // Wall time per stage, from its first progress to the next stage's.

@@ -7,6 +7,7 @@
 // A card folder that already holds HECG.VTF is used as it is; otherwise one is simulated.
 
 #include "analysis/studyprocessor.h"
+#include "benchcard.h"
 #include "benchutil.h"
 #include "recorder/cardimport.h"
 #include "recorder/cardsignalfile.h"
@@ -24,18 +25,6 @@
 #include <cstdio>
 #include <exception>
 
-namespace {
-
-// The peak (VmHWM) starts again from the current size, so that the untimed preparation doesn't
-// count; false where the kernel doesn't offer it.
-bool resetPeakRss()
-{
-    QFile f("/proc/self/clear_refs");
-    return f.open(QIODevice::WriteOnly) && f.write("5") == 1;
-}
-
-} // namespace
-
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
@@ -51,11 +40,7 @@ int main(int argc, char** argv)
     }
     try {
         const QString card = argc > 2 ? QString(argv[2]) : temp.filePath("card");
-        if (!QFileInfo::exists(card + "/HECG.VTF")) {
-            SimulatorScript script = parseSimulatorScript(defaultSimulatorScript(), "default");
-            setSimulationHours(script, hours);
-            Simulator(script, 1).writeAll(card, 512);
-        }
+        bench::ensureSimulatedCard(card, hours);
         StudyRepository::Options options;
         options.rootOverride = temp.filePath("store");
         StudyRepository repo("VeltronaHolter", options);
@@ -95,7 +80,7 @@ int main(int argc, char** argv)
                 beats += study->beats()->get(i, b) && b.isBeat;
         }
 
-        const bool peakReset = resetPeakRss();
+        const bool peakReset = bench::resetPeakRss();
         bench::Stopwatch watch;
         ResultsDriver driver;
         driver.run(*study->beats(), true);

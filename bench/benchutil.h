@@ -19,6 +19,14 @@ inline double peakRssMb()
     return -1;
 }
 
+// Lets the peak (VmHWM) start again from the current size, so that untimed preparation doesn't
+// count; false where the kernel doesn't offer it.
+inline bool resetPeakRss()
+{
+    QFile f("/proc/self/clear_refs");
+    return f.open(QIODevice::WriteOnly) && f.write("5") == 1;
+}
+
 class Stopwatch
 {
 public:
