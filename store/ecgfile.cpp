@@ -211,9 +211,13 @@ qint16* EcgFile::loadBlock(int channel, int block)
     if (fseeko(m_file, offset, SEEK_SET) != 0)
         return nullptr;
     // One read of all channels' frames; the last, partial block reads short and is zero-tailed.
+    // Only whole frames count: the bytes of a torn last frame must not leak into the tail.
     std::array<qint16, kMaxChannels * kBlockSize> frames;
     const size_t want = size_t(n) * kBlockSize;
-    const size_t got = std::fread(frames.data(), 2, want, m_file);
+    const qint64 framesHere = std::clamp<qint64>(sampleCount() - qint64(block) * kBlockSize, 0,
+                                                 kBlockSize);
+    const size_t got = std::min(std::fread(frames.data(), 2, want, m_file),
+                                size_t(framesHere) * size_t(n));
     std::fill(frames.begin() + got, frames.begin() + want, qint16(0));
 
     qint16* out = new qint16[kBlockSize];

@@ -45,8 +45,8 @@ inline StudyInfo fullInfo()
     i.patientAge = "69";
     i.patientWeight = "81.5";
     i.patientHeight = "174";
-    i.riskFactors = {{"Diabetes", true, "tipo 2"}, {"Gota", false, ""},
-                     {"Apnea del sueño", true, "not in the offered list"}};
+    i.riskFactors = { { "Diabetes", true, "tipo 2" }, { "Gota", false, "" },
+        { "Apnea del sueño", true, "not in the offered list" } };
     return i;
 }
 

@@ -1,7 +1,7 @@
+#include "analysis/memorybeatlist.h"
 #include "results/model/resultset.h"
 #include "results/model/trend.h"
 #include "store/beatclass.h"
-#include "store/beatlist.h"
 #include "store/studyedits.h"
 
 #include <gtest/gtest.h>
@@ -11,53 +11,28 @@
 
 namespace {
 
-class ListOfBeats : public BeatList
+// A beat at R time r with interval rr; windows start 0.2 s before R.
+void add(MemoryBeatList& list, double r, int type, double rr, bool isBeat = true, int cls = 0)
 {
-public:
-    int count() const override { return int(m_beats.size()); }
-    void clear() override { m_beats.clear(); }
-    bool get(int i, Beat& b) override
-    {
-        if (i < 0 || i >= count())
-            return false;
-        b = m_beats[size_t(i)];
-        return true;
-    }
-    int append(const Beat& b) override
-    {
-        m_beats.push_back(b);
-        return count() - 1;
-    }
-    void replace(const Beat& b) override
-    {
-        if (b.index >= 0 && b.index < count())
-            m_beats[size_t(b.index)] = b;
-    }
-    // A beat at R time r with interval rr; windows start 0.2 s before R.
-    int add(double r, int type, double rr, bool isBeat = true, int classId = 0)
-    {
-        Beat b;
-        b.index = count();
-        b.windowStart = r - 0.2;
-        b.windowLength = 0.5;
-        b.setTiming(Beat::RTime, r);
-        b.setTiming(Beat::RR, rr);
-        b.setTiming(Beat::MedianRR, rr);
-        b.type = isBeat ? type : BeatNone;
-        b.isBeat = isBeat;
-        b.classId = classId;
-        return append(b);
-    }
-    Beat at(int i)
-    {
-        Beat b;
-        get(i, b);
-        return b;
-    }
+    Beat b;
+    b.index = list.count();
+    b.windowStart = r - 0.2;
+    b.windowLength = 0.5;
+    b.setTiming(Beat::RTime, r);
+    b.setTiming(Beat::RR, rr);
+    b.setTiming(Beat::MedianRR, rr);
+    b.type = isBeat ? type : BeatNone;
+    b.isBeat = isBeat;
+    b.classId = cls;
+    list.append(b);
+}
 
-private:
-    std::vector<Beat> m_beats;
-};
+Beat at(MemoryBeatList& list, int i)
+{
+    Beat b;
+    list.get(i, b);
+    return b;
+}
 
 // Counters as a run leaves them: every total at `start`, two hour bins and 120 minute bins.
 void fillCounters(ResultSet& set, double start)
@@ -179,21 +154,21 @@ TEST(StudyEdits, LoadedTrendsArePlainTrendsAndStillCount)
 
 TEST(StudyEdits, SingletonClassReusedOrMade)
 {
-    ListOfBeats beats;
+    MemoryBeatList beats;
     BeatClassSet classes(nullptr, &beats);
     // Beats 0..2 in class 10001, beat 3 alone in class 10002.
     for (int i = 0; i < 4; ++i)
-        beats.add(1.0 + i, BeatN, 1.0, true, i < 3 ? 10001 : 10002);
+        add(beats, 1.0 + i, BeatN, 1.0, true, i < 3 ? 10001 : 10002);
     for (int i = 0; i < 4; ++i)
         classes.create(i < 3 ? 10001 : 10002)->add(i, false);
     ResultSet set;
     fillCounters(set, 5.0);
 
-    Beat b = beats.at(1);
+    Beat b = at(beats, 1);
     setBeatRrAndType(beats, &classes, set, b, 0.8, BeatV);
-    EXPECT_EQ(beats.at(1).classId, 1000001);
-    EXPECT_EQ(beats.at(1).type, BeatV);
-    EXPECT_EQ(beats.at(1).rr(), 0.8);
+    EXPECT_EQ(at(beats, 1).classId, 1000001);
+    EXPECT_EQ(at(beats, 1).type, BeatV);
+    EXPECT_EQ(at(beats, 1).rr(), 0.8);
     ASSERT_TRUE(classes.find(1000001));
     EXPECT_EQ(classes.find(1000001)->members, std::vector<int> { 1 });
     EXPECT_EQ(classes.find(1000001)->type, BeatV);
@@ -201,16 +176,16 @@ TEST(StudyEdits, SingletonClassReusedOrMade)
     EXPECT_EQ(value(set, "PVC/totalCount"), 6.0);
     EXPECT_EQ(value(set, "count/totalCountN"), 4.0);
 
-    Beat c = beats.at(3);
+    Beat c = at(beats, 3);
     setBeatRrAndType(beats, &classes, set, c, 1.0, BeatS);
-    EXPECT_EQ(beats.at(3).classId, 10002); // it was alone: the class stays
+    EXPECT_EQ(at(beats, 3).classId, 10002); // it was alone: the class stays
     EXPECT_EQ(classes.find(10002)->type, BeatS);
     EXPECT_EQ(classes.find(10002)->members, std::vector<int> { 3 });
     EXPECT_FALSE(classes.find(1000003));
 
     // Setting the lone beat again keeps its class and doesn't duplicate the member.
     setBeatRrAndType(beats, &classes, set, b, 0.8, BeatN);
-    EXPECT_EQ(beats.at(1).classId, 1000001);
+    EXPECT_EQ(at(beats, 1).classId, 1000001);
     EXPECT_EQ(classes.find(1000001)->members, std::vector<int> { 1 });
     EXPECT_EQ(value(set, "PVC/totalCount"), 5.0);
 }
@@ -262,23 +237,23 @@ class Restore : public ::testing::TestWithParam<RestoreCase>
 TEST_P(Restore, IntervalAndTypeOfBeatAndNext)
 {
     const RestoreCase& c = GetParam();
-    ListOfBeats beats;
-    beats.add(c.r[0], BeatN, 0.0);
-    beats.add(c.r[1], c.type1, c.rr1, !c.removed1);
-    beats.add(c.r[2], BeatN, 0.5, false);
-    beats.add(c.r[3], c.type3, 1.6);
-    beats.add(c.r[4], BeatN, 0.8);
+    MemoryBeatList beats;
+    add(beats, c.r[0], BeatN, 0.0);
+    add(beats, c.r[1], c.type1, c.rr1, !c.removed1);
+    add(beats, c.r[2], BeatN, 0.5, false);
+    add(beats, c.r[3], c.type3, 1.6);
+    add(beats, c.r[4], BeatN, 0.8);
     BeatClassSet classes(nullptr, &beats);
     ResultSet set;
     fillCounters(set, 3.0);
 
     ASSERT_TRUE(restoreBeat(beats, &classes, set, 2));
-    const Beat b = beats.at(2);
+    const Beat b = at(beats, 2);
     EXPECT_TRUE(b.isBeat);
     EXPECT_NEAR(b.rr(), c.rrBeat, 1e-12);
     EXPECT_EQ(b.type, c.typeBeat);
     EXPECT_EQ(b.classId, 1000002);
-    const Beat n = beats.at(3);
+    const Beat n = at(beats, 3);
     EXPECT_NEAR(n.rr(), c.rrNext, 1e-12);
     EXPECT_EQ(n.type, c.typeNext);
     // One more beat in all; the next beat's type moved between the per-type counters.
@@ -288,7 +263,7 @@ TEST_P(Restore, IntervalAndTypeOfBeatAndNext)
              "count/totalCountS", "count/totalCountU" })
         typeTotal += value(set, k);
     EXPECT_EQ(typeTotal, 5 * 3.0 + 1.0);
-    EXPECT_EQ(beats.at(4).rr(), 0.8); // only the next beat is touched
+    EXPECT_EQ(at(beats, 4).rr(), 0.8); // only the next beat is touched
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, Restore, ::testing::ValuesIn(kRestore),
@@ -296,33 +271,33 @@ INSTANTIATE_TEST_SUITE_P(Cases, Restore, ::testing::ValuesIn(kRestore),
 
 TEST(StudyEdits, RestoreAtEdgesAndOfRealBeats)
 {
-    ListOfBeats beats;
-    beats.add(0.5, BeatN, 0.0, false); // deleted first beat
-    beats.add(1.3, BeatV, 0.8);
-    beats.add(2.1, BeatN, 0.8);
-    beats.add(2.9, BeatN, 0.8, false); // deleted last beat
+    MemoryBeatList beats;
+    add(beats, 0.5, BeatN, 0.0, false); // deleted first beat
+    add(beats, 1.3, BeatV, 0.8);
+    add(beats, 2.1, BeatN, 0.8);
+    add(beats, 2.9, BeatN, 0.8, false); // deleted last beat
     ResultSet set;
     fillCounters(set, 1.0);
 
     // Nothing before: a break. The next beat follows a U beat: it keeps V, RR 0.8.
     ASSERT_TRUE(restoreBeat(beats, nullptr, set, 0));
-    EXPECT_EQ(beats.at(0).rr(), 0.0);
-    EXPECT_EQ(beats.at(0).type, BeatU);
-    EXPECT_EQ(beats.at(0).classId, 0); // no classes: the class steps are skipped
-    EXPECT_NEAR(beats.at(1).rr(), 0.8, 1e-12);
-    EXPECT_EQ(beats.at(1).type, BeatV);
+    EXPECT_EQ(at(beats, 0).rr(), 0.0);
+    EXPECT_EQ(at(beats, 0).type, BeatU);
+    EXPECT_EQ(at(beats, 0).classId, 0); // no classes: the class steps are skipped
+    EXPECT_NEAR(at(beats, 1).rr(), 0.8, 1e-12);
+    EXPECT_EQ(at(beats, 1).type, BeatV);
 
     // Nothing after: only the beat itself changes.
     ASSERT_TRUE(restoreBeat(beats, nullptr, set, 3));
-    EXPECT_EQ(beats.at(3).type, BeatN); // 0.8 > 0.72 after the normal beat 2
+    EXPECT_EQ(at(beats, 3).type, BeatN); // 0.8 > 0.72 after the normal beat 2
     EXPECT_EQ(value(set, "HR/totalBeatCount"), 3.0);
 
     // A real beat, or no entry at all: nothing happens.
-    const Beat before = beats.at(2);
+    const Beat before = at(beats, 2);
     EXPECT_FALSE(restoreBeat(beats, nullptr, set, 2));
     EXPECT_FALSE(restoreBeat(beats, nullptr, set, 9));
     EXPECT_FALSE(restoreBeat(beats, nullptr, set, -1));
-    EXPECT_EQ(beats.at(2), before);
+    EXPECT_EQ(at(beats, 2), before);
     EXPECT_EQ(value(set, "HR/totalBeatCount"), 3.0);
 }
 
