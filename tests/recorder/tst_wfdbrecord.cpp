@@ -1,31 +1,14 @@
 #include "recorder/wfdbrecord.h"
-#include "tests/recorder/tst_wfdbsupport.h"
+#include "tests/recorder/tst_recordersupport.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <tuple>
 
-using namespace wfdbtest;
-
-namespace {
-
-// Throws or not; the message when it does.
-template <typename F> QString errorOf(F&& f)
-{
-    try {
-        f();
-    } catch (const WfdbError& e) {
-        return QString::fromStdString(e.what());
-    }
-    return QString();
-}
-
-} // namespace
+using namespace rectest;
 
 TEST(WfdbHeader, ParsesFieldsAndDefaults)
 {
@@ -47,14 +30,10 @@ TEST(WfdbHeader, ParsesFieldsAndDefaults)
     EXPECT_EQ(h.comments.size(), 2);
 
     const WfdbSignalSpec& a = h.channels[0];
-    EXPECT_EQ(a.format, 212);
-    EXPECT_DOUBLE_EQ(a.gain, 200.0);
     EXPECT_EQ(a.baseline, 0); // given, so adczero does not apply
-    EXPECT_EQ(a.adcZero, 1024);
     EXPECT_EQ(a.initialValue, 945);
     EXPECT_TRUE(a.hasChecksum);
     EXPECT_EQ(a.checksum, -13873);
-    EXPECT_EQ(a.description, QByteArray("MLII"));
 
     const WfdbSignalSpec& b = h.channels[1];
     EXPECT_DOUBLE_EQ(b.gain, 200.0); // 0 means the default
@@ -69,24 +48,17 @@ TEST(WfdbHeader, ParsesFieldsAndDefaults)
     EXPECT_EQ(c.baseline, 7);
     EXPECT_EQ(c.description, QByteArray("chest lead, left")); // spaces kept
     EXPECT_EQ(QDir::cleanPath(h.dataPath(2)), QString("/data/rec1.dat"));
-}
 
-TEST(WfdbHeader, MinimalRecordLineTakesDefaults)
-{
-    const WfdbHeader h = WfdbHeader::parse("r 1\nr.dat 16\n", "r.hea");
-    EXPECT_DOUBLE_EQ(h.samplingRate, 250.0);
-    EXPECT_EQ(h.sampleCount, 0);
-    EXPECT_FALSE(h.baseDateTime().isValid());
-    ASSERT_EQ(h.channels.size(), 1);
-    EXPECT_DOUBLE_EQ(h.channels[0].gain, 200.0);
-    EXPECT_EQ(h.channels[0].baseline, 0);
-    // A time without a date gives no start.
+    // A bare record line takes the defaults; a time without a date gives no start.
+    const WfdbHeader m = WfdbHeader::parse("r 1\nr.dat 16\n", "r.hea");
+    EXPECT_DOUBLE_EQ(m.samplingRate, 250.0);
+    EXPECT_EQ(m.sampleCount, 0);
+    EXPECT_FALSE(m.baseDateTime().isValid());
+    EXPECT_DOUBLE_EQ(m.channels[0].gain, 200.0);
     EXPECT_FALSE(
         WfdbHeader::parse("r 1 360 10 08:00:00\nr.dat 16\n", "r.hea").baseDateTime().isValid());
-    EXPECT_EQ(WfdbHeader::parse("r 1 360 10 08:00:00 01/02/2024\nr.dat 212+512\n", "r.hea")
-                  .channels[0]
-                  .byteOffset,
-        512);
+    EXPECT_EQ(
+        WfdbHeader::parse("r 1 360 10\nr.dat 212+512\n", "r.hea").channels[0].byteOffset, 512);
 }
 
 TEST(WfdbHeader, BadHeadersNameFileAndLine)
@@ -98,13 +70,10 @@ TEST(WfdbHeader, BadHeadersNameFileAndLine)
     };
     const Case cases[] = {
         { "", "no record line" },
-        { "# only a comment\n", "no record line" },
         { "r\n", "line 1" },
-        { "r x 360\n", "number of signals 'x'" },
         { "r 0 360\n", "0 signals" },
         { "r 1 fast 100\nr.dat 212\n", "sampling frequency 'fast'" },
         { "r 1 -360 100\nr.dat 212\n", "not positive" },
-        { "r 1 360 many\nr.dat 212\n", "number of samples 'many'" },
         { "r 1 360 -5\nr.dat 212\n", "negative" },
         { "r 1 360 10 25:99\nr.dat 212\n", "base time" },
         { "r 1 360 10 10:00:00 31/02/2024\nr.dat 212\n", "base date" },
@@ -113,22 +82,19 @@ TEST(WfdbHeader, BadHeadersNameFileAndLine)
         { "r 1 360 10\nr.dat 212 200\nr.dat 212 200\n", "line 3" },
         { "r 1 360 10\n\n# c\nr.dat 212 abc 12\n", "line 4: gain 'abc'" },
         { "r 1 360 10\nr.dat 212 200(x)\n", "baseline 'x'" },
-        { "r 1 360 10\nr.dat 212 200(5\n", "broken baseline" },
         { "r 1 360 10\nr.dat 212 -200\n", "negative gain" },
         { "r 1 360 10\nr.dat\n", "no format" },
         { "r 1 360 10\nr.dat 212x0\n", "format field" },
-        { "r 1 360 10\nr.dat 212 200 12 zero\n", "ADC zero 'zero'" },
         { "r 1 360 10\nr.dat 212 200 12 0 0 sum\n", "checksum 'sum'" },
     };
     for (const Case& c : cases) {
-        const QString msg = errorOf([&] { WfdbHeader::parse(c.text, "/x/r.hea"); });
-        EXPECT_TRUE(msg.contains(c.expected)) << c.text << " -> " << msg.toStdString();
-        EXPECT_TRUE(msg.contains("r.hea")) << c.text << " -> " << msg.toStdString();
+        const std::string msg = errorOf([&] { WfdbHeader::parse(c.text, "/x/r.hea"); });
+        EXPECT_TRUE(contains(msg, c.expected) && contains(msg, "r.hea")) << c.text << " -> " << msg;
     }
 }
 
-// Records written by the test in both formats, 1 to 4 channels, lengths around the block
-// size: every sample must come back as the encoded value minus the signal's baseline.
+// Both formats, 1 to 4 channels, lengths around the block size: every sample comes back as
+// the encoded value minus the signal's baseline.
 class WfdbRoundTrip : public ::testing::TestWithParam<std::tuple<int, int, qint64>>
 {
 };
@@ -144,8 +110,6 @@ TEST_P(WfdbRoundTrip, EverySampleComesBack)
     WfdbSource src(record);
     ASSERT_EQ(src.channelCount(), channels);
     ASSERT_EQ(src.sampleCount(), frames);
-    EXPECT_EQ(src.samplingRate(), 360);
-    EXPECT_EQ(src.blockCount(), int((frames + 4095) / 4096));
     EXPECT_DOUBLE_EQ(src.gainStep(), 1.0 / 200.0); // one step = 1/gain mV
 
     std::vector<double> buf(static_cast<size_t>(frames));
@@ -153,12 +117,10 @@ TEST_P(WfdbRoundTrip, EverySampleComesBack)
     for (int c = channels - 1; c >= 0; --c) {
         EXPECT_EQ(src.channel(c)->name(), QByteArray("lead") + QByteArray::number(c));
         src.readSamples(c, 0, frames, buf.data());
-        int bad = 0;
+        std::vector<double> expected;
         for (qint64 f = 0; f < frames; ++f)
-            if (buf[size_t(f)] != sampleValue(f, c) - (30 + c) && ++bad < 5)
-                ADD_FAILURE() << "channel " << c << " frame " << f << ": " << buf[size_t(f)]
-                              << " != " << sampleValue(f, c) - (30 + c);
-        EXPECT_EQ(src.sampleAt(c, frames - 1), sampleValue(frames - 1, c) - (30 + c));
+            expected.push_back(sampleValue(f, c) - (30 + c));
+        EXPECT_TRUE(buf == expected) << "channel " << c;
         EXPECT_EQ(src.sampleAt(c, frames), 0); // past the end
     }
 }
@@ -176,8 +138,8 @@ TEST(WfdbSource, SizesAndFilesChecked)
     // Header says more than the file holds: an error naming the data file.
     QString rec = writeRecord(root.path(), "long", headerText("long", 2, 360, 1001, 212), nullptr);
     testsupport::writeAll(root.file("long.dat"), data);
-    QString msg = errorOf([&] { WfdbSource s(rec); });
-    EXPECT_TRUE(msg.contains("long.dat") && msg.contains("1001")) << msg.toStdString();
+    std::string msg = errorOf([&] { WfdbSource s(rec); });
+    EXPECT_TRUE(contains(msg, "long.dat") && contains(msg, "1001")) << msg;
 
     // No length in the header: as many whole frames as there are.
     rec = writeRecord(root.path(), "nolen", "nolen 2 360\nnolen.dat 212\nnolen.dat 212\n", &data);
@@ -211,29 +173,13 @@ TEST(WfdbSource, SizesAndFilesChecked)
     for (const Case& c : cases) {
         const QString r = writeRecord(root.path(), "r", c.header, &data);
         msg = errorOf([&] { WfdbSource s(r); });
-        EXPECT_TRUE(msg.contains(c.expected))
-            << c.header.constData() << " -> " << msg.toStdString();
+        EXPECT_TRUE(contains(msg, c.expected)) << c.header.constData() << " -> " << msg;
     }
-    EXPECT_TRUE(errorOf([&] { WfdbSource s(root.file("nothing")); }).contains("nothing.hea"));
+    EXPECT_TRUE(contains(errorOf([&] { WfdbSource s(root.file("nothing")); }), "nothing.hea"));
 }
 
-TEST(WfdbSource, IsReadOnlyAndScalesUnits)
-{
-    testsupport::TempRoot root;
-    const QByteArray data = encode16(interleaved(10, 1));
-    const QString rec = writeRecord(root.path(), "u", "u 1 500 10\nu.dat 16 1000/uV\n", &data);
-    WfdbSource src(rec);
-    EXPECT_DOUBLE_EQ(src.gainStep(), 1.0 / 1e6); // 1000 steps per microvolt
-    qint16 v = 1;
-    const qint16* ch[] = { &v };
-    EXPECT_THROW(src.appendChannels(ch, 1), WfdbError);
-    EXPECT_THROW(src.appendRaw("ab", 2), WfdbError);
-    EXPECT_EQ(src.sampleCount(), 10);
-}
-
-// The reference recordings: each header's checksum is the 16-bit sum of all samples of its
-// signal and initval is the first sample, so they check every decoded sample of a record
-// against numbers the header's author computed. A few frames are also decoded here by hand.
+// Each reference header's checksum (16-bit sum of a signal's samples) and initval (its first
+// sample) check every decoded sample against numbers the header's author computed.
 TEST(WfdbSource, ReferenceRecordsMatchTheirHeaders)
 {
     HOLTER_REQUIRE_SHARED_DATA(dataDir);
@@ -262,20 +208,6 @@ TEST(WfdbSource, ReferenceRecordsMatchTheirHeaders)
                 if (s.hasChecksum) {
                     EXPECT_EQ(qint16(sum), qint16(s.checksum)) << "signal " << c;
                 }
-            }
-            if (QString(db) != "mitdb" || h.channels.size() != 2 || h.channels[0].format != 212)
-                continue;
-            // Two signals in 212: frame f is bytes 3f..3f+2.
-            const QByteArray bytes = testsupport::readAll(src.dataPath());
-            for (qint64 f :
-                { qint64(0), qint64(1), qint64(4095), qint64(4096), qint64(123457), n - 1 }) {
-                const auto b = [&](qint64 i) { return int(quint8(bytes[int(3 * f + i)])); };
-                int s0 = b(0) + 256 * (b(1) % 16);
-                int s1 = b(2) + 256 * (b(1) / 16);
-                s0 = s0 >= 2048 ? s0 - 4096 : s0;
-                s1 = s1 >= 2048 ? s1 - 4096 : s1;
-                EXPECT_EQ(src.sampleAt(0, f), s0 - h.channels[0].baseline) << "frame " << f;
-                EXPECT_EQ(src.sampleAt(1, f), s1 - h.channels[1].baseline) << "frame " << f;
             }
         }
     }

@@ -2,12 +2,10 @@
 #include "tests/support/testsupport.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QFileInfo>
 #include <QFrame>
 #include <QLabel>
 #include <QMessageBox>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
@@ -67,11 +65,9 @@ TEST_F(MainWindowTest, DelayedStartupBuildsTheStore)
     EXPECT_TRUE(window.startupError().isEmpty());
     EXPECT_EQ(finished.count(), 1);
     EXPECT_EQ(failed.count(), 0);
-    EXPECT_EQ(QDir(window.repository()->rootPath()), QDir(root()));
     EXPECT_TRUE(QFileInfo(root() + "/data/studies.sqlite").isFile());
     EXPECT_TRUE(window.isEnabled());
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
-    EXPECT_EQ(window.processingStudyId(), 0);
 
     // Runs once only.
     QTest::qWait(50);
@@ -89,53 +85,30 @@ TEST_F(MainWindowTest, StoreFailureIsReportedNotThrown)
     ASSERT_TRUE(waitForStartup(window));
     EXPECT_EQ(window.repository(), nullptr);
     ASSERT_EQ(failed.count(), 1);
-    EXPECT_FALSE(failed.at(0).at(0).toString().isEmpty());
+    EXPECT_FALSE(window.startupError().isEmpty());
     EXPECT_EQ(failed.at(0).at(0).toString(), window.startupError());
     EXPECT_TRUE(window.isEnabled());
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
-TEST_F(MainWindowTest, FixedSizeTitleAndBranding)
+TEST_F(MainWindowTest, FixedSizeBrandingAndUnfinishedFeatures)
 {
     MainWindow window(m_options);
+    window.show();
     EXPECT_EQ(window.minimumSize(), QSize(kWidth, kHeight));
     EXPECT_EQ(window.maximumSize(), QSize(kWidth, kHeight));
-    window.show();
-    EXPECT_EQ(window.size(), QSize(kWidth, kHeight));
     EXPECT_EQ(window.windowTitle(), QString("Veltrona Holter ECG"));
-
     EXPECT_EQ(child<QLabel>(window, "lblVersion")->text(), QString("v 1.19"));
-    EXPECT_EQ(child<QLabel>(window, "lblAppName")->text(), QString("Holter ECG"));
     EXPECT_TRUE(child<QLabel>(window, "lblVetBrand")->isHidden());
     EXPECT_FALSE(child<QLabel>(window, "lblBrandLogo")->pixmap(Qt::ReturnByValue).isNull());
     EXPECT_TRUE(child<QFrame>(window, "frameProcessing")->isHidden());
-    EXPECT_EQ(child<QLabel>(window, "lblProcessStatus")->text(), QString("TextLabel"));
-    EXPECT_EQ(child<QPushButton>(window, "btnProcessCancel")->text(), QString("Cancel"));
-    EXPECT_NE(child<QProgressBar>(window, "barProcessProgress"), nullptr);
-}
-
-// Buttons whose feature does not exist yet are disabled and say so; exit works.
-TEST_F(MainWindowTest, ButtonsStateIconsAndTooltips)
-{
-    MainWindow window(m_options);
+    // Buttons whose feature does not exist yet are disabled and say so.
     for (const char* name : { "btnDownloadStudy", "btnOpenStudy", "btnConfig" }) {
-        SCOPED_TRACE(name);
         const QPushButton* button = child<QPushButton>(window, name);
         ASSERT_NE(button, nullptr);
-        EXPECT_FALSE(button->isEnabled());
-        EXPECT_FALSE(button->toolTip().isEmpty());
+        EXPECT_FALSE(button->isEnabled()) << name;
+        EXPECT_FALSE(button->toolTip().isEmpty()) << name;
     }
-    for (const char* name :
-        { "btnDownloadStudy", "btnOpenStudy", "btnConfig", "btnExit", "btnProcessCancel" }) {
-        SCOPED_TRACE(name);
-        EXPECT_FALSE(child<QPushButton>(window, name)->icon().isNull());
-    }
-    const QPushButton* download = child<QPushButton>(window, "btnDownloadStudy");
-    EXPECT_EQ(download->text(), QString("Download study"));
-    EXPECT_EQ(download->font().pointSize(), 12);
-    EXPECT_TRUE(download->font().bold());
-    EXPECT_EQ(child<QPushButton>(window, "btnOpenStudy")->text(), QString("Open study"));
-    EXPECT_TRUE(child<QPushButton>(window, "btnExit")->isEnabled());
 }
 
 // Every widget lies wholly inside its parent, and nothing visible overlaps its siblings.
@@ -192,31 +165,19 @@ TEST_F(MainWindowTest, ActionButtonsFollowTheProcessingFrame)
     EXPECT_FALSE(processing->isVisible());
 }
 
-TEST_F(MainWindowTest, CloseWithNothingProcessingAcceptsAndClosesOtherWindows)
+TEST_F(MainWindowTest, ExitWithNothingProcessingClosesEveryWindow)
 {
     MainWindow window(m_options);
     window.show();
     ASSERT_TRUE(waitForStartup(window));
     QWidget other;
     other.show();
-    ASSERT_TRUE(other.isVisible());
-
-    EXPECT_TRUE(window.close());
+    QTest::mouseClick(child<QPushButton>(window, "btnExit"), Qt::LeftButton);
     EXPECT_FALSE(window.isVisible());
     EXPECT_FALSE(other.isVisible());
 }
 
-TEST_F(MainWindowTest, ExitButtonClosesTheWindow)
-{
-    MainWindow window(m_options);
-    window.show();
-    ASSERT_TRUE(waitForStartup(window));
-    QTest::mouseClick(child<QPushButton>(window, "btnExit"), Qt::LeftButton);
-    EXPECT_FALSE(window.isVisible());
-}
-
-// The free-space rule before a download: 500 MB (500 * 1024 * 1024 bytes) at least, and an
-// unknown amount counts as enough.
+// Before a download: 500 MB (500 * 1024 * 1024 bytes) free at least; unknown counts as enough.
 struct FreeSpaceCase
 {
     qint64 freeBytes;
