@@ -37,7 +37,6 @@ public:
 
     qint16* loadBlock(int channel, int block) override
     {
-        ++loads;
         auto* out = new qint16[size_t(blockSize())]();
         const std::vector<qint16>& d = m_data[size_t(channel)];
         const size_t first = size_t(block) * size_t(blockSize());
@@ -45,8 +44,6 @@ public:
             out[i] = d[first + i];
         return out;
     }
-
-    int loads = 0;
 
 private:
     void update()

@@ -10,185 +10,126 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
+#include <algorithm>
 #include <cmath>
 
 using namespace classify;
 
 namespace {
 
-// A beat with R and S marked on every channel and the given QRS polarities.
+// A beat with R and S on every channel and the given QRS polarities.
 Beat polarityBeat(double r, const std::vector<int>& polarities)
 {
     Beat b = makeBeat({ r, Shape::Normal, 1.0, 1.0 }, 0, nullptr);
-    for (size_t c = 0; c < polarities.size(); ++c) {
-        setMeasure(b, int(c), Beat::HasQrs, 1.0);
-        setMeasure(b, int(c), Beat::RPeak, r);
-        setMeasure(b, int(c), Beat::SPeak, r + 0.03);
-        setMeasure(b, int(c), Beat::QrsDuration, 0.08);
-        setMeasure(b, int(c), Beat::QrsPolarity, polarities[c]);
+    for (int c = 0; c < int(polarities.size()); ++c) {
+        const std::pair<int, double> m[]
+            = { { Beat::HasQrs, 1.0 }, { Beat::RPeak, r }, { Beat::SPeak, r + 0.03 },
+                  { Beat::QrsDuration, 0.08 }, { Beat::QrsPolarity, polarities[size_t(c)] } };
+        for (auto slot : m)
+            setMeasure(b, c, slot.first, slot.second);
     }
     return b;
 }
 
 } // namespace
 
-// ---------------------------------------------------------------------------------------------
-// RecentBeatWindow
-
-struct ReferenceCase
+TEST(RecentBeatWindow, ReferenceIsMostUpOrMostDownLowerChannelOnTies)
 {
-    const char* name;
-    std::vector<std::vector<int>> beats; // per beat, QRS polarity of channels 0..2
-    int channel;
-    int slot;
-};
-
-inline std::ostream& operator<<(std::ostream& out, const ReferenceCase& c)
-{
-    return out << c.name;
-}
-
-class ReferenceChannel : public ::testing::TestWithParam<ReferenceCase>
-{
-};
-
-TEST_P(ReferenceChannel, MostUpOrMostDownLowerChannelOnTies)
-{
-    const ReferenceCase& rc = GetParam();
-    MemorySource source(3, 125, 256);
-    source.setSamples({ std::vector<qint16>(2000, 0), std::vector<qint16>(2000, 0),
-        std::vector<qint16>(2000, 0) });
-    RecentBeatWindow window(20.0, false, &source);
-    double r = 1.0;
-    for (const auto& pol : rc.beats) {
-        window.push(polarityBeat(r, pol));
-        r += 1.0;
+    const struct
+    {
+        std::vector<std::vector<int>> beats; // QRS polarity of channels 0..2 per beat
+        int channel, slot;
+    } cases[] = {
+        { { { 1, -1, 1 }, { 1, -1, -1 }, { 1, 1, -1 } }, 0, Beat::RPeak }, // up wins
+        { { { -1, 1, 1 }, { -1, 1, 1 } }, 1, Beat::RPeak }, // a tie goes to the lower channel
+        { { { 1, -1, -1 }, { -1, -1, 1 } }, 1, Beat::SPeak }, // down must exceed up
+        { { { 1, -1, 0 }, { 1, -1, 0 } }, 0, Beat::RPeak }, // equal up and down stays up
+    };
+    for (const auto& c : cases) {
+        MemorySource source(3, 125, 256);
+        source.setSamples(
+            { std::vector<qint16>(2000), std::vector<qint16>(2000), std::vector<qint16>(2000) });
+        RecentBeatWindow window(20.0, false, &source);
+        for (size_t i = 0; i < c.beats.size(); ++i)
+            window.push(polarityBeat(1.0 + double(i), c.beats[i]));
+        EXPECT_EQ(window.referenceChannel(), c.channel) << (&c - cases);
+        EXPECT_EQ(window.referencePeakSlot(), c.slot) << (&c - cases);
     }
-    EXPECT_EQ(window.referenceChannel(), rc.channel);
-    EXPECT_EQ(window.referencePeakSlot(), rc.slot);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, ReferenceChannel,
-    ::testing::Values(
-        ReferenceCase { "UpWins", { { 1, -1, 1 }, { 1, -1, -1 }, { 1, 1, -1 } }, 0, Beat::RPeak },
-        ReferenceCase { "TieGoesToLowerChannel", { { -1, 1, 1 }, { -1, 1, 1 } }, 1, Beat::RPeak },
-        ReferenceCase { "DownMustExceedUp", { { 1, -1, -1 }, { -1, -1, 1 } }, 1, Beat::SPeak },
-        ReferenceCase { "EqualUpAndDownStaysUp", { { 1, -1, 0 }, { 1, -1, 0 } }, 0, Beat::RPeak }),
-    [](const auto& info) { return std::string(info.param.name); });
-
-TEST(RecentBeatWindow, NoAverageBelowTwoBeatsAndOldBeatsDrop)
+TEST(RecentBeatWindow, AverageOfEqualBeatsIsTheirWindowAndOldBeatsDrop)
 {
     const std::vector<Placed> p = regular(1.0, 1.0, 30);
     auto signal = makeSignal(p, 32.0);
     RecentBeatWindow window(20.0, false, signal.get());
-    EXPECT_EQ(window.length(), 200);
-    EXPECT_EQ(window.peakPosition(), 75);
     window.push(makeBeat(p[0], 0, signal.get()));
-    EXPECT_EQ(window.count(), 0);
-    EXPECT_EQ(window.averageRR(), 0.0);
-    for (int i = 1; i < 30; ++i)
+    EXPECT_EQ(window.count(), 0); // no average below two beats
+    for (int i = 1; i < 5; ++i)
         window.push(makeBeat(p[size_t(i)], i, signal.get()));
-    // Beats 20 s or more older than the newest (at 30 s) are gone: those at 10 s and before.
-    EXPECT_EQ(window.heldBeats(), 20);
-    EXPECT_EQ(window.count(), 20);
-    EXPECT_EQ(window.averagedBeatCount(), 20);
-    EXPECT_DOUBLE_EQ(window.averageRR(), 1.0);
-}
-
-TEST(RecentBeatWindow, AverageOfEqualBeatsIsTheirWindowAroundThePeak)
-{
-    const std::vector<Placed> p = regular(1.0, 1.0, 5);
-    auto signal = makeSignal(p, 7.0);
-    RecentBeatWindow window(20.0, false, signal.get());
-    for (int i = 0; i < 5; ++i)
-        window.push(makeBeat(p[size_t(i)], i, signal.get()));
-    ASSERT_EQ(window.count(), 5);
     for (int c = 0; c < 2; ++c) {
-        // Peak (R, channel 0 points up) at 0.3 s into the 0.8 s window.
+        // Peak (R, channel 0 points up) 0.3 s into the 0.8 s window of 200 samples.
         const auto expected = rawWindow(*signal, c, qint64(3.0 * 250) - 75, 200);
         const std::vector<double>& avg = window.average(c);
         ASSERT_EQ(avg.size(), 200u);
         for (size_t k = 0; k < 200; ++k)
             ASSERT_NEAR(avg[k], expected[k], 1e-6) << "channel " << c << " sample " << k;
     }
-    EXPECT_TRUE(window.average(2).empty());
+    for (int i = 5; i < 30; ++i)
+        window.push(makeBeat(p[size_t(i)], i, signal.get()));
+    // Beats 20 s or more older than the newest (30 s) are gone: those at 10 s and before.
+    EXPECT_EQ(window.count(), 20);
+    EXPECT_DOUBLE_EQ(window.averageRR(), 1.0);
 }
 
-struct AcceptCase
+TEST(RecentBeatWindow, AcceptsBeatsWithinRhythmAndWidthLimits)
 {
-    const char* name;
-    double rr, median, width;
-    bool accepted;
-};
-
-inline std::ostream& operator<<(std::ostream& out, const AcceptCase& c)
-{
-    return out << c.name;
-}
-
-class AcceptBeat : public ::testing::TestWithParam<AcceptCase>
-{
-};
-
-TEST_P(AcceptBeat, RhythmAndWidthLimits)
-{
-    const AcceptCase& ac = GetParam();
+    const struct
+    {
+        double rr, median, width;
+        bool accepted;
+    } cases[] = {
+        { 1.0, 1.0, 0.08, true }, { 0.25, 0.25, 0.08, false }, // RR at the lower limit
+        { 0.26, 0.26, 0.08, true }, { 2.0, 1.5, 0.08, false }, // RR at the upper limit
+        { 0.9, 1.0, 0.08, false }, { 0.91, 1.0, 0.08, true }, // RR / median at 0.9 and above
+        { 1.0, 0.0, 0.08, false }, // no median
+        { 1.0, 1.0, 0.18, false }, // wide QRS on any channel
+    };
     const std::vector<Placed> p = regular(1.0, 1.0, 3);
     auto signal = makeSignal(p, 5.0);
-    RecentBeatWindow window(20.0, false, signal.get());
-    window.push(makeBeat(p[0], 0, signal.get()));
-    Placed q = p[1];
-    q.rr = ac.rr;
-    q.median = ac.median;
-    Beat b = makeBeat(q, 1, signal.get());
-    b.setChannelMeasure(1, Beat::QrsDuration, ac.width);
-    window.push(b);
-    EXPECT_EQ(window.count(), ac.accepted ? 2 : 1);
+    for (const auto& c : cases) {
+        RecentBeatWindow window(20.0, false, signal.get());
+        window.push(makeBeat(p[0], 0, signal.get()));
+        Beat b = makeBeat({ p[1].r, Shape::Normal, c.rr, c.median }, 1, signal.get());
+        b.setChannelMeasure(1, Beat::QrsDuration, c.width);
+        window.push(b);
+        EXPECT_EQ(window.count(), c.accepted ? 2 : 1) << c.rr << " " << c.median << " " << c.width;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, AcceptBeat,
-    ::testing::Values(AcceptCase { "Regular", 1.0, 1.0, 0.08, true },
-        AcceptCase { "RrAtLowerLimit", 0.25, 0.25, 0.08, false },
-        AcceptCase { "RrJustAbove", 0.26, 0.26, 0.08, true },
-        AcceptCase { "RrAtUpperLimit", 2.0, 1.5, 0.08, false },
-        AcceptCase { "RatioAtPoint9", 0.9, 1.0, 0.08, false },
-        AcceptCase { "RatioJustAbove", 0.91, 1.0, 0.08, true },
-        AcceptCase { "NoMedian", 1.0, 0.0, 0.08, false },
-        AcceptCase { "WideQrsOnAnyChannel", 1.0, 1.0, 0.18, false }),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(RecentBeatWindow, SkipLastLeavesOutTheNewestAndBeatsBeforeAnEarlyOne)
 {
     std::vector<Placed> p = regular(1.0, 1.0, 4);
-    p[2].rr = 0.4; // early: ratio 0.4
+    p[2].rr = 0.4; // early
     auto signal = makeSignal(p, 6.0);
-    RecentBeatWindow plain(20.0, false, signal.get());
-    RecentBeatWindow skipping(20.0, true, signal.get());
+    RecentBeatWindow plain(20.0, false, signal.get()), skipping(20.0, true, signal.get());
     for (int i = 0; i < 4; ++i) {
         plain.push(makeBeat(p[size_t(i)], i, signal.get()));
         skipping.push(makeBeat(p[size_t(i)], i, signal.get()));
     }
-    // Plain: beats 0, 1, 3 (beat 2's ratio is too low). Skipping: beat 3 is the newest and
-    // beat 1 is followed by the early beat, so only beat 0 remains.
-    EXPECT_EQ(plain.count(), 3);
-    EXPECT_EQ(skipping.count(), 1);
+    EXPECT_EQ(plain.count(), 3); // 0, 1, 3
+    EXPECT_EQ(skipping.count(), 1); // 3 is the newest, 1 precedes the early beat
 }
 
-// ---------------------------------------------------------------------------------------------
 // MorphologyMatcher, on a 125 Hz source that stands for the differentiated signal.
-
 namespace {
 
-std::vector<qint16> pulses(
-    const std::vector<std::pair<double, double>>& at, double seconds, double sigma)
+std::vector<qint16> pulses(const std::vector<double>& at, double seconds, double sigma)
 {
     std::vector<qint16> v(size_t(seconds * 125), 0);
     for (size_t i = 0; i < v.size(); ++i) {
         double x = 0.0;
-        for (const auto& p : at)
-            x += p.second * gauss(i / 125.0, p.first, sigma);
+        for (double t : at)
+            x += 800.0 * gauss(i / 125.0, t, sigma);
         v[i] = qint16(std::lround(x));
     }
     return v;
@@ -206,9 +147,8 @@ std::vector<double> unit(std::vector<double> v)
     double n = 0.0;
     for (double x : v)
         n += x * x;
-    n = std::sqrt(n);
     for (double& x : v)
-        x /= n;
+        x /= std::sqrt(n);
     return v;
 }
 
@@ -216,33 +156,29 @@ std::vector<double> unit(std::vector<double> v)
 
 TEST(MorphologyMatcher, RrClassBoundaries)
 {
-    EXPECT_EQ(MorphologyMatcher::rrClass(matcherBeat(0, 1, 0.79, 1.0)), 0);
-    EXPECT_EQ(MorphologyMatcher::rrClass(matcherBeat(0, 1, 0.8, 1.0)), 2);
-    EXPECT_EQ(MorphologyMatcher::rrClass(matcherBeat(0, 1, 0.89, 1.0)), 2);
-    EXPECT_EQ(MorphologyMatcher::rrClass(matcherBeat(0, 1, 0.9, 1.0)), 1);
-    EXPECT_EQ(MorphologyMatcher::rrClass(matcherBeat(0, 1, 1.5, 1.0)), 1);
+    const std::pair<double, int> rows[]
+        = { { 0.79, 0 }, { 0.8, 2 }, { 0.89, 2 }, { 0.9, 1 }, { 1.5, 1 } };
+    for (auto row : rows)
+        EXPECT_EQ(MorphologyMatcher::rrClass(matcherBeat(0, 1, row.first, 1.0)), row.second)
+            << row.first;
 }
 
 TEST(MorphologyMatcher, TemplateWeightsHalveWithEachBeat)
 {
-    // Three beats of different heights and widths; the window starts 0.15 s before the
-    // beat's time (its window start), 63 samples.
-    const double times[3] = { 1.0, 2.0, 3.0 };
-    const double widths[3] = { 0.02, 0.025, 0.018 };
+    // Three similar beats; the window starts 0.15 s before each beat's time: 63 samples.
+    const double times[3] = { 1.0, 2.0, 3.0 }, widths[3] = { 0.02, 0.025, 0.018 };
     std::vector<qint16> v(500, 0);
-    for (int b = 0; b < 3; ++b) {
+    for (int b = 0; b < 3; ++b)
         for (size_t i = 0; i < v.size(); ++i)
             v[i] = qint16(v[i] + std::lround(800.0 * gauss(i / 125.0, times[b], widths[b])));
-    }
     MemorySource source(1, 125, 256);
     source.setSamples({ v });
     MorphologyMatcher matcher(0.15, 0.35, &source);
-    EXPECT_EQ(matcher.templateLength(), 63);
     std::vector<double> expected(63, 0.0);
     double weight = 1.0;
     for (int b = 0; b < 3; ++b) {
         const Beat beat = matcherBeat(b, times[b] + 0.2, 1.0, 1.0);
-        EXPECT_EQ(matcher.classify(beat), 1) << "similar enough to stay in one cluster";
+        EXPECT_EQ(matcher.classify(beat), 1);
         const auto w = unit(rawWindow(source, 0, qint64((beat.time() - 0.15) * 125 + 0.5), 63));
         for (size_t k = 0; k < 63; ++k)
             expected[k] = weight * w[k] + (1.0 - weight) * expected[k];
@@ -250,35 +186,27 @@ TEST(MorphologyMatcher, TemplateWeightsHalveWithEachBeat)
         weight *= 0.5;
     }
     ASSERT_EQ(matcher.clusterCount(), 1);
-    const auto& t = matcher.cluster(0).templ[0];
     for (size_t k = 0; k < 63; ++k)
-        ASSERT_NEAR(t[k], expected[k], 1e-9);
+        ASSERT_NEAR(matcher.cluster(0).templ[0][k], expected[k], 1e-9);
     EXPECT_EQ(matcher.cluster(0).members, (std::vector<int> { 0, 1, 2 }));
 }
 
 TEST(MorphologyMatcher, KeysKeepSameShapesApartAndClosingDoesNotJoinThem)
 {
-    const std::vector<double> times = { 1, 2, 3, 4, 5, 6 };
-    std::vector<std::pair<double, double>> at;
-    for (double t : times)
-        at.push_back({ t, 800.0 });
     MemorySource source(1, 125, 256);
-    source.setSamples({ pulses(at, 8.0, 0.02) });
+    source.setSamples({ pulses({ 1, 2, 3, 4, 5, 6 }, 8.0, 0.02) });
     MorphologyMatcher matcher(0.15, 0.35, &source);
-    // Same shape: regular, premature, regular, inverted polarity key, premature, regular.
+    // One shape: regular, premature, regular, inverted polarity key, premature, in between.
     const int a = matcher.classify(matcherBeat(0, 1.2, 1.0, 1.0));
     const int b = matcher.classify(matcherBeat(1, 2.2, 0.7, 1.0));
-    const int c = matcher.classify(matcherBeat(2, 3.2, 1.0, 1.0));
+    EXPECT_EQ(matcher.classify(matcherBeat(2, 3.2, 1.0, 1.0)), a);
     const int d = matcher.classify(matcherBeat(3, 4.2, 1.0, 1.0, -1));
-    const int e = matcher.classify(matcherBeat(4, 5.2, 0.7, 1.0));
+    EXPECT_EQ(matcher.classify(matcherBeat(4, 5.2, 0.7, 1.0)), b);
     const int f = matcher.classify(matcherBeat(5, 6.2, 0.85, 1.0));
-    EXPECT_EQ(a, c);
-    EXPECT_EQ(b, e);
     EXPECT_NE(a, b);
     EXPECT_NE(d, a);
     EXPECT_NE(f, a);
     EXPECT_NE(f, b);
-    EXPECT_EQ(matcher.clusterCount(), 4);
     matcher.close();
     EXPECT_EQ(matcher.clusterCount(), 4);
 }
@@ -293,12 +221,10 @@ public:
 
 TEST(MorphologyMatcher, ClosingMergesTemplatesThatMatchOnlyWithTheWiderShift)
 {
-    // Beats 2 and 3 sit 3 samples (24 ms) later against their marked time than beats 0 and 1:
-    // too far for the +-2 search of a beat, close enough for the +-3 search of closing.
+    // Beats 2 and 3 sit 3 samples late: beyond the +-2 search of a beat, within the +-3 of closing.
     const double shift = 3.0 / 125.0;
     MemorySource source(1, 125, 256);
-    source.setSamples({ pulses(
-        { { 1.0, 800 }, { 2.0, 800 }, { 3.0 + shift, 800 }, { 4.0 + shift, 800 } }, 6.0, 0.012) });
+    source.setSamples({ pulses({ 1.0, 2.0, 3.0 + shift, 4.0 + shift }, 6.0, 0.012) });
     MorphologyMatcher matcher(0.15, 0.35, &source);
     MergeRecorder recorder;
     matcher.setListener(&recorder);
@@ -308,25 +234,19 @@ TEST(MorphologyMatcher, ClosingMergesTemplatesThatMatchOnlyWithTheWiderShift)
     ASSERT_EQ(ids[0], ids[1]);
     ASSERT_EQ(ids[2], ids[3]);
     ASSERT_NE(ids[0], ids[2]);
-
-    std::vector<double> t0 = matcher.findCluster(ids[0])->templ[0];
-    std::vector<double> t1 = matcher.findCluster(ids[2])->templ[0];
+    const std::vector<double> t0 = matcher.findCluster(ids[0])->templ[0];
+    const std::vector<double> t1 = matcher.findCluster(ids[2])->templ[0];
     matcher.close();
-    ASSERT_EQ(recorder.merges.size(), 1u);
-    EXPECT_EQ(recorder.merges[0], std::make_pair(ids[0], ids[2]));
+    ASSERT_EQ(recorder.merges, (std::vector<std::pair<int, int>> { { ids[0], ids[2] } }));
     ASSERT_EQ(matcher.clusterCount(), 1);
-    const auto& merged = matcher.cluster(0);
-    EXPECT_EQ(merged.members, (std::vector<int> { 0, 1, 2, 3 }));
+    EXPECT_EQ(matcher.cluster(0).members, (std::vector<int> { 0, 1, 2, 3 }));
     std::vector<double> expected(63);
     for (size_t k = 0; k < 63; ++k)
-        expected[k] = 2.0 * t0[k] + 2.0 * t1[k];
+        expected[k] = 2.0 * t0[k] + 2.0 * t1[k]; // two members each
     expected = unit(expected);
     for (size_t k = 0; k < 63; ++k)
-        ASSERT_NEAR(merged.templ[0][k], expected[k], 1e-12);
+        ASSERT_NEAR(matcher.cluster(0).templ[0][k], expected[k], 1e-12);
 }
-
-// ---------------------------------------------------------------------------------------------
-// BeatClassifier
 
 namespace {
 
@@ -338,7 +258,7 @@ struct ClassifierRun
     BeatClassSet classes;
     BeatClassifier classifier;
 
-    explicit ClassifierRun(std::vector<Placed> p, double seconds)
+    ClassifierRun(std::vector<Placed> p, double seconds)
         : placed(std::move(p))
         , signal(makeSignal(placed, seconds))
         , classes(signal.get(), &list)
@@ -346,7 +266,6 @@ struct ClassifierRun
         fillList(list, placed, signal.get());
         classifier.init(&list, signal.get(), &classes);
     }
-
     const BeatClass* classOf(int index) const
     {
         for (const auto& entry : classes.classes()) {
@@ -368,38 +287,30 @@ struct ClassifierRun
 
 TEST(BeatClassifier, NoTypeUntilFourBeatsAreInTheReference)
 {
-    ClassifierRun run(regular(1.0, 0.8, 6), 7.0);
-    for (int i = 0; i < 3; ++i)
-        run.classify(i);
-    const BeatClass* cls = run.classOf(0);
-    ASSERT_NE(cls, nullptr);
-    EXPECT_EQ(cls->id - BeatClassifier::kClusterClassBase, 1);
-    EXPECT_EQ(cls->memberCount(), 3);
-    EXPECT_EQ(cls->type, BeatU) << "the first three beats get a class but no type";
-    run.classify(3);
-    EXPECT_EQ(run.classOf(3), cls);
-    EXPECT_EQ(cls->type, BeatN);
-}
-
-TEST(BeatClassifier, ABeatLeftOutOfTheAverageDelaysTheReference)
-{
-    std::vector<Placed> p = regular(1.0, 0.8, 6);
-    ClassifierRun run(p, 7.0);
-    Beat wide;
-    run.list.get(1, wide);
-    wide.setChannelMeasure(0, Beat::QrsDuration, 0.2);
-    run.list.replace(wide);
-    for (int i = 0; i < 4; ++i)
-        run.classify(i);
-    EXPECT_EQ(run.classOf(0)->type, BeatU) << "only three beats accepted so far";
-    run.classify(4);
-    EXPECT_EQ(run.classOf(0)->type, BeatN);
+    for (bool wideSecond : { false, true }) {
+        ClassifierRun run(regular(1.0, 0.8, 6), 7.0);
+        if (wideSecond) { // left out of the average, so the reference needs one beat more
+            Beat wide;
+            run.list.get(1, wide);
+            wide.setChannelMeasure(0, Beat::QrsDuration, 0.2);
+            run.list.replace(wide);
+        }
+        const int needed = wideSecond ? 5 : 4;
+        for (int i = 0; i < needed - 1; ++i)
+            run.classify(i);
+        const BeatClass* cls = run.classOf(0);
+        ASSERT_NE(cls, nullptr);
+        EXPECT_EQ(cls->type, BeatU) << wideSecond;
+        run.classify(needed - 1);
+        EXPECT_EQ(run.classOf(needed - 1), cls);
+        EXPECT_EQ(cls->type, BeatN) << wideSecond;
+    }
 }
 
 TEST(BeatClassifier, BeatsWithoutRrGetPrivateIdsAndNoiseIsSkipped)
 {
     std::vector<Placed> p = regular(1.0, 0.8, 8);
-    p[0].rr = 0.0; // the first beat of the recording
+    p[0].rr = 0.0;
     p[5].median = -1.0;
     ClassifierRun run(p, 8.0);
     Beat noise;
@@ -408,8 +319,6 @@ TEST(BeatClassifier, BeatsWithoutRrGetPrivateIdsAndNoiseIsSkipped)
     run.list.replace(noise);
     while (run.classifier.index() < run.list.count())
         run.classifier.step();
-    EXPECT_EQ(run.classifier.index(), 8);
-
     const auto& beats = run.list.beats();
     EXPECT_EQ(beats[0].classId, 1000000);
     EXPECT_EQ(beats[5].classId, 1000005);
@@ -431,19 +340,7 @@ TEST(BeatClassifier, PrematureBeatOfNormalShapeStartsAnSClass)
         run.classify(i);
     const BeatClass* early = run.classOf(8);
     ASSERT_NE(early, nullptr);
-    EXPECT_NE(early, run.classOf(0)) << "a different RR class is a different cluster";
+    EXPECT_NE(early, run.classOf(0));
     EXPECT_EQ(early->type, BeatS);
     EXPECT_EQ(run.classOf(0)->type, BeatN);
-}
-
-TEST(BeatClassifier, MatcherMergesReachTheClassSet)
-{
-    ClassifierRun run(regular(1.0, 1.0, 3), 4.0);
-    for (int i = 0; i < 3; ++i)
-        run.classes.create(BeatClassifier::kClusterClassBase + i + 1)->add(i, false);
-    run.classifier.merged(1, 3);
-    EXPECT_EQ(run.classes.find(10003), nullptr);
-    EXPECT_EQ(run.classes.find(10001)->members, (std::vector<int> { 0, 2 }));
-    run.classifier.removed(2);
-    EXPECT_EQ(run.classes.find(10002), nullptr);
 }

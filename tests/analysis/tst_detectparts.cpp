@@ -2,7 +2,6 @@
 // and the modulus-maxima search on hand-made scale windows.
 
 #include "analysis/channeldetector.h"
-#include "analysis/leadbeatrecord.h"
 #include "analysis/rollingmedian.h"
 #include "analysis/scalewindow.h"
 
@@ -12,77 +11,42 @@
 
 namespace {
 
-struct MedianCase
+// Each push returns the median of the positive entries of a ring of 4 as it stood before.
+TEST(RollingMedian, ReturnsTheMedianBeforeThePush)
 {
-    const char* name;
-    std::vector<double> pushes;
-    std::vector<double> expected; // the value each push returns
-};
-
-class RollingMedianTest : public ::testing::TestWithParam<MedianCase>
-{
-};
-
-TEST_P(RollingMedianTest, ReturnsTheMedianBeforeThePush)
-{
-    RollingMedian median(4);
-    const MedianCase& c = GetParam();
-    for (size_t i = 0; i < c.pushes.size(); ++i) {
-        EXPECT_DOUBLE_EQ(median.push(c.pushes[i]), c.expected[i]) << "push " << i;
-        EXPECT_DOUBLE_EQ(median.current(), c.expected[i]);
+    const struct
+    {
+        std::vector<double> pushes, expected;
+    } cases[] = {
+        { { 0.8, 0.8, 0.8 }, { 0.0, 0.8, 0.8 } }, // one step of delay
+        { { 1.0, 3.0, 2.0, 10.0 }, { 0.0, 1.0, 2.0, 2.0 } }, // even count: mean of the middle
+        { { -1.0, 0.0, 0.6, 0.9, 0.3 }, { 0.0, 0.0, 0.0, 0.6, 0.75 } }, // non-positive skipped
+        { { 5.0, 1.0, 1.0, 1.0, 1.0, 1.0 }, { 0.0, 5.0, 3.0, 1.0, 1.0, 1.0 } }, // oldest leaves
+    };
+    for (const auto& c : cases) {
+        RollingMedian median(4);
+        for (size_t i = 0; i < c.pushes.size(); ++i)
+            EXPECT_DOUBLE_EQ(median.push(c.pushes[i]), c.expected[i]) << "push " << i;
     }
 }
 
-// Worked by hand for a ring of 4: each value is the median of the positive entries of the
-// ring as it stood before the push.
-INSTANTIATE_TEST_SUITE_P(Cases, RollingMedianTest,
-    ::testing::Values(MedianCase { "oneStepDelay", { 0.8, 0.8, 0.8 }, { 0.0, 0.8, 0.8 } },
-        MedianCase {
-            "evenCountTakesMeanOfMiddle", { 1.0, 3.0, 2.0, 10.0 }, { 0.0, 1.0, 2.0, 2.0 } },
-        MedianCase { "nonPositiveValuesSkipped", { -1.0, 0.0, 0.6, 0.9, 0.3 },
-            { 0.0, 0.0, 0.0, 0.6, 0.75 } },
-        MedianCase { "oldestValueLeavesTheRing", { 5.0, 1.0, 1.0, 1.0, 1.0, 1.0 },
-            { 0.0, 5.0, 3.0, 1.0, 1.0, 1.0 } }),
-    [](const ::testing::TestParamInfo<MedianCase>& info) { return info.param.name; });
-
-TEST(LeadBeatRecord, ShiftMovesFoundPositionsOnly)
+// A 400-sample block of four segments of constant magnitude (alternating sign, so a segment's
+// RMS is its level).
+ScaleWindow levels(const std::vector<double>& segmentLevels)
 {
-    LeadBeatRecord r = LeadBeatRecord::empty(-20);
-    r.rPeak = -19;
-    r.tOff = 80;
-    r.qrsPolarity = -1;
-    r.rejectedMaxima = 3;
-    const LeadBeatRecord s = r.shifted(1000);
-    EXPECT_EQ(s.qrs, 980);
-    EXPECT_EQ(s.rPeak, 981);
-    EXPECT_EQ(s.tOff, 1080);
-    EXPECT_EQ(s.pPeak, LeadBeatRecord::kNotFound);
-    EXPECT_EQ(s.qrsOn, LeadBeatRecord::kNotFound);
-    EXPECT_EQ(s.qrsPolarity, -1);
-    EXPECT_EQ(s.rejectedMaxima, 3);
-}
-
-// A window whose current block holds four segments of constant magnitude (alternating sign,
-// so the RMS of a segment is its level).
-ScaleWindow levels(int blockLength, const std::vector<double>& segmentLevels)
-{
-    std::vector<double> current(size_t(blockLength), 0.0);
-    const int seg = blockLength / 4;
-    for (int s = 0; s < 4; ++s)
-        for (int k = s * seg; k < (s + 1) * seg; ++k)
-            current[size_t(k)] = (k % 2 ? -1.0 : 1.0) * segmentLevels[size_t(s)];
-    ScaleWindow w(blockLength);
+    std::vector<double> current(400, 0.0);
+    for (int k = 0; k < 400; ++k)
+        current[size_t(k)] = (k % 2 ? -1.0 : 1.0) * segmentLevels[size_t(k / 100)];
+    ScaleWindow w(400);
     w.set({}, current, {});
     return w;
 }
 
 TEST(BlockThresholds, ReferenceSitsBelowTheFirstDoublingOfW3)
 {
-    // W3 sorted: 4, 5, 20, 30. 4 -> 5 is no doubling, 5 -> 20 is: reference index 1.
-    const ScaleWindow w1 = levels(400, { 7, 6, 8, 9 });
-    const ScaleWindow w2 = levels(400, { 10, 40, 20, 30 });
-    const ScaleWindow w3 = levels(400, { 30, 4, 20, 5 });
-    const ScaleWindow w4 = levels(400, { 2, 8, 4, 6 });
+    // W3 sorted 4, 5, 20, 30: 5 -> 20 is the first doubling, so the reference is 5.
+    const ScaleWindow w1 = levels({ 7, 6, 8, 9 }), w2 = levels({ 10, 40, 20, 30 }),
+                      w3 = levels({ 30, 4, 20, 5 }), w4 = levels({ 2, 8, 4, 6 });
     const ScaleWindow* scales[4] = { &w1, &w2, &w3, &w4 };
     const BlockThresholds th = ChannelDetector::thresholds(scales);
     ASSERT_FALSE(th.flat);
@@ -90,54 +54,43 @@ TEST(BlockThresholds, ReferenceSitsBelowTheFirstDoublingOfW3)
     EXPECT_DOUBLE_EQ(th.t2, 1.25 * 20.0); // second smallest of W2, sorted on its own
     EXPECT_DOUBLE_EQ(th.t4, 0.5 * 4.0);
     EXPECT_DOUBLE_EQ(th.t1, 7.0);
+
+    const ScaleWindow even = levels({ 4, 5, 6, 7 }); // no doubling: the largest serves
+    const ScaleWindow* evenScales[4] = { &even, &even, &even, &even };
+    EXPECT_DOUBLE_EQ(ChannelDetector::thresholds(evenScales).t3, 1.25 * 7.0);
+
+    const ScaleWindow loud = levels({ 100, 100, 100, 100 }), quiet = levels({ 3, 3, 3, 3 });
+    const ScaleWindow* quietScales[4] = { &loud, &loud, &quiet, &loud }; // 3 is not above 3
+    EXPECT_TRUE(ChannelDetector::thresholds(quietScales).flat);
 }
 
-TEST(BlockThresholds, WithoutADoublingTheLargestSegmentServes)
-{
-    const ScaleWindow w = levels(400, { 4, 5, 6, 7 });
-    const ScaleWindow* scales[4] = { &w, &w, &w, &w };
-    const BlockThresholds th = ChannelDetector::thresholds(scales);
-    ASSERT_FALSE(th.flat);
-    EXPECT_DOUBLE_EQ(th.t3, 1.25 * 7.0);
-}
-
-TEST(BlockThresholds, QuietW3IsFlat)
-{
-    const ScaleWindow loud = levels(400, { 100, 100, 100, 100 });
-    const ScaleWindow quiet = levels(400, { 3, 3, 3, 3 }); // 3.0 is not above 3.0
-    const ScaleWindow* scales[4] = { &loud, &loud, &quiet, &loud };
-    EXPECT_TRUE(ChannelDetector::thresholds(scales).flat);
-}
-
-// Triangular lobes: a peak of `height` at `centre`, falling to zero over 5 samples each side.
-void addLobe(std::vector<double>& v, int centre, double height)
-{
-    for (int d = -4; d <= 4; ++d)
-        v[size_t(centre + d)] += height * (1.0 - std::abs(d) / 5.0);
-}
-
+// W2, W3 and W4 of 1000 samples with triangular lobes (peak at centre, zero 5 samples away).
 struct Scales
 {
-    explicit Scales(int n)
-        : w2(size_t(n), 0.0)
-        , w3(size_t(n), 0.0)
-        , w4(size_t(n), 0.0)
-    {
-    }
-    // The same lobe on all three scales.
+    std::vector<double> v[3]
+        = { std::vector<double>(1000), std::vector<double>(1000), std::vector<double>(1000) };
     void lobe(int centre, double height, double w3Height = 0.0)
     {
-        addLobe(w2, centre, height);
-        addLobe(w3, centre, w3Height != 0.0 ? w3Height : height);
-        addLobe(w4, centre, height);
+        for (int s = 0; s < 3; ++s)
+            for (int d = -4; d <= 4; ++d)
+                v[s][size_t(centre + d)]
+                    += (s == 1 && w3Height != 0.0 ? w3Height : height) * (1.0 - std::abs(d) / 5.0);
     }
-    std::vector<double> w2, w3, w4;
+    ChannelDetector search(double t2, double t3, double t4) const
+    {
+        ScaleWindow w[3] = { ScaleWindow(1000), ScaleWindow(1000), ScaleWindow(1000) };
+        for (int s = 0; s < 3; ++s)
+            w[s].set({}, v[s], {});
+        ChannelDetector d(1000);
+        d.searchMaxima(w[0], w[1], w[2], 0, 999, t2, t3, t4);
+        return d;
+    }
 };
 
-std::vector<int> labelsIn(const ChannelDetectorState& s, int from, int to)
+std::vector<int> labels(const ChannelDetectorState& s)
 {
     std::vector<int> at;
-    for (int k = from; k <= to; ++k)
+    for (int k = -1000; k < 2000; ++k)
         if (s.label(k) != 0)
             at.push_back(k * s.label(k));
     return at;
@@ -145,62 +98,37 @@ std::vector<int> labelsIn(const ChannelDetectorState& s, int from, int to)
 
 TEST(ModulusMaxima, OppositePairIsKeptAndLoneMaximumRejected)
 {
-    const int n = 1000;
-    Scales sc(n);
+    Scales sc;
     sc.lobe(100, -50.0); // a pair 10 samples apart: one QRS
     sc.lobe(110, 50.0);
-    sc.lobe(600, 50.0); // a lone maximum with nothing of the other sign within 0.15 s
-    ScaleWindow w2(n), w3(n), w4(n);
-    w2.set({}, sc.w2, {});
-    w3.set({}, sc.w3, {});
-    w4.set({}, sc.w4, {});
-    ChannelDetector d(n);
-    d.searchMaxima(w2, w3, w4, 0, n - 1, 10.0, 10.0, 10.0);
-    EXPECT_EQ(labelsIn(d.state(), 0, n - 1), (std::vector<int> { -100, 110 }));
-    // The samples beside a triangular peak are turning points at reach 3 (-40 against -10 and
-    // -30), so each lobe labels three samples. The pair loses the two neighbours of each peak
-    // as redundant (4), the lone lobe all three as isolated (3).
-    EXPECT_EQ(d.state().rejectedCount, 7);
+    sc.lobe(600, 50.0); // nothing of the other sign within 0.15 s
+    sc.lobe(900, 50.0); // opposite signs 40 samples (0.16 s) apart: both isolated
+    sc.lobe(940, -50.0);
+    const ChannelDetector d = sc.search(10.0, 10.0, 10.0);
+    EXPECT_EQ(labels(d.state()), (std::vector<int> { -100, 110 }));
+    // The neighbours of a triangular peak are turning points too (3 per lobe): the pair loses
+    // 4 as redundant, each lone lobe 3 as isolated.
+    EXPECT_EQ(d.state().rejectedCount, 13);
     EXPECT_EQ(d.state().rejectedAt(600), 1);
-    EXPECT_EQ(d.state().rejectedAt(99), 1);
+    EXPECT_EQ(d.state().rejectedAt(940), 1);
     EXPECT_EQ(d.state().rejectedAt(100), 0);
+
+    // Below any one of the three thresholds nothing is labelled.
+    const double high[3][3] = { { 60, 10, 10 }, { 10, 60, 10 }, { 10, 10, 60 } };
+    for (const auto& t : high)
+        EXPECT_TRUE(labels(sc.search(t[0], t[1], t[2]).state()).empty());
 }
 
 TEST(ModulusMaxima, OfTwoSameSignMaximaTheOneWithMoreW3Stays)
 {
-    const int n = 1000;
-    Scales sc(n);
+    Scales sc;
     sc.lobe(200, -50.0, -30.0);
     sc.lobe(210, 50.0);
-    sc.lobe(240, -50.0, -60.0); // 40 samples from the first negative one: within 0.2 s
-    ScaleWindow w2(n), w3(n), w4(n);
-    w2.set({}, sc.w2, {});
-    w3.set({}, sc.w3, {});
-    w4.set({}, sc.w4, {});
-    ChannelDetector d(n);
-    d.searchMaxima(w2, w3, w4, 0, n - 1, 10.0, 10.0, 10.0);
-    EXPECT_EQ(labelsIn(d.state(), 0, n - 1), (std::vector<int> { 210, -240 }));
+    sc.lobe(240, -50.0, -60.0); // 40 samples from the first: within 0.2 s
+    const ChannelDetector d = sc.search(10.0, 10.0, 10.0);
+    EXPECT_EQ(labels(d.state()), (std::vector<int> { 210, -240 }));
     EXPECT_EQ(d.state().rejectedAt(200), 1);
-    // 199, 200, 201, 209, 211, 239 and 241 go: the peak at 200 loses to 240 (W3 60 > 30).
-    EXPECT_EQ(d.state().rejectedCount, 7);
-}
-
-TEST(ModulusMaxima, BelowAnyThresholdNothingIsLabelled)
-{
-    const int n = 1000;
-    Scales sc(n);
-    sc.lobe(100, -50.0);
-    sc.lobe(110, 50.0);
-    ScaleWindow w2(n), w3(n), w4(n);
-    w2.set({}, sc.w2, {});
-    w3.set({}, sc.w3, {});
-    w4.set({}, sc.w4, {});
-    const double thresholds[3][3] = { { 60, 10, 10 }, { 10, 60, 10 }, { 10, 10, 60 } };
-    for (const auto& t : thresholds) {
-        ChannelDetector d(n);
-        d.searchMaxima(w2, w3, w4, 0, n - 1, t[0], t[1], t[2]);
-        EXPECT_TRUE(labelsIn(d.state(), -n, 2 * n - 1).empty());
-    }
+    EXPECT_EQ(d.state().rejectedCount, 7); // 199-201, 209, 211, 239, 241
 }
 
 TEST(ChannelDetectorState, ShiftMovesLabelsOneBlockBack)

@@ -1,64 +1,29 @@
+#include "analysis/memorybeatlist.h"
 #include "analysis/noisechecker.h"
-#include "store/beatlist.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
 
 namespace {
 
-// Beats held in a vector; counts writes so that "nothing changed" also means "nothing written".
-class VectorBeatList : public BeatList
+// An entry whose window starts exactly at `windowStart` seconds (R 0.2 s later).
+void add(MemoryBeatList& list, double windowStart, double rr, bool isBeat = true, int classId = 0,
+    int type = BeatU)
 {
-public:
-    int count() const override { return int(beats.size()); }
-    void clear() override { beats.clear(); }
-    bool get(int index, Beat& beat) override
-    {
-        if (index < 0 || index >= count())
-            return false;
-        beat = beats[size_t(index)];
-        return true;
-    }
-    int append(const Beat& beat) override
-    {
-        beats.push_back(beat);
-        return count() - 1;
-    }
-    void replace(const Beat& beat) override
-    {
-        ++replaced;
-        if (beat.index >= 0 && beat.index < count())
-            beats[size_t(beat.index)] = beat;
-    }
-
-    // An entry whose window starts at `windowStart` seconds (R 0.2 s later); the window start
-    // is set directly so that limit tests compare exact numbers.
-    void add(double windowStart, double rr, bool isBeat = true, int classId = 0, int type = BeatU)
-    {
-        Beat b;
-        b.index = count();
-        b.windowStart = windowStart;
-        b.windowLength = 0.5;
-        b.setTiming(Beat::RTime, windowStart + 0.2);
-        b.setTiming(Beat::RR, rr);
-        b.isBeat = isBeat;
-        b.classId = classId;
-        b.type = type;
-        beats.push_back(b);
-    }
-
-    std::vector<Beat> beats;
-    int replaced = 0;
-};
-
-// Regular beats, one a second, windows starting at whole seconds.
-void regular(VectorBeatList& list, int n)
-{
-    for (int i = 0; i < n; ++i)
-        list.add(i, 1.0);
+    Beat b;
+    b.index = list.count();
+    b.windowStart = windowStart;
+    b.windowLength = 0.5;
+    b.setTiming(Beat::RTime, windowStart + 0.2);
+    b.setTiming(Beat::RR, rr);
+    b.isBeat = isBeat;
+    b.classId = classId;
+    b.type = type;
+    list.append(b);
 }
 
 void runAll(NoiseChecker& checker, BeatList& list)
@@ -69,114 +34,89 @@ void runAll(NoiseChecker& checker, BeatList& list)
     checker.finish();
 }
 
-// Small deterministic generator for irregular rhythms.
-struct Lcg
+// Per entry against `before`: '.' unchanged, 'x' became noise, '0' lost its RR.
+std::string changes(const std::vector<Beat>& before, const std::vector<Beat>& after)
 {
-    unsigned state;
-    double next() // uniform in [0, 1)
-    {
-        state = state * 1664525u + 1013904223u;
-        return (state >> 8) / double(1u << 24);
-    }
-};
+    std::string s;
+    for (size_t i = 0; i < after.size(); ++i)
+        s += after[i].isBeat != before[i].isBeat ? 'x'
+            : after[i].rr() == before[i].rr()    ? '.'
+            : after[i].rr() == 0.0               ? '0'
+                                                 : '?';
+    return s;
+}
+
+double uniform(unsigned& state) // in [0, 1)
+{
+    state = state * 1664525u + 1013904223u;
+    return (state >> 8) / double(1u << 24);
+}
 
 } // namespace
 
-// ---- step(): the per-entry index, worked out by hand ----------------------------------------
-
-TEST(NoiseCheckerStep, IndexOfOneEntryByHand)
+TEST(NoiseCheckerStep, IndexOfEntriesByHand)
 {
-    // Entries at windowStart 0..30. Entry 20 looks at windowStart in (15, 25): entries 16..24.
-    // Entries 15 and 25 sit exactly on the limits and must not count; they are noise with an
-    // odd RR so that counting them would show.
-    VectorBeatList list;
+    // Entry 20 looks at windowStart in (15, 25): entries 16..24. 15 and 25 sit on the limits and
+    // are noise with an odd RR, so counting them would show.
+    MemoryBeatList list;
     const double rr[31] = { 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, //
         0.3, 0.8, 1.2, 1.0, 0.8, 1.2, 0.0, 1.0, 1.0, 2.0, 0.3, 1, 1, 1, 1, 1 };
-    for (int i = 0; i < 31; ++i) {
-        const bool noise = i == 15 || i == 18 || i == 22 || i == 25;
-        list.add(i, rr[i], !noise);
-    }
+    for (int i = 0; i < 31; ++i)
+        add(list, i, rr[i], !(i == 15 || i == 18 || i == 22 || i == 25));
     NoiseChecker checker(list);
     checker.step();
     ASSERT_EQ(checker.index, 31);
+    // RR strictly inside (0, 2): 0.8 1.2 0.8 1.2 1.0 (21 and 24 sit on the limits). Mean 1.0,
+    // population variance 0.16 / 5; noise share 2 of 9 entries.
+    EXPECT_NEAR(checker.noiseIndex[20], 2.0 / 9.0 * std::sqrt(0.16 / 5.0), 1e-12);
+    EXPECT_DOUBLE_EQ(checker.noiseIndex[3], 0.0); // regular beats only
 
-    // Beats 16, 17, 19, 20, 23 have RR strictly inside (0, 2): 0.8 1.2 0.8 1.2 1.0; 21 (0.0)
-    // and 24 (2.0) sit on the limits and don't count. Mean 1.0, deviations +-0.2 four times:
-    // population variance 0.16 / 5.
-    const double variation = std::sqrt(0.16 / 5.0) / 1.0;
-    const double share = 2.0 / 9.0; // 18 and 22 of nine entries
-    EXPECT_NEAR(checker.noiseIndex[20], share * variation, 1e-12);
-
-    // Entry 3 sees only regular beats (0..7): zero variation.
-    EXPECT_DOUBLE_EQ(checker.noiseIndex[3], 0.0);
-}
-
-TEST(NoiseCheckerStep, FewEntriesOrFewIntervalsCountAsFullyUncertain)
-{
-    VectorBeatList list;
-    list.add(10.0, 1.0);
-    list.add(11.0, 1.0);
-    list.add(30.0, 19.0); // alone: 1 entry, RR out of range
-    list.add(50.0, 0.9);
-    list.add(50.5, 0.5, false);
-    list.add(51.0, 0.5);
-    list.add(51.5, 0.5);
-    list.add(70.0, 0.9);
-    list.add(70.5, 0.5, false);
-    list.add(71.0, 0.5);
-    NoiseChecker checker(list);
-    checker.step();
-    // Two entries: share 1.0 (fewer than 3 entries), variation 1.0 (fewer than 3 RR).
-    EXPECT_DOUBLE_EQ(checker.noiseIndex[0], 1.0);
-    EXPECT_DOUBLE_EQ(checker.noiseIndex[2], 1.0);
-    // Four entries, one noise: share 0.25; three RR 0.9 0.5 0.5: mean 19/30.
+    MemoryBeatList sparse;
+    add(sparse, 10.0, 1.0);
+    add(sparse, 11.0, 1.0);
+    add(sparse, 30.0, 19.0); // alone, RR out of range
+    for (double base : { 50.0, 70.0 }) {
+        add(sparse, base, 0.9);
+        add(sparse, base + 0.5, 0.5, false);
+        add(sparse, base + 1.0, 0.5);
+        if (base == 50.0)
+            add(sparse, base + 1.5, 0.5);
+    }
+    NoiseChecker few(sparse);
+    few.step();
+    // Fewer than 3 entries: share 1; fewer than 3 RR: variation 1.
+    EXPECT_DOUBLE_EQ(few.noiseIndex[0], 1.0);
+    EXPECT_DOUBLE_EQ(few.noiseIndex[2], 1.0);
+    // Four entries, one noise, RR 0.9 0.5 0.5: share 1/4 times the coefficient of variation.
     const double mean = 1.9 / 3.0;
     const double var = (std::pow(0.9 - mean, 2) + 2 * std::pow(0.5 - mean, 2)) / 3.0;
-    EXPECT_NEAR(checker.noiseIndex[3], 0.25 * std::sqrt(var) / mean, 1e-12);
-    // Three entries, one noise: share 1/3; two RR only: variation 1.0.
-    EXPECT_NEAR(checker.noiseIndex[7], 1.0 / 3.0, 1e-12);
+    EXPECT_NEAR(few.noiseIndex[3], 0.25 * std::sqrt(var) / mean, 1e-12);
+    EXPECT_NEAR(few.noiseIndex[7], 1.0 / 3.0, 1e-12); // three entries, two RR only
 }
 
-TEST(NoiseCheckerStep, BatchesOfHundredStopAtTheEnd)
+TEST(NoiseCheckerStep, BatchesOfHundredAndDegenerateLists)
 {
-    VectorBeatList list;
-    regular(list, 250);
+    MemoryBeatList list;
+    for (int i = 0; i < 250; ++i)
+        add(list, i, 1.0);
     NoiseChecker checker(list);
-    EXPECT_EQ(checker.noiseIndex.size(), 250u);
-    const int expected[] = { 100, 200, 250, 250 };
-    for (int e : expected) {
+    for (int e : { 100, 200, 250, 250 }) {
         checker.step();
         EXPECT_EQ(checker.index, e);
     }
-}
-
-TEST(NoiseCheckerStep, EmptyOrUnsetListDoesNothing)
-{
     NoiseChecker unset;
     unset.step();
     unset.finish();
     EXPECT_EQ(unset.index, 0);
-
-    VectorBeatList list;
-    NoiseChecker checker(list);
-    checker.step();
-    checker.finish();
-    EXPECT_EQ(checker.index, 0);
-    EXPECT_EQ(list.replaced, 0);
-}
-
-TEST(NoiseCheckerStep, OutOfOrderTimesStillEnd)
-{
     // A NaN time finds no neighbourhood; the driver loops on `index` and must still get through.
-    VectorBeatList list;
-    regular(list, 20);
-    list.beats[7].windowStart = std::nan("");
-    NoiseChecker checker;
-    runAll(checker, list);
-    EXPECT_EQ(checker.index, 20);
+    Beat odd;
+    list.get(7, odd);
+    odd.windowStart = std::nan("");
+    list.replace(odd);
+    NoiseChecker nan;
+    runAll(nan, list);
+    EXPECT_EQ(nan.index, 250);
 }
-
-// ---- finish(): the hysteresis, driven through hand-set indices ------------------------------
 
 namespace {
 
@@ -184,30 +124,21 @@ struct HysteresisCase
 {
     const char* name;
     int count;
-    std::vector<std::pair<int, double>> spikes; // noiseIndex entries set to a value
-    std::string noiseBefore; // 'x' marks entries that are noise beforehand
-    std::string expected; // '.' unchanged, 'x' noise afterwards, '0' beat with RR 0.0
+    std::vector<std::pair<int, double>> spikes; // noiseIndex entries set by hand
+    std::string noiseBefore; // 'x': noise beforehand
+    std::vector<std::pair<int, int>> marked; // stretches expected to become noise
+    std::vector<int> breakers; // entries expected to lose their RR
 };
-
-std::ostream& operator<<(std::ostream& os, const HysteresisCase& c)
-{
-    return os << c.name;
-}
 
 class NoiseHysteresis : public ::testing::TestWithParam<HysteresisCase>
 {
 };
 
-std::string dots(int n)
+std::vector<std::pair<int, double>> everyEntry(int n, double v)
 {
-    return std::string(size_t(n), '.');
-}
-
-// One spike v at entry k smooths to v / 10 on entries k - 4 .. k + 5 (the mean of i-5..i+4).
-std::string withRange(std::string s, int from, int to, char c)
-{
-    for (int i = from; i <= to; ++i)
-        s[size_t(i)] = c;
+    std::vector<std::pair<int, double>> s;
+    for (int i = 0; i < n; ++i)
+        s.push_back({ i, v });
     return s;
 }
 
@@ -216,275 +147,160 @@ std::string withRange(std::string s, int from, int to, char c)
 TEST_P(NoiseHysteresis, MarksExactlyTheConfirmedStretches)
 {
     const HysteresisCase& c = GetParam();
-    VectorBeatList list;
-    regular(list, c.count);
-    for (size_t i = 0; i < c.noiseBefore.size(); ++i)
-        list.beats[i].isBeat = c.noiseBefore[i] != 'x';
-    const std::vector<Beat> before = list.beats;
-
+    MemoryBeatList list;
+    for (int i = 0; i < c.count; ++i)
+        add(list, i, 1.0, !(size_t(i) < c.noiseBefore.size() && c.noiseBefore[size_t(i)] == 'x'));
+    const std::vector<Beat> before = list.beats();
     NoiseChecker checker(list);
     for (auto spike : c.spikes)
         checker.noiseIndex[size_t(spike.first)] = spike.second;
     checker.index = c.count;
     checker.finish();
 
-    std::string got;
-    for (int i = 0; i < c.count; ++i) {
-        const Beat& b = list.beats[size_t(i)];
-        const Beat& old = before[size_t(i)];
-        if (b.isBeat != old.isBeat)
-            got += 'x';
-        else if (b.rr() != old.rr())
-            got += b.rr() == 0.0 ? '0' : '?';
-        else
-            got += '.';
-    }
-    EXPECT_EQ(got, c.expected);
+    std::string expected(size_t(c.count), '.');
+    for (auto m : c.marked)
+        for (int i = m.first; i <= m.second; ++i)
+            expected[size_t(i)] = 'x';
+    for (int b : c.breakers)
+        expected[size_t(b)] = '0';
+    EXPECT_EQ(changes(before, list.beats()), expected);
 }
 
+// One spike v at entry k smooths to v / 10 on entries k - 4 .. k + 5; the limits are 0.09 to
+// open and above 0.11 to confirm.
 INSTANTIATE_TEST_SUITE_P(Cases, NoiseHysteresis,
     ::testing::Values(
         // 0.9 / 10 is exactly 0.09: touches the opening limit but never opens.
-        HysteresisCase { "ExactlyOpenLimitNeverOpens", 40, { { 20, 0.9 } }, "", dots(40) },
-        // 0.09 on 16..25, then 0.12 on 26..35: the stretch opens at 26, not at 16.
+        HysteresisCase { "ExactlyOpenLimitNeverOpens", 40, { { 20, 0.9 } }, "", {}, {} },
+        // 0.09 on 16..25, then 0.12 on 26..35: the stretch opens at 26, not 16.
         HysteresisCase { "StretchStartsAboveTheLimit", 50, { { 20, 0.9 }, { 30, 1.2 } }, "",
-            withRange(withRange(dots(50), 26, 35, 'x'), 36, 36, '0') },
-        // 0.10 opens (entries 16..25) but never reaches 0.11: closes unmarked.
-        HysteresisCase { "OpenedButNotConfirmed", 40, { { 20, 1.0 } }, "", dots(40) },
-        // 0.12 opens at 16, confirms at 17, closes at 26: 16..25 noise, 26 loses its RR.
-        HysteresisCase { "ConfirmedStretch", 40, { { 20, 1.2 } }, "",
-            withRange(withRange(dots(40), 16, 25, 'x'), 26, 26, '0') },
-        // After 16..25 at 0.12, entries 26..35 sit at exactly 0.09: that doesn't close.
+            { { 26, 35 } }, { 36 } },
+        HysteresisCase { "OpenedButNotConfirmed", 40, { { 20, 1.0 } }, "", {}, {} },
+        HysteresisCase { "ConfirmedStretch", 40, { { 20, 1.2 } }, "", { { 16, 25 } }, { 26 } },
+        // Entries 26..35 at exactly 0.09 keep it open.
         HysteresisCase { "ExactlyOpenLimitNeverCloses", 50, { { 20, 1.2 }, { 30, 0.9 } }, "",
-            withRange(withRange(dots(50), 16, 35, 'x'), 36, 36, '0') },
-        // The stretch ends at the next real beat: noise entries 26, 27 are passed over.
-        HysteresisCase { "CloseSkipsNoiseEntries", 40, { { 20, 1.2 } }, dots(26) + "xx",
-            withRange(withRange(dots(40), 16, 25, 'x'), 28, 28, '0') },
-        // Two separate stretches, each with its own RR breaker.
+            { { 16, 35 } }, { 36 } },
+        // The RR breaker is the next real beat: noise entries 26, 27 are passed over.
+        HysteresisCase { "CloseSkipsNoiseEntries", 40, { { 20, 1.2 } }, std::string(26, '.') + "xx",
+            { { 16, 25 } }, { 28 } },
         HysteresisCase { "TwoStretches", 60, { { 12, 1.5 }, { 40, 1.5 } }, "",
-            withRange(
-                withRange(withRange(withRange(dots(60), 8, 17, 'x'), 18, 18, '0'), 36, 45, 'x'), 46,
-                46, '0') },
-        // Near the end, the five unsmoothed (zero) entries close the stretch: with 30 entries
-        // the spike at 24 smooths onto 20..24 only, and entry 25 takes RR 0.
-        HysteresisCase { "StretchIntoTheUnsmoothedTail", 30, { { 24, 1.2 } }, "",
-            withRange(withRange(dots(30), 20, 24, 'x'), 25, 25, '0') },
-        // Ten entries: no smoothing at all, whatever the indices.
-        HysteresisCase { "TenEntriesNoSmoothing", 10,
-            { { 0, 9.0 }, { 1, 9.0 }, { 2, 9.0 }, { 3, 9.0 }, { 4, 9.0 }, { 5, 9.0 }, { 6, 9.0 },
-                { 7, 9.0 }, { 8, 9.0 }, { 9, 9.0 } },
-            "", dots(10) },
-        // Eleven: only entry 5 is smoothed, so a stretch opens and closes unconfirmed.
-        HysteresisCase { "ElevenEntriesOneSmoothedValue", 11,
-            { { 0, 9.0 }, { 1, 9.0 }, { 2, 9.0 }, { 3, 9.0 }, { 4, 9.0 }, { 5, 9.0 }, { 6, 9.0 },
-                { 7, 9.0 }, { 8, 9.0 }, { 9, 9.0 }, { 10, 9.0 } },
-            "", dots(11) },
-        // Twelve: entries 5 and 6 open and confirm; 7 closes.
-        HysteresisCase { "TwelveEntriesSmallestStretch", 12,
-            { { 0, 9.0 }, { 1, 9.0 }, { 2, 9.0 }, { 3, 9.0 }, { 4, 9.0 }, { 5, 9.0 }, { 6, 9.0 },
-                { 7, 9.0 }, { 8, 9.0 }, { 9, 9.0 }, { 10, 9.0 }, { 11, 9.0 } },
-            "", withRange(withRange(dots(12), 5, 6, 'x'), 7, 7, '0') }),
-    [](const ::testing::TestParamInfo<HysteresisCase>& info) { return info.param.name; });
-
-TEST(NoiseHysteresisLimits, SmoothedValueIsExactlyTheLimit)
-{
-    // The cases above depend on one spike of 0.9 averaging to exactly 0.09.
-    EXPECT_EQ((0.0 + 0.9) / 10.0, NoiseChecker::kOpen);
-}
-
-// ---- step() and finish() together on rhythms -------------------------------------------------
-
-TEST(NoiseCheckerRhythm, RegularRhythmWithScatteredNoiseIsUntouched)
-{
-    // Every 7th entry is noise but the rhythm is perfectly regular: variation 0, index 0.
-    VectorBeatList list;
-    for (int i = 0; i < 300; ++i)
-        list.add(0.8 * i, 0.8, i % 7 != 3);
-    const std::vector<Beat> before = list.beats;
-    NoiseChecker checker;
-    runAll(checker, list);
-    // Zero up to the rounding of the one-pass variance (0.8 s has no exact binary form).
-    for (double v : checker.noiseIndex)
-        EXPECT_NEAR(v, 0.0, 1e-6);
-    EXPECT_EQ(list.replaced, 0);
-    EXPECT_EQ(list.beats, before);
-}
+            { { 8, 17 }, { 36, 45 } }, { 18, 46 } },
+        // The five unsmoothed (zero) entries at the end close the stretch.
+        HysteresisCase {
+            "StretchIntoTheUnsmoothedTail", 30, { { 24, 1.2 } }, "", { { 20, 24 } }, { 25 } },
+        // Ten entries: no smoothing at all; eleven: only entry 5, which opens but can't confirm;
+        // twelve: 5 and 6 open and confirm, 7 closes.
+        HysteresisCase { "TenEntriesNoSmoothing", 10, everyEntry(10, 9.0), "", {}, {} },
+        HysteresisCase { "ElevenEntriesOneSmoothedValue", 11, everyEntry(11, 9.0), "", {}, {} },
+        HysteresisCase {
+            "TwelveEntriesSmallestStretch", 12, everyEntry(12, 9.0), "", { { 5, 6 } }, { 7 } }),
+    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(NoiseCheckerRhythm, IrregularRhythmKeepsItsBeats)
 {
-    // An AF-like rhythm: RR uniform in 0.4..1.2 s (coefficient of variation about 0.29), with an
-    // artefact entry every 4 s or so. The noise share in 10 s stays near 2.5 of 16 entries, so
-    // the index stays near 0.045, half the opening limit: no real beat may be taken.
-    VectorBeatList list;
-    Lcg rng { 12345u };
-    double t = 0.5;
-    double lastArtefact = 0.0;
+    // AF-like: RR uniform in 0.4..1.2 s (variation about 0.29) with an artefact every 4 s or so:
+    // about 2.5 noise in 16 entries keeps the index near 0.045, half the opening limit.
+    MemoryBeatList list;
+    unsigned rng = 12345u;
+    double t = 0.5, lastArtefact = 0.0;
     for (int i = 0; i < 2000; ++i) {
-        const double rr = 0.4 + 0.8 * rng.next();
+        const double rr = 0.4 + 0.8 * uniform(rng);
         t += rr;
-        list.add(t, rr);
+        add(list, t, rr);
         if (t - lastArtefact > 4.0) {
-            list.add(t + 0.15, 0.15, false);
+            add(list, t + 0.15, 0.15, false);
             lastArtefact = t;
         }
     }
-    const std::vector<Beat> before = list.beats;
+    const std::vector<Beat> before = list.beats();
     NoiseChecker checker;
     runAll(checker, list);
-    double highest = 0.0;
-    for (double v : checker.noiseIndex)
-        highest = std::max(highest, v);
-    EXPECT_LT(highest, NoiseChecker::kOpen);
-    EXPECT_EQ(list.replaced, 0);
-    EXPECT_EQ(list.beats, before);
+    EXPECT_LT(*std::max_element(checker.noiseIndex.begin(), checker.noiseIndex.end()),
+        NoiseChecker::kOpen);
+    EXPECT_EQ(list.beats(), before);
 }
 
 TEST(NoiseCheckerRhythm, NoisyStretchIsRemovedAndClosed)
 {
-    // 0..40 s regular at 1 Hz; 40..60 s a burst where detections alternate between real-looking
-    // beats with erratic RR and noise entries; then regular again to 100 s.
-    VectorBeatList list;
+    // Regular to 40 s, a burst to 60 s alternating erratic beats and noise, regular to 100 s.
+    MemoryBeatList list;
     for (int i = 0; i < 40; ++i)
-        list.add(i, 1.0);
-    Lcg rng { 777u };
-    double t = 40.0;
+        add(list, i, 1.0);
+    unsigned rng = 777u;
     bool noise = false;
-    while (t < 60.0) {
-        const double rr = 0.2 + 1.2 * rng.next();
+    for (double t = 40.0; t < 60.0; noise = !noise) {
+        const double rr = 0.2 + 1.2 * uniform(rng);
         t += rr / 2;
-        list.add(t, rr, !noise);
-        noise = !noise;
+        add(list, t, rr, !noise);
     }
     const int burstEnd = list.count();
     for (int i = 61; i < 100; ++i)
-        list.add(i, 1.0);
-    const std::vector<Beat> before = list.beats;
-
+        add(list, i, 1.0);
+    const std::vector<Beat> before = list.beats();
     NoiseChecker checker;
     runAll(checker, list);
 
-    // Half the entries in the burst are noise and the RR vary widely: the index there is far
-    // above 0.11, so every beat well inside the burst goes.
+    const std::string got = changes(before, list.beats());
     for (int i = 0; i < list.count(); ++i) {
-        const Beat& b = list.beats[size_t(i)];
-        if (b.windowStart > 45.0 && b.windowStart < 55.0) {
-            EXPECT_FALSE(b.isBeat) << "entry " << i << " at " << b.windowStart;
+        const double at = list.beats()[size_t(i)].windowStart;
+        if (at > 45.0 && at < 55.0) {
+            EXPECT_FALSE(list.beats()[size_t(i)].isBeat) << "entry " << i;
         }
-        // Beats more than one 10 s window away see clean rhythm only.
-        if (b.windowStart < 30.0 || b.windowStart > 70.0) {
-            EXPECT_EQ(b, before[size_t(i)]) << "entry " << i;
-        }
-    }
-    // Exactly one beat took RR 0.0, and it is the first real beat after the last removed entry.
-    int lastRemoved = -1;
-    int zeroRr = -1;
-    for (int i = 0; i < list.count(); ++i) {
-        if (before[size_t(i)].isBeat && !list.beats[size_t(i)].isBeat)
-            lastRemoved = i;
-        if (list.beats[size_t(i)].rr() == 0.0) {
-            EXPECT_EQ(zeroRr, -1) << "second RR breaker at " << i;
-            zeroRr = i;
+        if (at < 30.0 || at > 70.0) { // more than one 10 s window from the burst
+            EXPECT_EQ(got[size_t(i)], '.') << "entry " << i;
         }
     }
-    ASSERT_GE(lastRemoved, burstEnd - 4);
-    int expectedBreaker = lastRemoved + 1;
-    while (!list.beats[size_t(expectedBreaker)].isBeat)
-        ++expectedBreaker;
-    EXPECT_EQ(zeroRr, expectedBreaker);
-    EXPECT_TRUE(list.beats[size_t(zeroRr)].isBeat);
+    // One RR breaker: the first real beat after the last removed entry.
+    const size_t lastRemoved = got.rfind('x');
+    ASSERT_NE(lastRemoved, std::string::npos);
+    ASSERT_GE(int(lastRemoved), burstEnd - 4);
+    size_t breaker = lastRemoved + 1;
+    while (!list.beats()[breaker].isBeat)
+        ++breaker;
+    EXPECT_EQ(got.find('0'), breaker);
+    EXPECT_EQ(got.rfind('0'), breaker);
 }
 
-// ---- removeAdditionalNoise ------------------------------------------------------------------
-
-namespace {
-
-struct RemovalCase
+// Letters: N class 1 type N, RR 1.0; n the same with RR 0.0; u a U beat alone in its own class;
+// c class 7 type U (several members); v alone in its class but type V; z U beat with no class
+// (0); x noise entry. Expected: '.' unchanged, 'x' became noise, '0' kept with RR 0.0.
+TEST(NoiseChecker, AdditionalNoiseRemovesRunsOfUniqueBeats)
 {
-    const char* name;
-    // N: class 1 type N, RR 1.0; n: the same with RR 0.0; u: a U beat alone in its (private)
-    // class; c: class 7 type U, which has several members; v: alone in its class but type V;
-    // z: U beat with no class (0); x: noise entry.
-    std::string entries;
-    std::string expected; // '.' unchanged, 'x' became noise, '0' kept with RR 0.0
-};
-
-std::ostream& operator<<(std::ostream& os, const RemovalCase& c)
-{
-    return os << c.name;
-}
-
-class AdditionalNoise : public ::testing::TestWithParam<RemovalCase>
-{
-};
-
-} // namespace
-
-TEST_P(AdditionalNoise, RemovesRunsOfUniqueBeats)
-{
-    const RemovalCase& c = GetParam();
-    VectorBeatList list;
-    for (size_t i = 0; i < c.entries.size(); ++i) {
-        const double t = 1.0 + double(i);
-        const int privateId = 1000000 + int(i);
-        switch (c.entries[i]) {
-        case 'N':
-            list.add(t, 1.0, true, 1, BeatN);
-            break;
-        case 'n':
-            list.add(t, 0.0, true, 1, BeatN);
-            break;
-        case 'u':
-            list.add(t, 1.0, true, privateId, BeatU);
-            break;
-        case 'c':
-            list.add(t, 1.0, true, 7, BeatU);
-            break;
-        case 'v':
-            list.add(t, 1.0, true, privateId, BeatV);
-            break;
-        case 'z':
-            list.add(t, 1.0, true, 0, BeatU);
-            break;
-        case 'x':
-            list.add(t, 1.0, false, 1, BeatN);
-            break;
-        default:
-            FAIL() << "bad case letter";
+    const struct
+    {
+        const char *entries, *expected;
+    } cases[] = {
+        { "NNuuuNN", "..xx0.." }, // a run of three
+        { "NuuuuN", ".xxx0." },
+        { "NNuuNN", "......" }, // two unique beats are kept
+        { "Nuuu", "...." }, // a run at the end is never treated
+        { "NcucN", "....." }, // a shared class is not unique
+        { "NuvuN", "....." }, // another type breaks the run
+        { "NuzuuN", "......" }, // so does a classless beat
+        { "NuxuuN", ".x.x0." }, // noise after a unique beat does not
+        { "NuuuxN", ".xx0.." }, // trailing noise stays in the run
+        { "NuuNxuN", "......." }, // noise after a normal beat breaks
+        // The neighbours already lack RR: the one before goes, and so does the run's last beat.
+        { "nuxuxxun", "xx.x..x." },
+        { "uuuNuuuN", "xx0.xx0." }, // two runs
+        { "", "" },
+    };
+    for (const auto& c : cases) {
+        MemoryBeatList list;
+        for (int i = 0; c.entries[i]; ++i) {
+            const char e = c.entries[i];
+            const int own = 1000000 + i;
+            const int classId = e == 'N' || e == 'n' || e == 'x' ? 1
+                : e == 'c'                                       ? 7
+                : e == 'z'                                       ? 0
+                                                                 : own;
+            const int type = e == 'N' || e == 'n' || e == 'x' ? BeatN : e == 'v' ? BeatV : BeatU;
+            add(list, 1.0 + i, e == 'n' ? 0.0 : 1.0, e != 'x', classId, type);
         }
+        const std::vector<Beat> before = list.beats();
+        NoiseChecker::removeAdditionalNoise(list);
+        EXPECT_EQ(changes(before, list.beats()), c.expected) << c.entries;
+        for (size_t i = 0; i < before.size(); ++i)
+            EXPECT_EQ(list.beats()[i].classId, before[i].classId);
     }
-    const std::vector<Beat> before = list.beats;
-    NoiseChecker::removeAdditionalNoise(list);
-
-    std::string got;
-    for (size_t i = 0; i < list.beats.size(); ++i) {
-        const Beat& b = list.beats[i];
-        const Beat& old = before[i];
-        if (b.isBeat != old.isBeat)
-            got += 'x';
-        else if (b.rr() != old.rr())
-            got += b.rr() == 0.0 ? '0' : '?';
-        else
-            got += '.';
-        EXPECT_EQ(b.classId, old.classId);
-        EXPECT_EQ(b.type, old.type);
-    }
-    EXPECT_EQ(got, c.expected);
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, AdditionalNoise,
-    ::testing::Values(RemovalCase { "RunOfThree", "NNuuuNN", "..xx0.." },
-        RemovalCase { "RunOfFour", "NuuuuN", ".xxx0." },
-        RemovalCase { "TwoUniqueBeatsAreKept", "NNuuNN", "......" },
-        RemovalCase { "RunAtTheEndIsNeverTreated", "Nuuu", "...." },
-        RemovalCase { "SharedClassIsNotUnique", "NcucN", "....." },
-        RemovalCase { "OtherTypeBreaksTheRun", "NuvuN", "....." },
-        RemovalCase { "ClasslessBeatBreaksTheRun", "NuzuuN", "......" },
-        RemovalCase { "NoiseAfterUniqueBeatDoesNotBreak", "NuxuuN", ".x.x0." },
-        RemovalCase { "TrailingNoiseStaysInTheRun", "NuuuxN", ".xx0.." },
-        RemovalCase { "NoiseAfterNormalBeatBreaks", "NuuNxuN", "......." },
-        // The beats around the run already have RR 0.0: the one before goes, and so does the
-        // run's last beat, since the following beat already breaks the RR.
-        RemovalCase { "NeighboursWithoutRr", "nuxuxxun", "xx.x..x." },
-        RemovalCase { "TwoRuns", "uuuNuuuN", "xx0.xx0." },
-        RemovalCase { "NoRunAtAll", "NNNxNN", "......" }, RemovalCase { "Empty", "", "" }),
-    [](const ::testing::TestParamInfo<RemovalCase>& info) { return info.param.name; });

@@ -1,7 +1,5 @@
-#include "recordingfake.h"
-
 #include "analysis/recentbeatwindow.h"
-#include "results/model/trend.h"
+#include "fakebeats.h"
 #include "results/pranalyzer.h"
 #include "results/qtanalyzer.h"
 #include "results/stanalyzer.h"
@@ -10,12 +8,12 @@
 
 #include <cmath>
 
-using namespace recordingfake;
+using namespace fakebeats;
 
 namespace {
 
-// 200 Hz, one channel, 1 uV per unit: beats every 0.75 s from R = 1.0 s, each with a plateau
-// of 100 units from 50 ms to 200 ms after R (an ST elevation of 0.1 mV, 1 mm) and 0 elsewhere.
+// 200 Hz, 1 uV per unit: R every 0.75 s from 1.0 s, each followed by a plateau of 100 units
+// (0.1 mV, 1 mm of ST elevation) from 50 ms to 200 ms after R.
 class PlateauSignal : public SignalSource
 {
 public:
@@ -60,12 +58,11 @@ Beat beatAt(SignalSource* source, int index, double r)
     return b;
 }
 
-// The whole road from the accumulator: counts, RR, rate and gain come from the window and
-// its source, the samples from its average.
+// Counts, RR, rate and gain come from the window and its source, the samples from its average.
 TEST(AverageBeatAnalyzer, ReadsTheAccumulator)
 {
     PlateauSignal signal;
-    Recording recording(120.0, 1, 500); // its rate must not be the one used
+    Beats recording(120.0, 1, 500); // its rate must not be the one used
     RecentBeatWindow window(20.0, false, &signal);
     PRAnalyzer pr;
     QTAnalyzer qt(QTAnalyzer::Bazett);
@@ -80,30 +77,22 @@ TEST(AverageBeatAnalyzer, ReadsTheAccumulator)
     d.qrsOnset = 50;
     d.qrsEnd = 68;
     d.tEnd = 130;
-    for (int i = 0; i < 4; ++i)
-        window.push(beatAt(&signal, i, 1.0 + 0.75 * i));
-    for (ResultAnalyzer* a : std::initializer_list<ResultAnalyzer*> { &pr, &qt, &st })
-        a->addAverageBeat(10.0, window, { &d });
-    // Four beats: not enough for a measurement.
-    EXPECT_EQ(dynamic_cast<TTrend*>(qt.results().at("RRTrend").get())->size(), 0);
-
-    for (int i = 4; i < 10; ++i)
-        window.push(beatAt(&signal, i, 1.0 + 0.75 * i));
-    for (ResultAnalyzer* a : std::initializer_list<ResultAnalyzer*> { &pr, &qt, &st })
-        a->addAverageBeat(20.0, window, { &d });
-
-    const TTrend& prTrend = *dynamic_cast<TTrend*>(pr.results().at("PRTrend(0)").get());
-    ASSERT_EQ(prTrend.size(), 1);
-    EXPECT_DOUBLE_EQ(prTrend.valueAt(0), 100.0); // 20 samples at 200 Hz
-    const TTrend& rr = *dynamic_cast<TTrend*>(qt.results().at("RRTrend").get());
-    ASSERT_EQ(rr.size(), 1);
-    EXPECT_DOUBLE_EQ(rr.valueAt(0), 750.0); // 0.75 s is exact in binary, so no truncation loss
-    const TTrend& qtTrend = *dynamic_cast<TTrend*>(qt.results().at("QTTrend(0)").get());
-    ASSERT_EQ(qtTrend.size(), 1);
-    EXPECT_DOUBLE_EQ(qtTrend.valueAt(0), 400.0); // 80 samples
-    const TTrend& level = *dynamic_cast<TTrend*>(st.results().at("STLevelTrend(0)").get());
-    ASSERT_EQ(level.size(), 1);
-    EXPECT_NEAR(level.valueAt(0), 1.0, 1e-9); // 100 units * 0.001 mV * 10 mm/mV
+    // Four beats are not enough for a measurement; ten are.
+    for (int beats : { 4, 10 }) {
+        for (int i = window.heldBeats(); i < beats; ++i)
+            window.push(beatAt(&signal, i, 1.0 + 0.75 * i));
+        for (ResultAnalyzer* a : std::initializer_list<ResultAnalyzer*> { &pr, &qt, &st })
+            a->addAverageBeat(beats * 2.0, window, { &d });
+    }
+    const TTrend* trends[] = { resultOf<TTrend>(pr, "PRTrend(0)"), resultOf<TTrend>(qt, "RRTrend"),
+        resultOf<TTrend>(qt, "QTTrend(0)"), resultOf<TTrend>(st, "STLevelTrend(0)") };
+    // PR 20 samples at 200 Hz; RR 0.75 s (exact in binary); QT 80 samples; ST 100 units *
+    // 0.001 mV * 10 mm/mV.
+    const double expected[] = { 100.0, 750.0, 400.0, 1.0 };
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_EQ(trends[i]->size(), 1) << i;
+        EXPECT_NEAR(trends[i]->valueAt(0), expected[i], 1e-9) << i;
+    }
 }
 
 } // namespace

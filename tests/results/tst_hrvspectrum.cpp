@@ -8,46 +8,6 @@
 
 namespace {
 
-// Beat-by-beat series: mean + amplitude * sin(2 pi f j) + white noise, f in cycles per beat.
-std::vector<double> sineSeries(
-    int n, double mean, double amplitude, double f, double noise, unsigned seed)
-{
-    std::mt19937 gen(seed);
-    std::normal_distribution<double> gauss(0.0, noise);
-    std::vector<double> x(static_cast<size_t>(n));
-    for (int j = 0; j < n; ++j)
-        x[size_t(j)] = mean + amplitude * std::sin(2.0 * M_PI * f * j) + gauss(gen);
-    return x;
-}
-
-int peakOf(const HRVSpectrum::Psd& psd)
-{
-    return int(std::max_element(psd.begin(), psd.end()) - psd.begin());
-}
-
-struct PeakCase
-{
-    double cyclesPerBeat;
-    int bin; // 512 * f, rounded by hand
-};
-
-class HRVSpectrumPeak : public ::testing::TestWithParam<PeakCase>
-{
-};
-
-TEST_P(HRVSpectrumPeak, SineGivesItsPeakAtItsFrequency)
-{
-    const PeakCase c = GetParam();
-    const auto psd = HRVSpectrum::spectrum(sineSeries(1500, 0.8, 0.03, c.cyclesPerBeat, 0.005, 7));
-    EXPECT_NEAR(peakOf(psd), c.bin, 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(Frequencies, HRVSpectrumPeak,
-    ::testing::Values(PeakCase { 0.05, 26 }, // 25.6
-        PeakCase { 0.1, 51 }, // 51.2
-        PeakCase { 0.25, 128 }, // 128
-        PeakCase { 0.4, 205 })); // 204.8
-
 TEST(HRVSpectrumBurg, ModelOfAnAR1Process)
 {
     // x[j] = 0.6 x[j-1] + e: the first coefficient comes out near 0.6 and the rest near 0,
@@ -75,27 +35,8 @@ TEST(HRVSpectrumBurg, TooFewValuesOrNoVariation)
     for (double a : shortModel.a)
         EXPECT_DOUBLE_EQ(a, 0.0);
 
-    const auto flat = HRVSpectrum::spectrum(std::vector<double>(500, 0.75));
-    for (double v : flat)
-        EXPECT_EQ(v, 0.0);
     const auto one = HRVSpectrum::spectrum({ 0.8 });
-    for (double v : one)
-        EXPECT_EQ(v, 0.0);
-}
-
-TEST(HRVSpectrumNormalize, TotalsHalfThePower)
-{
-    auto psd = HRVSpectrum::spectrum(sineSeries(800, 0.9, 0.02, 0.12, 0.01, 11));
-    HRVSpectrum::normalize(psd, 2500.0); // an SDNN of 50 ms
-    double sum = 0.0;
-    for (double v : psd)
-        sum += v;
-    EXPECT_NEAR(sum, 1250.0, 1e-9);
-
-    HRVSpectrum::Psd zero;
-    zero.fill(0.0);
-    HRVSpectrum::normalize(zero, 2500.0);
-    EXPECT_EQ(*std::max_element(zero.begin(), zero.end()), 0.0);
+    EXPECT_EQ(*std::max_element(one.begin(), one.end()), 0.0);
 }
 
 TEST(HRVSpectrumBands, EdgesAndSums)

@@ -1,42 +1,11 @@
-#include "recordingfake.h"
-
-#include "results/model/trend.h"
+#include "fakebeats.h"
 #include "results/pranalyzer.h"
 
 #include <gtest/gtest.h>
 
-using namespace recordingfake;
+using namespace fakebeats;
 
 namespace {
-
-class PRAnalyzerTest : public ::testing::Test
-{
-protected:
-    PRAnalyzerTest()
-        : recording(3600.0, 2, 500)
-    {
-        analyzer.beginRecording(recording);
-    }
-
-    void add(double time, int beats, const Limits& ch0, const Limits& ch1)
-    {
-        AverageBeatDelineator d0, d1;
-        ch0.applyTo(d0);
-        ch1.applyTo(d1);
-        analyzer.addAverage(time, average(beats, 0.8, 500), { &d0, &d1 });
-    }
-    double value(const char* name) const
-    {
-        return dynamic_cast<ValueResult*>(analyzer.results().at(name).get())->value;
-    }
-    const TTrend& trend(const char* name) const
-    {
-        return *dynamic_cast<TTrend*>(analyzer.results().at(name).get());
-    }
-
-    Recording recording;
-    PRAnalyzer analyzer;
-};
 
 Limits pr(int pOnset, int qrsOnset, int pEnd = 0)
 {
@@ -47,58 +16,49 @@ Limits pr(int pOnset, int qrsOnset, int pEnd = 0)
     return l;
 }
 
-TEST_F(PRAnalyzerTest, PerChannelTrendAndMedian)
+// Averages at 500 Hz on channels 0 and 1.
+void add(PRAnalyzer& a, double time, int beats, const Limits& ch0, const Limits& ch1)
 {
-    // 500 Hz: 80 samples = 160 ms, 75 = 150 ms, 90 = 180 ms; channel 1 has no P.
-    add(20.0, 5, pr(50, 130), pr(0, 130));
-    add(40.0, 8, pr(55, 130), pr(0, 130));
-    add(60.0, 5, pr(40, 130), pr(0, 130));
-    analyzer.finishRecording();
-
-    const TTrend& t0 = trend("PRTrend(0)");
-    ASSERT_EQ(t0.size(), 3);
-    EXPECT_DOUBLE_EQ(t0.timeAt(0), 20.0);
-    EXPECT_DOUBLE_EQ(t0.valueAt(0), 160.0);
-    EXPECT_DOUBLE_EQ(t0.valueAt(1), 150.0);
-    EXPECT_DOUBLE_EQ(t0.valueAt(2), 180.0);
-    EXPECT_DOUBLE_EQ(value("PRIntervalAvg(0)"), 160.0);
-
-    EXPECT_EQ(trend("PRTrend(1)").size(), 0);
-    EXPECT_DOUBLE_EQ(value("PRIntervalAvg(1)"), 0.0);
-    // pEnd was never given: no P duration.
-    EXPECT_DOUBLE_EQ(value("PDurationAvg(0)"), 0.0);
+    AverageBeatDelineator d0 = ch0.delineator(), d1 = ch1.delineator();
+    a.addAverage(time, average(beats, 0.8, 500), { &d0, &d1 });
 }
 
-TEST_F(PRAnalyzerTest, RejectedAverages)
+TEST(PRAnalyzer, PerChannelTrendAndMedian)
 {
-    add(20.0, 4, pr(50, 130), pr(50, 130)); // 4 beats: nothing at all
-    add(40.0, 5, pr(130, 130), pr(140, 130)); // P onset not before the QRS
-    add(60.0, 5, pr(50, 0), pr(0, 0)); // no QRS onset
-    EXPECT_EQ(trend("PRTrend(0)").size(), 0);
-    EXPECT_EQ(trend("PRTrend(1)").size(), 0);
+    Beats recording(3600.0, 2, 500);
+    PRAnalyzer a;
+    a.beginRecording(recording);
+    // 80 samples = 160 ms, 75 = 150 ms, 90 = 180 ms; P durations 100, 90, 120 ms; no P end on 1.
+    add(a, 20.0, 5, pr(50, 130, 100), pr(50, 130));
+    add(a, 40.0, 8, pr(55, 130, 100), pr(50, 130));
+    add(a, 60.0, 5, pr(40, 130, 100), pr(50, 130));
+    add(a, 80.0, 4, pr(50, 130), pr(50, 130)); // 4 beats: nothing at all
+    add(a, 90.0, 5, pr(130, 130), pr(140, 130)); // P onset not before the QRS
+    add(a, 95.0, 5, pr(50, 0), pr(0, 0)); // no QRS onset
+    a.finishRecording();
+
+    const TTrend* t0 = resultOf<TTrend>(a, "PRTrend(0)");
+    ASSERT_EQ(t0->size(), 3);
+    EXPECT_DOUBLE_EQ(t0->timeAt(0), 20.0);
+    EXPECT_DOUBLE_EQ(t0->valueAt(0), 160.0);
+    EXPECT_DOUBLE_EQ(t0->valueAt(1), 150.0);
+    EXPECT_DOUBLE_EQ(t0->valueAt(2), 180.0);
+    EXPECT_DOUBLE_EQ(valueOf(a, "PRIntervalAvg(0)"), 160.0);
+    EXPECT_DOUBLE_EQ(valueOf(a, "PDurationAvg(0)"), 100.0); // (100 - 50), (100 - 55), (100 - 40)
+    EXPECT_EQ(resultOf<TTrend>(a, "PRTrend(1)")->size(), 3);
+    EXPECT_DOUBLE_EQ(valueOf(a, "PDurationAvg(1)"), 0.0);
 }
 
-TEST_F(PRAnalyzerTest, PDurationWhenAnEndIsGiven)
+TEST(PRAnalyzer, FewerDelineatorsThanChannelsIsHarmless)
 {
-    // (pEnd - pOnset) / 500: 50 -> 100 ms, 45 -> 90 ms, 60 -> 120 ms.
-    add(20.0, 5, pr(50, 130, 100), pr(0, 0));
-    add(40.0, 5, pr(50, 130, 95), pr(0, 0));
-    add(60.0, 5, pr(50, 130, 110), pr(0, 0));
-    analyzer.finishRecording();
-    EXPECT_DOUBLE_EQ(value("PDurationAvg(0)"), 100.0);
-}
-
-TEST(PRAnalyzerChannels, FewerDelineatorsThanChannelsIsHarmless)
-{
-    Recording recording(600.0, 3, 250);
-    PRAnalyzer analyzer;
-    analyzer.beginRecording(recording);
-    AverageBeatDelineator d;
-    pr(20, 60).applyTo(d); // 40 samples at 250 Hz = 160 ms
-    analyzer.addAverage(20.0, average(6, 0.8, 250, 3), { &d });
-    analyzer.finishRecording();
-    EXPECT_EQ(dynamic_cast<TTrend*>(analyzer.results().at("PRTrend(0)").get())->valueAt(0), 160.0);
-    EXPECT_EQ(dynamic_cast<TTrend*>(analyzer.results().at("PRTrend(2)").get())->size(), 0);
+    Beats recording(600.0, 3, 250);
+    PRAnalyzer a;
+    a.beginRecording(recording);
+    AverageBeatDelineator d = pr(20, 60).delineator(); // 40 samples at 250 Hz = 160 ms
+    a.addAverage(20.0, average(6, 0.8, 250, 3), { &d });
+    a.finishRecording();
+    EXPECT_EQ(resultOf<TTrend>(a, "PRTrend(0)")->valueAt(0), 160.0);
+    EXPECT_EQ(resultOf<TTrend>(a, "PRTrend(2)")->size(), 0);
 }
 
 } // namespace

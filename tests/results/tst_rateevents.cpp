@@ -1,4 +1,4 @@
-#include "handbeats.h"
+#include "fakebeats.h"
 #include "results/arrhythmiaanalyzer.h"
 #include "results/model/trend.h"
 #include "results/pauseanalyzer.h"
@@ -7,51 +7,34 @@
 
 #include <vector>
 
-using namespace handbeats;
+using namespace fakebeats;
 
 namespace {
 
-// --- pauses -----------------------------------------------------------------------------------
-
-struct PauseCase
+// The pause runs from the first beat's R (100.2 s) for the second beat's RR.
+TEST(Pause, LongerThanTheIntervalOnly)
 {
-    double interval; // s
-    double rr; // s
-    bool pause;
-};
-
-class Pause : public ::testing::TestWithParam<PauseCase>
-{
-};
-
-TEST_P(Pause, LongerThanTheIntervalOnly)
-{
-    const PauseCase& c = GetParam();
-    HandBeatList beats;
-    beats.add(100.0, 0.8, BeatN);
-    beats.add(100.0 + c.rr, c.rr, BeatV); // R at 100.2 + rr: the pause runs from R 100.2
-    PauseAnalyzer a(c.interval);
-    run(a, beats);
-    EXPECT_EQ(valueOf(a, "pauseCount"), c.pause ? 1.0 : 0.0);
-    const auto* list = resultOf<EventListResult>(a, "pauseEvents");
-    ASSERT_NE(list, nullptr);
-    ASSERT_EQ(list->events.size(), c.pause ? 1 : 0);
-    if (c.pause) {
-        EXPECT_NEAR(list->events[0].timestamp, 100.2, 1e-9);
-        EXPECT_EQ(list->events[0].duration, c.rr);
-        EXPECT_EQ(list->events[0].value, c.rr);
+    const struct
+    {
+        double interval, rr; // s
+        bool pause;
+    } rows[] = { { 2.0, 2.0, false }, { 2.0, 2.004, true }, { 2.0, 1.99, false },
+        { 1.5, 1.6, true }, { 3.0, 2.5, false }, { 2.0, 0.0, false } };
+    for (const auto& c : rows) {
+        Beats beats;
+        beats.add(100.0, 0.8, BeatN);
+        beats.add(100.0 + c.rr, c.rr, BeatV);
+        PauseAnalyzer a(c.interval);
+        run(a, beats);
+        EXPECT_EQ(valueOf(a, "pauseCount"), c.pause ? 1.0 : 0.0) << c.rr;
+        expectEvents(eventsOf(a, "pauseEvents"),
+            c.pause ? std::vector<Ev> { { 100.2, c.rr, c.rr } } : std::vector<Ev> {}, "pauses");
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Limits, Pause,
-    ::testing::Values(PauseCase { 2.0, 2.0, false }, PauseCase { 2.0, 2.004, true },
-        PauseCase { 2.0, 1.99, false }, PauseCase { 1.5, 1.6, true }, PauseCase { 3.0, 2.5, false },
-        PauseCase { 2.0, 0.0, false }));
-
 TEST(Pause, HourBinOfTheBeatThatEndsIt)
 {
-    // R of the second beat at 3600.7: the pause began in hour 0 but counts in hour 1.
-    HandBeatList beats(7200.0);
+    Beats beats(7200.0); // the pause begins in hour 0, its closing R (3600.7) is in hour 1
     beats.add(3597.5, 0.8, BeatN);
     beats.add(3600.5, 3.0, BeatN);
     PauseAnalyzer a;
@@ -62,27 +45,18 @@ TEST(Pause, HourBinOfTheBeatThatEndsIt)
     EXPECT_EQ(perHour->valueAt(1), 1.0);
 }
 
-// --- tachycardia and bradycardia --------------------------------------------------------------
-
 // Beats whose median RR gives exact rates: 0.5 s = 120 bpm, 0.375 s = 160, 0.3125 s = 192,
 // 0.75 s = 80, 1.5 s = 40, 2.0 s = 30, 1.6 s = 37.5. `rr` only matters when it is 0.0.
 struct RateBeat
 {
-    double time;
-    double medianRR;
-    double rr = 1.0;
-};
-
-struct Episode
-{
-    double start, duration, extreme;
+    double time, medianRR, rr = 1.0;
 };
 
 struct RateCase
 {
     const char* name;
     std::vector<RateBeat> beats;
-    std::vector<Episode> tachy, brady;
+    std::vector<Ev> tachy, brady; // start, duration, extreme bpm
     std::vector<double> tachyBeatsPerHour; // bins 0 and 1 of the 2-hour recording
     std::vector<double> bradyBeatsPerHour;
 };
@@ -107,30 +81,18 @@ class Arrhythmia : public ::testing::TestWithParam<RateCase>
 {
 };
 
-void expectEpisodes(const ResultAnalyzer& a, const char* name, const std::vector<Episode>& want)
-{
-    const auto* list = resultOf<EventListResult>(a, name);
-    ASSERT_NE(list, nullptr);
-    ASSERT_EQ(list->events.size(), int(want.size())) << name;
-    for (size_t i = 0; i < want.size(); ++i) {
-        EXPECT_DOUBLE_EQ(list->events[int(i)].timestamp, want[i].start) << name;
-        EXPECT_NEAR(list->events[int(i)].duration, want[i].duration, 1e-9) << name;
-        EXPECT_DOUBLE_EQ(list->events[int(i)].value, want[i].extreme) << name;
-    }
-}
-
 TEST_P(Arrhythmia, Episodes)
 {
     const RateCase& c = GetParam();
-    HandBeatList beats(7200.0);
+    Beats beats(7200.0);
     for (const RateBeat& b : c.beats)
         beats.add(b.time, b.rr, BeatN, b.medianRR);
     ArrhythmiaAnalyzer a(40, 120, 5.0);
     run(a, beats);
 
     SCOPED_TRACE(c.name);
-    expectEpisodes(a, "tachycardiaEvents", c.tachy);
-    expectEpisodes(a, "bradycardiaEvents", c.brady);
+    expectEvents(eventsOf(a, "tachycardiaEvents"), c.tachy, "tachycardia");
+    expectEvents(eventsOf(a, "bradycardiaEvents"), c.brady, "bradycardia");
     EXPECT_EQ(valueOf(a, "totalTachyCount"), double(c.tachy.size()));
     EXPECT_EQ(valueOf(a, "totalBradyCount"), double(c.brady.size()));
     const auto* tachyBeats = resultOf<BinnedSum>(a, "tachyBeatCountPerHour");
@@ -186,18 +148,5 @@ INSTANTIATE_TEST_SUITE_P(Episodes, Arrhythmia,
         RateCase { "no rate ends it",
             join({ steady(10, 16, 2.0), { { 16, 0.0 } }, steady(17, 20, 0.75) }), {},
             { { 10, 6.0, 30 } }, {}, { 6, 0 } }));
-
-TEST(Arrhythmia, LimitsAndMinimumAreParameters)
-{
-    // 80 bpm is tachycardia above 75, and 3 s is enough with a minimum of 2.5 s.
-    HandBeatList beats(7200.0);
-    for (double t = 10; t < 13; t += 1.0)
-        beats.add(t, 1.0, BeatN, 0.75);
-    beats.add(13, 1.0, BeatN, 1.0); // 60 bpm
-    ArrhythmiaAnalyzer a(30, 75, 2.5);
-    run(a, beats);
-    EXPECT_EQ(valueOf(a, "totalTachyCount"), 1.0);
-    EXPECT_EQ(valueOf(a, "totalBradyCount"), 0.0);
-}
 
 } // namespace

