@@ -1,35 +1,22 @@
 #include "recorder/wfdbannotation.h"
 #include "store/beatlist.h"
 #include "store/study.h"
-#include "store/studyrepository.h"
-#include "tests/support/clirun.h"
+#include "tests/cli/clistudy.h"
 #include "tests/support/testsupport.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 
-namespace {
+using namespace clitest;
 
-using testsupport::CliRun;
+namespace {
 
 // Class ids from here on are private to one beat that had no usable RR; such a beat is in no
 // class, so no class rule (exclusion included) reaches it.
 constexpr int kPrivateClassBase = 1000000;
-
-QString cliPath()
-{
-    return QString::fromUtf8(HOLTER_CLI);
-}
-
-CliRun cli(const QString& root, const QStringList& args)
-{
-    return testsupport::runProgram(cliPath(), QStringList { "--data-dir", root } + args, 120000);
-}
 
 // A short card with PVCs at known places, written by the simulator into `folder`.
 void simulateCard(const QString& root, const QString& folder, const QString& hours)
@@ -37,8 +24,8 @@ void simulateCard(const QString& root, const QString& folder, const QString& hou
     const QString script = root + "/card.sim";
     testsupport::writeAll(
         script, "hours 1\nrate 70 60\npvc count 40\nsvpb count 10\nfoci 1\nmuscle-noise 0.005\n");
-    const CliRun r = testsupport::runProgram(cliPath(),
-        { "simulate", folder, "--hours", hours, "--seed", "3", "--script", script }, 120000);
+    const CliRun r
+        = run({ "simulate", folder, "--hours", hours, "--seed", "3", "--script", script });
     ASSERT_EQ(r.code, 0) << r.err.toStdString();
 }
 
@@ -61,26 +48,21 @@ struct StoredStudy
 
 StoredStudy stored(const QString& root, int id)
 {
-    StudyRepository::Options o;
-    o.rootOverride = root;
-    StudyRepository repo("VeltronaHolter", o);
     StoredStudy out;
     StudyInfo info;
-    EXPECT_TRUE(repo.studyExists(id, info));
+    EXPECT_TRUE(repository(root)->studyExists(id, info));
     out.status = info.status;
-    Study* s = repo.openStudy(id);
-    if (!s || !s->beats())
-        return out;
-    Beat b;
-    for (int i = 0; i < s->beats()->count(); ++i) {
-        if (!s->beats()->get(i, b) || !b.isBeat)
-            continue;
-        ++out.beats;
-        if (b.type >= 0 && b.type < 5)
-            ++out.byType[b.type];
-        out.uInClasses += b.type == BeatU && b.classId < kPrivateClassBase;
-    }
-    repo.closeStudy(s);
+    withStudy(root, id, [&](Study& s) {
+        Beat b;
+        for (int i = 0; s.beats() && i < s.beats()->count(); ++i) {
+            if (!s.beats()->get(i, b) || !b.isBeat)
+                continue;
+            ++out.beats;
+            if (b.type >= 0 && b.type < 5)
+                ++out.byType[b.type];
+            out.uInClasses += b.type == BeatU && b.classId < kPrivateClassBase;
+        }
+    });
     return out;
 }
 
@@ -119,21 +101,40 @@ QString CliProcess::s_card;
 
 } // namespace
 
-TEST_F(CliProcess, ProcessLabelsTheBeatsAndMarksTheStudyProcessed)
+TEST_F(CliProcess, NonsenseIsRefusedThenProcessLabelsTheBeats)
 {
     testsupport::TempRoot root;
     const int id = importCard(root.path(), s_card);
     ASSERT_GT(id, 0);
-    EXPECT_EQ(stored(root.path(), id).status, QByteArray("downloaded"));
+    const QString idText = QString::number(id);
+    const QList<QStringList> bad = {
+        { "process", idText, "--exclude", "N" },
+        { "process", idText, "--exclude", "V,X" },
+        { "process", idText, "--svpb-prematurity", "120" },
+        { "process", idText, "--svpb-prematurity", "abc" },
+        { "process", idText, "--bogus" },
+        { "analyze", s_card, "--last-name", "A", "--first-name", "B", "--date", "2024-01-15" },
+        { "analyze", s_card, "--pdf", root.file("r.pdf"), "--amplitude", "7", "--last-name", "A",
+            "--first-name", "B", "--date", "202401150900" },
+    };
+    for (const QStringList& args : bad) {
+        const CliRun r = cli(root.path(), args);
+        EXPECT_EQ(r.code, 2) << args.join(' ').toStdString() << ": " << r.err.toStdString();
+        EXPECT_FALSE(r.err.isEmpty());
+    }
+    StoredStudy s = stored(root.path(), id);
+    EXPECT_EQ(s.status, QByteArray("downloaded"));
+    EXPECT_EQ(s.beats, 0);
+    // The refused analyze runs imported nothing.
+    EXPECT_EQ(cli(root.path(), { "list" }).out.trimmed().split('\n').size(), 1);
 
-    const CliRun r = cli(root.path(), { "process", QString::number(id) });
+    const CliRun r = cli(root.path(), { "process", idText });
     ASSERT_EQ(r.code, 0) << r.err.toStdString();
     EXPECT_TRUE(r.err.contains("Processing 1 of 5: Beat detection"));
     EXPECT_TRUE(r.err.contains("Processing 5 of 5: Additional noise removal"));
-
     int truthBeats = 0, truthPvcs = 0;
     truthCounts(s_card + "/truth.atr", truthBeats, truthPvcs);
-    const StoredStudy s = stored(root.path(), id);
+    s = stored(root.path(), id);
     EXPECT_EQ(s.status, QByteArray("processed"));
     // A quarter hour at 70 bpm; a few beats may be lost at the edges.
     EXPECT_NEAR(s.beats, truthBeats, 5);
@@ -160,41 +161,6 @@ TEST_F(CliProcess, ExcludedTypesEndAsNormal)
     EXPECT_EQ(s.uInClasses, 0);
     EXPECT_EQ(s.byType[BeatN] + s.byType[BeatU], s.beats);
     EXPECT_LE(s.byType[BeatU], 5);
-}
-
-TEST_F(CliProcess, NonsenseArgumentsAreRefusedWithoutTouchingTheStudy)
-{
-    testsupport::TempRoot root;
-    const int id = importCard(root.path(), s_card);
-    ASSERT_GT(id, 0);
-    const QString idText = QString::number(id);
-    const QList<QStringList> bad = {
-        { "process" },
-        { "process", "0" },
-        { "process", idText, "--exclude", "N" },
-        { "process", idText, "--exclude", "V,X" },
-        { "process", idText, "--svpb-prematurity", "120" },
-        { "process", idText, "--svpb-prematurity", "abc" },
-        { "process", idText, "--bogus" },
-        { "analyze", s_card, "--last-name", "A", "--first-name", "B", "--date", "2024-01-15" },
-        { "analyze", s_card, "--pdf", root.file("r.pdf"), "--amplitude", "7", "--last-name", "A",
-            "--first-name", "B", "--date", "202401150900" },
-    };
-    for (const QStringList& args : bad) {
-        const CliRun r = cli(root.path(), args);
-        EXPECT_EQ(r.code, 2) << args.join(' ').toStdString() << ": " << r.err.toStdString();
-        EXPECT_FALSE(r.err.isEmpty());
-    }
-    const StoredStudy s = stored(root.path(), id);
-    EXPECT_EQ(s.status, QByteArray("downloaded"));
-    EXPECT_EQ(s.beats, 0);
-    // The refused analyze runs imported nothing: the first study is the only one.
-    const CliRun list = cli(root.path(), { "list" });
-    EXPECT_EQ(list.out.trimmed().split('\n').size(), 1) << list.out.toStdString();
-
-    const CliRun missing = cli(root.path(), { "process", "12345" });
-    EXPECT_EQ(missing.code, 1);
-    EXPECT_TRUE(missing.err.contains("no study with id 12345"));
 }
 
 TEST_F(CliProcess, AnalyzeImportsProcessesAndExportsAnnotations)
@@ -232,7 +198,8 @@ TEST(CliProcessInterrupt, CtrlCEmptiesTheBeatStoreAndKeepsTheStatus)
     ASSERT_GT(id, 0);
 
     QProcess p;
-    p.start(cliPath(), { "--data-dir", root.path(), "process", QString::number(id) });
+    p.start(QString::fromUtf8(HOLTER_CLI),
+        { "--data-dir", root.path(), "process", QString::number(id) });
     ASSERT_TRUE(p.waitForStarted());
     QByteArray err;
     QElapsedTimer clock;

@@ -2,8 +2,8 @@
 
 #include "analysis/memorybeatlist.h"
 #include "store/beat.h"
-#include "store/signalsource.h"
 #include "store/study.h"
+#include "tests/report/reporttestutil.h"
 
 #include <cmath>
 #include <memory>
@@ -16,42 +16,26 @@ constexpr int kRate = 500;
 constexpr double kRR = 0.8; // seconds between beats
 constexpr double kFirstR = 0.5; // R instant of the first beat
 
-class SyntheticEcg : public SignalSource
+inline std::unique_ptr<SignalSource> syntheticEcg(double seconds)
 {
-public:
-    explicit SyntheticEcg(double seconds)
-        : SignalSource(3, kRate, 2048)
-    {
-        setGainRange(-10.0, 10.0); // about 3277 units per millivolt at 16 bits
-        const qint64 n = qint64(std::llround(seconds * kRate));
-        setSampleCount(n);
-        setBlockCount(int((n + blockSize() - 1) / blockSize()));
-        const char* names[] = { "II", "V2", "V5" };
-        for (int c = 0; c < 3; ++c)
-            channel(c)->setName(names[c]);
-    }
-    ~SyntheticEcg() override { releaseAllBlocks(); }
-
-    qint16* loadBlock(int ch, int block) override
-    {
-        auto* out = new qint16[size_t(blockSize())];
-        const double unitsPerMv = 1.0 / gainStep();
-        const double scale = 1.0 - 0.2 * ch;
-        for (int i = 0; i < blockSize(); ++i) {
-            const double t = double(qint64(block) * blockSize() + i) / kRate;
-            // Time from the nearest R instant.
-            const double k = std::round((t - kFirstR) / kRR);
-            const double d = t - (kFirstR + k * kRR);
+    // Gain range -10..10 mV over 16 bits: 3276.8 units per millivolt.
+    auto ecg = std::make_unique<reporttest::FunctionSource>(
+        3, kRate, qint64(std::llround(seconds * kRate)), [](int ch, qint64 i) {
+            const double t = double(i) / kRate;
+            const double d = t - (kFirstR + std::round((t - kFirstR) / kRR) * kRR); // from R
             auto g = [&](double at, double sd, double mv) {
                 return mv * std::exp(-0.5 * (d - at) * (d - at) / (sd * sd));
             };
             const double mv = g(-0.16, 0.02, 0.15) + g(0.0, 0.012, 1.2) + g(-0.03, 0.008, -0.15)
                 + g(0.25, 0.045, 0.3);
-            out[i] = qint16(std::lround(mv * scale * unitsPerMv));
-        }
-        return out;
-    }
-};
+            return qint16(std::lround(mv * (1.0 - 0.2 * ch) * 3276.8));
+        });
+    ecg->setGainRange(-10.0, 10.0);
+    const char* names[] = { "II", "V2", "V5" };
+    for (int c = 0; c < 3; ++c)
+        ecg->channel(c)->setName(names[c]);
+    return ecg;
+}
 
 // Beats in memory that know their signal, as a study's beat file does.
 class StudyBeats : public MemoryBeatList
@@ -73,7 +57,7 @@ inline std::unique_ptr<Study> makeStudy(
     double seconds, double noiseFrom = -1.0, double noiseTo = -1.0)
 {
     auto study = std::make_unique<Study>(1);
-    auto signal = std::make_unique<SyntheticEcg>(seconds);
+    auto signal = syntheticEcg(seconds);
     SignalSource* source = signal.get();
     auto beats = std::make_unique<StudyBeats>(source);
     double previousR = -1.0;

@@ -83,16 +83,27 @@ std::unique_ptr<QPdfWriter> pdfWriter(const QString& fileName)
     return writer;
 }
 
-QString pdfText(const QString& fileName)
+QString pdfText(const QString& fileName, bool layout)
 {
     const QString tool = QStandardPaths::findExecutable(QStringLiteral("pdftotext"));
     if (tool.isEmpty())
         return QString();
     QProcess p;
-    p.start(tool, { fileName, QStringLiteral("-") });
-    if (!p.waitForFinished(30000))
+    p.start(tool,
+        (layout ? QStringList { QStringLiteral("-layout") } : QStringList())
+            + QStringList { fileName, QStringLiteral("-") });
+    if (!p.waitForFinished(60000))
         return QString();
     return QString::fromUtf8(p.readAllStandardOutput());
+}
+
+QString lineWith(const QString& text, const QString& label)
+{
+    for (const QString& line : text.split(QLatin1Char('\n'))) {
+        if (line.contains(label))
+            return line.simplified();
+    }
+    return QString();
 }
 
 } // namespace reporttest

@@ -63,21 +63,13 @@ INSTANTIATE_TEST_SUITE_P(Texts, SplitTest,
         SplitCase { "x<", { lit("x<") } }, SplitCase { "[]", { fld("") } },
         SplitCase { "[a][b]", { fld("a"), fld("b") } }));
 
-TEST(PlaceholderText, SingleFieldIsRecognisedOnlyAlone)
+TEST(PlaceholderText, SingleFieldsAndAggregates)
 {
     QString name;
     EXPECT_TRUE(PlaceholderText::isSingleField(" [plotHR] ", &name));
     EXPECT_EQ(name, QStringLiteral("plotHR"));
-    EXPECT_FALSE(PlaceholderText::isSingleField("[a] [b]"));
-    EXPECT_FALSE(PlaceholderText::isSingleField("x [a]"));
-    EXPECT_FALSE(PlaceholderText::isSingleField("<Page>"));
-}
-
-TEST(PlaceholderText, ExpressionRewritesForTheScript)
-{
-    EXPECT_EQ(PlaceholderText::scriptFromExpression("Sum([v])"), QStringLiteral("Sum(0,'[v]')"));
-    EXPECT_EQ(PlaceholderText::scriptFromExpression("Avg([v]) + Count([w])"),
-        QStringLiteral("Sum(1,'[v]') + Sum(2,'[w]')"));
+    for (const char* notSingle : { "[a] [b]", "x [a]", "<Page>" })
+        EXPECT_FALSE(PlaceholderText::isSingleField(notSingle)) << notSingle;
     // Only whole words are aggregates.
     EXPECT_EQ(PlaceholderText::scriptFromExpression("checkSum(1)"), QStringLiteral("checkSum(1)"));
     EXPECT_EQ(PlaceholderText::aggregateNames("<Sum([a])> <Avg([b])> <Count([a])> [c]"),

@@ -1,6 +1,6 @@
 #include "analysis/memorybeatlist.h"
 #include "report/signalgraphic.h"
-#include "store/signalsource.h"
+#include "tests/report/reporttestutil.h"
 
 #include <QImage>
 #include <QPainter>
@@ -11,30 +11,7 @@
 
 namespace {
 
-// An in-memory source whose samples come from a function of (channel, index).
-class FunctionSource : public SignalSource
-{
-public:
-    FunctionSource(int channels, int rate, qint64 samples, std::function<qint16(int, qint64)> f)
-        : SignalSource(channels, rate, 1024)
-        , m_f(std::move(f))
-    {
-        setSampleCount(samples);
-        setBlockCount(int((samples + 1023) / 1024));
-    }
-    ~FunctionSource() override { releaseAllBlocks(); }
-
-    qint16* loadBlock(int channel, int block) override
-    {
-        auto* b = new qint16[1024];
-        for (int i = 0; i < 1024; ++i)
-            b[i] = m_f(channel, qint64(block) * 1024 + i);
-        return b;
-    }
-
-private:
-    std::function<qint16(int, qint64)> m_f;
-};
+using reporttest::FunctionSource;
 
 constexpr double kPxPerMm = 10.0; // 10000 dots per metre
 
@@ -79,7 +56,6 @@ struct Scale
     double speed; // mm/s
     double amplitude; // mm/mV
 };
-
 class TrueScale : public ::testing::TestWithParam<Scale>
 {
 };

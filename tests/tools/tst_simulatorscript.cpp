@@ -76,15 +76,12 @@ TEST(SimulatorScript, ReadsTimesDurationsAndOptions)
     EXPECT_EQ(s.items[2].count, 2);
     EXPECT_DOUBLE_EQ(s.items[2].duration, 40.0);
     EXPECT_EQ(s.items[2].lead, 2);
-}
-
-TEST(SimulatorScript, DefaultsComeFromTheKind)
-{
-    const SimulatorScript s = parseSimulatorScript("afib at 0:00:10\npvc at 0:00:20", "x");
-    ASSERT_EQ(s.items.size(), 2);
-    EXPECT_GT(s.items[0].duration, 60.0);
-    EXPECT_GT(s.items[0].rate, 60.0);
-    EXPECT_EQ(s.items[1].lead, -1);
+    // Options left out come from the kind.
+    const SimulatorScript d = parseSimulatorScript("afib at 0:00:10\npvc at 0:00:20", "x");
+    ASSERT_EQ(d.items.size(), 2);
+    EXPECT_GT(d.items[0].duration, 60.0);
+    EXPECT_GT(d.items[0].rate, 60.0);
+    EXPECT_EQ(d.items[1].lead, -1);
 }
 
 TEST(SimulatorScript, DefaultScriptParses)
@@ -105,10 +102,6 @@ TEST(SimulatorScript, DefaultScriptParses)
         EXPECT_TRUE(found) << name;
     }
 }
-
-} // namespace
-
-namespace {
 
 TEST(SimulatorScript, ShorterRunsKeepTheRates)
 {
