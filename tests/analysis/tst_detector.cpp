@@ -1,5 +1,3 @@
-// The wavelet beat detector end to end on synthetic recordings whose beat times are known.
-
 #include "detectsignals.h"
 
 #include <gtest/gtest.h>
@@ -69,12 +67,10 @@ TEST(WaveletBeatDetector, NothingBeforeStartPlusTwoTenths)
     MemorySource source(2, kRate, 1024);
     const std::vector<qint16> a = ecg(regular(0.1, 0.8, 40.0), 40.0);
     source.setSamples({ a, a });
-    for (double start : { 0.0, 10.0 }) {
-        DetectionRun run(source, -1, start);
-        for (const Beat& beat : run.beats.beats())
-            EXPECT_GE(beat.timing[Beat::RTime], start + 0.2);
-        EXPECT_FALSE(between(run.beatTimes(), start + 2.0, start + 4.0).empty());
-    }
+    DetectionRun run(source, -1, 10.0);
+    for (const Beat& beat : run.beats.beats())
+        EXPECT_GE(beat.timing[Beat::RTime], 10.2);
+    EXPECT_FALSE(between(run.beatTimes(), 12.0, 14.0).empty());
 }
 
 TEST(WaveletBeatDetector, ReliableNeedsMoreThanFourBeatsInABlock)

@@ -1,6 +1,3 @@
-// Building blocks of beat detection: the delayed median, record shifting, block thresholds
-// and the modulus-maxima search on hand-made scale windows.
-
 #include "analysis/channeldetector.h"
 #include "analysis/rollingmedian.h"
 #include "analysis/scalewindow.h"

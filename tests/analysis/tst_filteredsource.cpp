@@ -19,16 +19,6 @@ std::unique_ptr<BlockFilter> smoother()
 
 } // namespace
 
-TEST(FilteredSource, ZerosBeyondTheRecordingGiveEdgeTransients)
-{
-    MemorySource src(1, 250, 4);
-    src.setSamples({ std::vector<qint16>(12, 100) });
-    FilteredSource f(&src, smoother());
-    // Block edges inside stay 100; the ends see a zero neighbour: 0.5 * 100 + 0.25 * 100 = 75.
-    EXPECT_EQ(readAll(f),
-        (std::vector<double> { 75, 100, 100, 100, 100, 100, 100, 100, 100, 100, 100, 75 }));
-}
-
 TEST(FilteredSource, PerChannelFiltersAndNullCopies)
 {
     MemorySource src(2, 250, 4);
@@ -91,8 +81,6 @@ TEST(FilteredSourceF64, KeepsFractionsAndSingleReadsRoundDown)
     const std::vector<double> expected = { 0, 0, 2.8, -2.8, 1.2, 1.6, 2.0, 2.4, 0 };
     for (size_t i = 0; i < v.size(); ++i)
         EXPECT_DOUBLE_EQ(v[i], expected[i]) << i;
-    EXPECT_EQ(f.sampleAt(0, 0), 2);
-    EXPECT_EQ(f.sampleAt(0, 1), -3);
     const qint16* p = f.getBlock(0, 0); // the 16-bit view agrees with single reads
     ASSERT_NE(p, nullptr);
     EXPECT_EQ(std::vector<qint16>(p, p + 3), (std::vector<qint16> { 2, -3, 1 }));
@@ -121,6 +109,7 @@ TEST(FilteredSource, AppendsPropagateThroughTheChain)
     FilteredSource f(&r, smoother());
     CountingListener listener;
     f.addListener(&listener);
+    // The ends see a zero neighbour: 0.5 * 100 + 0.25 * 100 = 75.
     EXPECT_EQ(readAll(f), (std::vector<double> { 75, 100, 100, 75 }));
     src.append({ std::vector<qint16>(8, 100) });
     EXPECT_EQ(listener.changes, 1);

