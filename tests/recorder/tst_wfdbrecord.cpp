@@ -70,22 +70,14 @@ TEST(WfdbHeader, BadHeadersNameFileAndLine)
     };
     const Case cases[] = {
         { "", "no record line" },
-        { "r\n", "line 1" },
         { "r 0 360\n", "0 signals" },
-        { "r 1 fast 100\nr.dat 212\n", "sampling frequency 'fast'" },
         { "r 1 -360 100\nr.dat 212\n", "not positive" },
-        { "r 1 360 -5\nr.dat 212\n", "negative" },
-        { "r 1 360 10 25:99\nr.dat 212\n", "base time" },
         { "r 1 360 10 10:00:00 31/02/2024\nr.dat 212\n", "base date" },
         { "r/3 2 360 10\n", "multi-segment" },
         { "r 2 360 10\nr.dat 212 200\n", "gives 2 signals but 1" },
-        { "r 1 360 10\nr.dat 212 200\nr.dat 212 200\n", "line 3" },
         { "r 1 360 10\n\n# c\nr.dat 212 abc 12\n", "line 4: gain 'abc'" },
-        { "r 1 360 10\nr.dat 212 200(x)\n", "baseline 'x'" },
         { "r 1 360 10\nr.dat 212 -200\n", "negative gain" },
-        { "r 1 360 10\nr.dat\n", "no format" },
         { "r 1 360 10\nr.dat 212x0\n", "format field" },
-        { "r 1 360 10\nr.dat 212 200 12 0 0 sum\n", "checksum 'sum'" },
     };
     for (const Case& c : cases) {
         const std::string msg = errorOf([&] { WfdbHeader::parse(c.text, "/x/r.hea"); });
@@ -126,8 +118,8 @@ TEST_P(WfdbRoundTrip, EverySampleComesBack)
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, WfdbRoundTrip,
-    ::testing::Combine(::testing::Values(212, 16), ::testing::Values(1, 2, 3, 4),
-        ::testing::Values(qint64(1), qint64(4097), qint64(9001))));
+    ::testing::Combine(::testing::Values(212, 16), ::testing::Values(1, 3),
+        ::testing::Values(qint64(1), qint64(9001))));
 
 TEST(WfdbSource, SizesAndFilesChecked)
 {
@@ -145,10 +137,6 @@ TEST(WfdbSource, SizesAndFilesChecked)
     rec = writeRecord(root.path(), "nolen", "nolen 2 360\nnolen.dat 212\nnolen.dat 212\n", &data);
     EXPECT_EQ(WfdbSource(rec).sampleCount(), 1000);
 
-    // A longer file is read to the header's length.
-    rec = writeRecord(root.path(), "short", headerText("short", 2, 360, 999, 212), &data);
-    EXPECT_EQ(WfdbSource(rec).sampleCount(), 999);
-
     // A byte offset skips a prolog.
     const QByteArray withProlog = QByteArray(7, '\x55') + data;
     rec = writeRecord(
@@ -163,11 +151,8 @@ TEST(WfdbSource, SizesAndFilesChecked)
     };
     const Case cases[] = {
         { headerText("r", 1, 360, 10, 311), "format 311" },
-        { headerText("r", 5, 360, 10, 212), "5 signals" },
-        { "r 2 360 10\nr.dat 212\nother.dat 212\n", "different files" },
         { "r 2 360 10\nr.dat 212\nr.dat 16\n", "different files or formats" },
         { "r 1 360 10\nr.dat 212x2\n", "samples per frame" },
-        { "r 1 360 10\n~ 212\n", "no data file" },
         { "r 1 360 10\nmissing.dat 212\n", "missing.dat" },
     };
     for (const Case& c : cases) {

@@ -17,7 +17,7 @@ namespace {
 
 using T = ArrhythmiaType;
 
-// Runs the five analyzers that the catalog re-runs and stores "<analyzer>/<result>" as the driver.
+// Runs the analyzers that the catalog re-runs, storing "<analyzer>/<result>" as the driver does.
 void analyse(Study& study)
 {
     const std::pair<const char*, std::unique_ptr<ResultAnalyzer>> analyzers[]
@@ -75,14 +75,11 @@ TEST(EventCatalog, DescribeTexts)
         double duration, value;
         const char* text;
     } rows[] = {
-        { T::Pause, 2.34, 2.34, "2.3 secs." },
         { T::Pause, 2.36, 2.36, "2.4 secs." },
         { T::Tachycardia, 59.0, 130.0, "130 bpm, 59 secs." },
         { T::Tachycardia, 61.0, 130.0, "130 bpm, 1:01 min." },
         { T::Bradycardia, 59.9, 35.7, "35 bpm, 59 secs." }, // truncated, not rounded
-        { T::Bigeminy, 12.7, 0.0, "12 secs." },
         { T::PVCTachy, 4.6, 5.0, "5 beats, 4 secs." },
-        { T::AtrialFibrillation, 3599.0, 0.0, "59:59 min." },
         { T::AtrialFibrillation, 3700.0, 0.0, "1:01 h." },
         { T::PVCCouplet, 2.0, 2.0, "" },
     };
@@ -116,10 +113,9 @@ TEST(EventCatalog, BuildsOneListSortedByTime)
 TEST(EventCatalog, EmptyWithoutStudyOrLists)
 {
     EventCatalog none(nullptr);
-    EXPECT_EQ(none.count(), 0);
     none.add({ T::Pause, 1.0, 3.0, 3.0 }); // nowhere to put it: ignored, no crash
     none.remove(0);
-    EXPECT_FALSE(none.refresh(0.0, 100.0));
+    EXPECT_EQ(none.count(), 0);
     Study empty;
     EventCatalog catalog(&empty);
     EXPECT_EQ(catalog.count(), 0);
@@ -130,9 +126,7 @@ TEST(EventCatalog, AddAndRemoveKeepCountsAndHourBins)
 {
     auto study = makeStudy("NVVNN"); // one couplet at 11
     EventCatalog catalog(study.get());
-    ASSERT_EQ(value(*study, "PVC/coupletCount"), 1.0);
-
-    // By hand: one in hour 1, one before the existing one, one past the recording's bins.
+    // One in hour 1, one before the existing one, one past the recording's bins.
     catalog.add({ T::PVCCouplet, 3700.0, 2.0, 2.0 });
     catalog.add({ T::PVCCouplet, 5.0, 1.5, 2.0 });
     catalog.add({ T::PVCCouplet, 9000.0, 1.0, 2.0 });
@@ -142,17 +136,14 @@ TEST(EventCatalog, AddAndRemoveKeepCountsAndHourBins)
     const auto* list = study->results().findAs<EventListResult>("PVC/coupletEvents");
     ASSERT_EQ(list->events.size(), 4);
     EXPECT_EQ(list->events[1].timestamp, 11.0); // the stored list stays in time order
-    ASSERT_EQ(catalog.count(), 4);
-    EXPECT_EQ(catalog.items()[2].timestamp, 3700.0);
+    ASSERT_EQ(catalog.items()[2].timestamp, 3700.0);
 
-    catalog.remove(2); // the one at 3700
+    catalog.remove(2);
+    catalog.remove(3); // out of range
+    catalog.remove(-1);
     EXPECT_EQ(value(*study, "PVC/coupletCount"), 3.0);
     EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 1), 0.0);
     EXPECT_EQ(listSize(*study, "PVC/coupletEvents"), 3);
-    EXPECT_EQ(catalog.count(), 3);
-    catalog.remove(3); // out of range
-    catalog.remove(-1);
-    EXPECT_EQ(catalog.count(), 3);
 }
 
 TEST(EventCatalog, CountsStopAtZero)
@@ -176,9 +167,7 @@ TEST(EventCatalog, HandAddedAFibLeavesTheTotalTime)
     EXPECT_EQ(listSize(study, "afib/afibEvents"), 1); // the missing list is made
     EXPECT_EQ(value(study, "afib/afibTotalTime"), 120.0);
     catalog.remove(0);
-    EXPECT_EQ(listSize(study, "afib/afibEvents"), 0);
     EXPECT_EQ(value(study, "afib/afibTotalTime"), 120.0);
-    EXPECT_EQ(catalog.count(), 0);
 }
 
 TEST(EventCatalog, NextInterval)
@@ -201,13 +190,10 @@ TEST(EventCatalog, NextInterval)
         T type;
     } rows[] = {
         { 0.0, true, 10.0, 15.0, T::Pause }, // before everything: the first item
-        { 10.0, true, 10.0, 15.0, T::Pause }, // at a start
         { 12.0, true, 12.0, 15.0, T::Pause }, // inside: from `from` to the end
         { 15.0, true, 20.0, 25.0, T::Bigeminy }, // at an end: the next one
-        { 22.5, true, 22.5, 25.0, T::Bigeminy },
         { 30.0, true, 40.0, 50.0, T::AtrialFibrillation },
         { 45.0, false, 0, 0, T::None }, // inside the last item: never a middle of the search
-        { 60.0, false, 0, 0, T::None },
     };
     for (const auto& r : rows) {
         const bool found = catalog.nextInterval(r.from, text, start, end, colour);
@@ -228,7 +214,6 @@ TEST(EventCatalog, ReclassifyingACoupletBeatRemovesIt)
     EventCatalog catalog(study.get());
     catalog.setParams(AnalysisParams());
     ASSERT_EQ(catalog.count(), 1);
-    ASSERT_EQ(bin(*study, "PVC/coupletCountPerHour", 0), 1.0);
 
     beatsOf(*study).setType(11, BeatN); // the V at 21
     EXPECT_TRUE(catalog.refresh(21.0 - 30.0, 21.0 + 30.0));
@@ -237,15 +222,6 @@ TEST(EventCatalog, ReclassifyingACoupletBeatRemovesIt)
     EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 0), 0.0);
     EXPECT_EQ(listSize(*study, "PVC/coupletEvents"), 0);
     EXPECT_FALSE(catalog.refresh(-9.0, 51.0)); // nothing left to change
-
-    // Back to V, and the neighbour too: a triplet at 20 ending at 23.
-    beatsOf(*study).setType(11, BeatV);
-    beatsOf(*study).setType(12, BeatV);
-    EXPECT_TRUE(catalog.refresh(-9.0, 52.0));
-    ASSERT_EQ(catalog.count(), 1);
-    EXPECT_EQ(catalog.items()[0], (EventCatalogItem { T::PVCTriplet, 20.0, 3.0, 3.0 }));
-    EXPECT_EQ(value(*study, "PVC/tripletCount"), 1.0);
-    EXPECT_EQ(value(*study, "PVC/coupletCount"), 0.0);
 }
 
 TEST(EventCatalog, RefreshSeesOnlyItsStretch)
@@ -255,13 +231,11 @@ TEST(EventCatalog, RefreshSeesOnlyItsStretch)
     EventCatalog catalog(study.get());
     catalog.setParams(AnalysisParams());
     ASSERT_EQ(catalog.count(), 1);
-    ASSERT_EQ(catalog.items()[0], (EventCatalogItem { T::PVCTachy, 11.0, 5.0, 5.0 }));
 
-    // The walk starts at 13: it sees V 13, 14, 15 and N 16, a triplet; the run at 11 lies
-    // before the range and stays.
+    // The walk from 13 sees V V V N, a triplet; the run at 11 lies before it and stays.
     EXPECT_TRUE(catalog.refresh(12.5, 50.0));
     ASSERT_EQ(catalog.count(), 2);
-    EXPECT_EQ(catalog.items()[0].type, T::PVCTachy);
+    EXPECT_EQ(catalog.items()[0], (EventCatalogItem { T::PVCTachy, 11.0, 5.0, 5.0 }));
     EXPECT_EQ(catalog.items()[1], (EventCatalogItem { T::PVCTriplet, 13.0, 3.0, 3.0 }));
     EXPECT_EQ(value(*study, "PVC/runCount"), 1.0);
     EXPECT_EQ(value(*study, "PVC/tripletCount"), 1.0);
@@ -285,11 +259,9 @@ TEST(EventCatalog, RefreshLeavesOtherTypesAndUsesThePauseInterval)
         if (item.type == T::Pause) {
             ++pauses;
             EXPECT_EQ(item.duration, 1.0);
-            EXPECT_GE(item.timestamp, 20.0);
         }
     }
     EXPECT_EQ(pauses, 9);
-    EXPECT_EQ(catalog.count(), 11);
     EXPECT_EQ(value(*study, "pause/pauseCount"), 9.0);
     EXPECT_EQ(listSize(*study, "arrhythmia/tachycardiaEvents"), 1);
     EXPECT_EQ(listSize(*study, "afib/afibEvents"), 1);

@@ -18,8 +18,8 @@ TEST(Pause, LongerThanTheIntervalOnly)
     {
         double interval, rr; // s
         bool pause;
-    } rows[] = { { 2.0, 2.0, false }, { 2.0, 2.004, true }, { 2.0, 1.99, false },
-        { 1.5, 1.6, true }, { 3.0, 2.5, false }, { 2.0, 0.0, false } };
+    } rows[]
+        = { { 2.0, 2.0, false }, { 2.0, 2.004, true }, { 1.5, 1.6, true }, { 2.0, 0.0, false } };
     for (const auto& c : rows) {
         Beats beats;
         beats.add(100.0, 0.8, BeatN);
@@ -45,8 +45,8 @@ TEST(Pause, HourBinOfTheBeatThatEndsIt)
     EXPECT_EQ(perHour->valueAt(1), 1.0);
 }
 
-// Beats whose median RR gives exact rates: 0.5 s = 120 bpm, 0.375 s = 160, 0.3125 s = 192,
-// 0.75 s = 80, 1.5 s = 40, 2.0 s = 30, 1.6 s = 37.5. `rr` only matters when it is 0.0.
+// Median RR 0.5 s = 120 bpm, 0.375 = 160, 0.75 = 80, 1.5 = 40, 2.0 = 30, 1.6 = 37.5; `rr`
+// only matters when it is 0.0.
 struct RateBeat
 {
     double time, medianRR, rr = 1.0;
@@ -119,11 +119,6 @@ INSTANTIATE_TEST_SUITE_P(Episodes, Arrhythmia,
         RateCase { "tachy of 4.9 s",
             join({ steady(10, 14.5, 0.375, 0.5), { { 14.9, 0.75 } }, steady(16, 20, 0.75) }), {},
             {}, {}, {} },
-        // the extreme is the highest rate inside
-        RateCase { "tachy extreme",
-            join({ steady(10, 12, 0.375), steady(12, 13, 0.3125), steady(13, 16, 0.375),
-                steady(16, 18, 0.75) }),
-            { { 10, 6.0, 192 } }, {}, { 6, 0 }, {} },
         RateCase { "exactly 120 bpm is no tachycardia", steady(10, 40, 0.5), {}, {}, {}, {} },
         RateCase { "exactly 40 bpm is no bradycardia", steady(10, 40, 1.5), {}, {}, {}, {} },
         // 30 bpm from 10 to 17, 37.5 at 14: lowest 30; 80 at 18 ends it after 8 s of 8 beats
@@ -140,7 +135,6 @@ INSTANTIATE_TEST_SUITE_P(Episodes, Arrhythmia,
             join({ steady(10, 16, 0.375), { { 16, 0.375, 0.0 } }, steady(17, 20, 0.375),
                 steady(20, 24, 0.75) }),
             {}, {}, {}, {} },
-        RateCase { "open at the end", steady(10, 100, 0.375), {}, {}, {}, {} },
         // from 3597 to 3602: counted in hour 1, where it ended
         RateCase { "hour of the end", join({ steady(3597, 3602, 0.375), steady(3602, 3605, 0.75) }),
             { { 3597, 5.0, 160 } }, {}, { 0, 5 }, {} },

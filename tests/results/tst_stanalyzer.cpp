@@ -13,7 +13,7 @@ TEST(STAnalyzer, LevelIsReadAtTheRightSamples)
     const struct
     {
         int rate, baselineBefore, pointAfter; // samples
-    } rows[] = { { 200, 2, 4 }, { 250, 2, 5 }, { 500, 5, 10 }, { 128, 1, 2 } };
+    } rows[] = { { 250, 2, 5 }, { 128, 1, 2 } }; // 128 Hz truncates 1.28 and 2.56 samples
     for (const auto& c : rows) {
         Beats recording(3600.0, 1, c.rate);
         STAnalyzer analyzer(1.0, 1.0);
@@ -56,83 +56,50 @@ protected:
         a.channels[0][75] = sample;
         analyzer.addAverage(time, a, { &d });
     }
-    const EventListResult& events(const char* name) const
-    {
-        return *resultOf<EventListResult>(analyzer, name);
-    }
 
     static constexpr double kMv = 0.25;
     Beats recording;
     STAnalyzer analyzer { 1.0, 1.0 };
 };
 
-TEST_F(STEpisodes, ThreeQuartersOfTheThresholdIsNotEnoughToEnter)
+// Entry above 0.75 mm, exit below it; written when the peak reaches 1 mm and it lasts 30 s.
+TEST_F(STEpisodes, EntryExitPeakAndLength)
 {
     feedSample(20.0, 0.3); // 0.3 * 0.25 * 10 = 0.75, exactly the entry level
-    ASSERT_DOUBLE_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(0)")->valueAt(0), 0.75);
     EXPECT_EQ(analyzer.state(0), STAnalyzer::None);
-    feed(40.0, 0.76);
-    EXPECT_EQ(analyzer.state(0), STAnalyzer::Elevation);
-    feed(60.0, 0.0);
-    EXPECT_EQ(analyzer.state(0), STAnalyzer::None);
-    feedSample(80.0, -0.3); // -0.75: not below the depression entry
-    EXPECT_EQ(analyzer.state(0), STAnalyzer::None);
-    feed(100.0, -0.76);
-    EXPECT_EQ(analyzer.state(0), STAnalyzer::Depression);
-}
-
-// The depression's value is positive; a level exactly at the entry keeps an episode open.
-TEST_F(STEpisodes, EpisodesAreWrittenWithTheirPeak)
-{
     feed(100.0, 0.8); // opens at 100 s
+    EXPECT_EQ(analyzer.state(0), STAnalyzer::Elevation);
     feed(120.0, 1.2);
-    feed(140.0, 0.9); // 40 s so far, peak 1.2
-    feed(160.0, 0.5); // closes
+    feed(140.0, 0.9); // 40 s, peak 1.2
+    feed(160.0, 0.5);
+    EXPECT_EQ(analyzer.state(0), STAnalyzer::None);
+    feed(200.0, 0.8); // 40 s but only 0.9 mm
+    feed(240.0, 0.9);
+    feed(260.0, 0.1);
+    feed(300.0, 2.0); // 2.0 mm but 20 s
+    feed(320.0, 2.0);
+    feed(340.0, 0.0);
     feed(3600.0, -0.8); // opens in hour 1
+    EXPECT_EQ(analyzer.state(0), STAnalyzer::Depression);
     feed(3620.0, -1.5);
-    feed(3640.0, -1.0);
     feedSample(3660.0, -0.3); // -0.75 is not above the entry level: stays, 60 s
-    feed(3680.0, -0.5); // closes
+    feed(3680.0, -0.5);
+    feed(4000.0, -1.0); // 30 s exactly: written
+    feed(4030.0, -1.0);
+    feed(4040.0, 0.0);
+    feed(5000.0, 3.0); // still open at the end
+    feed(5100.0, 3.0);
     analyzer.finishRecording();
 
-    const EventListResult& up = events("STElevationEvents(0)");
-    ASSERT_EQ(up.events.size(), 1);
-    EXPECT_DOUBLE_EQ(up.events[0].timestamp, 100.0);
-    EXPECT_DOUBLE_EQ(up.events[0].duration, 40.0);
-    EXPECT_NEAR(up.events[0].value, 1.2, 1e-12);
-    const EventListResult& down = events("STDepressionEvents(0)");
-    ASSERT_EQ(down.events.size(), 1);
-    EXPECT_DOUBLE_EQ(down.events[0].timestamp, 3600.0);
-    EXPECT_DOUBLE_EQ(down.events[0].duration, 60.0);
-    EXPECT_NEAR(down.events[0].value, 1.5, 1e-12);
-    EXPECT_DOUBLE_EQ(valueOf(analyzer, "STEventCount(0)"), 2.0);
+    expectEvents(eventsOf(analyzer, "STElevationEvents(0)"), { { 100.0, 40.0, 1.2 } }, "up");
+    expectEvents(eventsOf(analyzer, "STDepressionEvents(0)"),
+        { { 3600.0, 60.0, 1.5 }, { 4000.0, 30.0, 1.0 } }, "down");
+    EXPECT_DOUBLE_EQ(valueOf(analyzer, "STEventCount(0)"), 3.0);
     const BinnedCount* perHour = resultOf<BinnedCount>(analyzer, "STEventCountPerHour(0)");
     EXPECT_DOUBLE_EQ(perHour->valueAt(0), 1.0);
-    EXPECT_DOUBLE_EQ(perHour->valueAt(1), 1.0);
-    // Sorted -1.5 -1.0 -0.8 -0.75 -0.5 0.5 0.8 0.9 1.2: element 4 is -0.5 mm.
-    EXPECT_NEAR(valueOf(analyzer, "STLevelAvg(0)"), -0.5, 1e-12);
-}
-
-TEST_F(STEpisodes, EpisodesThatAreTooShortTooLowOrUnfinishedAreNotWritten)
-{
-    feed(20.0, 0.8); // 40 s but only 0.9 mm
-    feed(40.0, 0.9);
-    feed(60.0, 0.85);
-    feed(80.0, 0.1);
-    feed(100.0, 2.0); // 2.0 mm but 20 s
-    feed(120.0, 2.0);
-    feed(140.0, 0.0);
-    feed(200.0, -1.0); // 30 s exactly: written
-    feed(230.0, -1.0);
-    feed(240.0, 0.0);
-    feed(300.0, 3.0); // still open at the end
-    feed(400.0, 3.0);
-    analyzer.finishRecording();
-
-    EXPECT_EQ(events("STElevationEvents(0)").events.size(), 0);
-    ASSERT_EQ(events("STDepressionEvents(0)").events.size(), 1);
-    EXPECT_DOUBLE_EQ(events("STDepressionEvents(0)").events[0].duration, 30.0);
-    EXPECT_DOUBLE_EQ(valueOf(analyzer, "STEventCount(0)"), 1.0);
+    EXPECT_DOUBLE_EQ(perHour->valueAt(1), 2.0);
+    // 20 levels sorted: -1.5 -1 -1 -0.8 -0.75 -0.5 0 0 0.1 0.5 | 0.75 ...: element 10 is 0.75.
+    EXPECT_NEAR(valueOf(analyzer, "STLevelAvg(0)"), 0.75, 1e-12);
 }
 
 TEST_F(STEpisodes, ArtefactLimitsAndSmallAverages)

@@ -92,7 +92,6 @@ TEST(StudyEdits, CountersFollowTypeChanges)
         { BeatU, BeatNone,
             { { "HR/totalBeatCount", -1 }, { "HR/beatCountPerHour@1", -1 },
                 { "count/totalCountU", -1 } } },
-        { BeatNone, BeatNone, {} },
         { BeatN, BeatN, {} },
     };
     const std::vector<std::string> watched = { "HR/totalBeatCount", "count/totalCountN",
@@ -207,9 +206,7 @@ struct RestoreCase
 
 // Expected values by hand: interval = R difference; 0.9 x previous RR decides "normal".
 const RestoreCase kRestore[] = {
-    // 0.8 > 0.9 x 0.8 = 0.72 after a normal beat: N; next 0.8 > 0.72 after it: N.
-    { "regular", { 0.0, 1.0, 1.8, 2.6, 3.4 }, 0.8, BeatN, BeatV, false, 0.8, BeatN, 0.8, BeatN },
-    // 0.7 < 0.72: U; the next beat then keeps its type V.
+    // 0.7 < 0.9 x 0.8 = 0.72 after a normal beat: U; the next beat then keeps its type V.
     { "early", { 0.0, 1.0, 1.7, 2.6, 3.4 }, 0.8, BeatN, BeatV, false, 0.7, BeatU, 0.9, BeatV },
     // After a V beat: U, and the next keeps its type.
     { "afterV", { 0.0, 1.0, 1.8, 2.6, 3.4 }, 0.8, BeatV, BeatS, false, 0.8, BeatU, 0.8, BeatS },
