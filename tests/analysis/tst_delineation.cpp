@@ -165,40 +165,6 @@ TEST(WaveDelineator, TWindowEndsBeforeTheNextQrs)
     }
 }
 
-TEST(WaveDelineator, FillsABeatFromChannelRecords)
-{
-    MemorySource source(2, 250, 1024);
-    LeadBeatRecord records[2] = { LeadBeatRecord::empty(1010), LeadBeatRecord::empty(1010) };
-    LeadBeatRecord& r = records[0];
-    r.qrsOn = 1000;
-    r.qrsOff = 1025;
-    r.rPeak = 1010;
-    r.pOn = 950;
-    r.pPeak = 960;
-    r.tPeak = 1080;
-    r.tOff = 1100;
-    r.qrsPolarity = 1;
-    r.tPolarity = -1;
-    Beat beat;
-    WaveDelineator::fillBeat(beat, &source, records, 1010, 250.0, 0.84);
-    EXPECT_DOUBLE_EQ(beat.timing[Beat::RTime], 4.04);
-    EXPECT_DOUBLE_EQ(beat.timing[Beat::MedianRR], 0.84);
-    EXPECT_NEAR(beat.windowStart, 3.84, 1e-12);
-    EXPECT_DOUBLE_EQ(beat.channelMeasure(0, Beat::PPeak), 3.84);
-    EXPECT_DOUBLE_EQ(beat.channelMeasure(0, Beat::TPeak), 4.32);
-    EXPECT_FALSE(beat.hasChannelMeasure(0, Beat::QPeak));
-    EXPECT_NEAR(beat.channelMeasure(0, Beat::QrsDuration), 0.1, 1e-12); // (1025 - 1000) / 250
-    EXPECT_NEAR(beat.channelMeasure(0, Beat::PRInterval), 0.2, 1e-12);
-    EXPECT_NEAR(beat.channelMeasure(0, Beat::QTInterval), 0.4, 1e-12);
-    EXPECT_DOUBLE_EQ(beat.channelMeasure(0, Beat::TPolarity), -1.0);
-    // No QRS: flag and polarity 0, no position, no interval.
-    EXPECT_DOUBLE_EQ(beat.channelMeasure(1, Beat::HasQrs), 0.0);
-    EXPECT_DOUBLE_EQ(beat.channelMeasure(1, Beat::QrsPolarity), 0.0);
-    for (int slot : { Beat::RPeak, Beat::QrsDuration, Beat::PRInterval, Beat::QTInterval })
-        EXPECT_FALSE(beat.hasChannelMeasure(1, slot)) << "slot " << slot;
-    EXPECT_FALSE(beat.hasChannelMeasure(2, Beat::HasQrs)); // a channel the source doesn't have
-}
-
 TEST(WaveDelineator, IntervalsFallBackOnPeaks)
 {
     MemorySource source(1, 250, 1024);

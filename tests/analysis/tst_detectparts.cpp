@@ -116,30 +116,4 @@ TEST(ModulusMaxima, OppositePairIsKeptAndLoneMaximumRejected)
         EXPECT_TRUE(labels(sc.search(t[0], t[1], t[2]).state()).empty());
 }
 
-TEST(ModulusMaxima, OfTwoSameSignMaximaTheOneWithMoreW3Stays)
-{
-    Scales sc;
-    sc.lobe(200, -50.0, -30.0);
-    sc.lobe(210, 50.0);
-    sc.lobe(240, -50.0, -60.0); // 40 samples from the first: within 0.2 s
-    const ChannelDetector d = sc.search(10.0, 10.0, 10.0);
-    EXPECT_EQ(labels(d.state()), (std::vector<int> { 210, -240 }));
-    EXPECT_EQ(d.state().rejectedAt(200), 1);
-    EXPECT_EQ(d.state().rejectedCount, 7); // 199-201, 209, 211, 239, 241
-}
-
-TEST(ChannelDetectorState, ShiftMovesLabelsOneBlockBack)
-{
-    ChannelDetectorState s(100);
-    s.setLabel(150, 1);
-    s.setLabel(-50, -1);
-    s.markRejected(20);
-    s.setLabel(500, 1); // outside the window: ignored
-    s.shiftBlock();
-    EXPECT_EQ(s.label(50), 1);
-    EXPECT_EQ(s.label(-50), 0);
-    EXPECT_EQ(s.rejectedAt(-80), 1);
-    EXPECT_EQ(s.label(150), 0);
-}
-
 } // namespace

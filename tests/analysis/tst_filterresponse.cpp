@@ -84,26 +84,6 @@ INSTANTIATE_TEST_SUITE_P(Tables, LowPassCorner,
         CornerCase { 500, "25hz", 25.0, 19 }, CornerCase { 1000, "25hz", 25.0, 34 },
         CornerCase { 250, "25hz", 40.0, 62 })); // one table at 250, whatever the name
 
-TEST(DisplayFilterChain, OneStagePerSwitchAndNoneAtOtherRates)
-{
-    MemorySource src(2, 250, kBlock);
-    src.setSamples({ std::vector<qint16>(100), std::vector<qint16>(100) });
-    src.channel(0)->setName("II");
-    DisplayFilterChain chain(&src);
-    EXPECT_EQ(chain.output(), &src);
-    chain.configure(true, true, true);
-    EXPECT_EQ(chain.filterCount(), 3);
-    EXPECT_EQ(chain.output()->channel(0)->name(), QByteArray("II"));
-    chain.configure(false, false, false);
-    EXPECT_EQ(chain.output(), &src);
-
-    MemorySource odd(1, 128, kBlock);
-    odd.setSamples({ std::vector<qint16>(10, 5) });
-    DisplayFilterChain none(&odd);
-    none.configure(true, true, true);
-    EXPECT_EQ(none.output(), &odd);
-}
-
 TEST(DisplayFilterChain, UnknownNotchNameThrowsOnlyWhereNotchesExist)
 {
     for (int rate : { 250, 500, 1000, 200 }) {
@@ -126,16 +106,6 @@ TEST(DisplayFilterChain, UnknownNotchNameThrowsOnlyWhereNotchesExist)
         }
         EXPECT_EQ(chain.output(), before); // the old chain is kept
     }
-}
-
-TEST(DisplayFilterChain, UnknownLowPassNameGivesAFilterWithoutTaps)
-{
-    MemorySource src(1, 500, kBlock);
-    src.setSamples({ std::vector<qint16>(50, 300) });
-    DisplayFilterChain chain(&src);
-    chain.setLowPassName(QStringLiteral("33hz"));
-    chain.configure(false, true, false);
-    EXPECT_EQ(readAll(*chain.output()), std::vector<double>(50, 0.0));
 }
 
 TEST(ClassifierFilters, LowPassGainAndDerivativeOfARamp)

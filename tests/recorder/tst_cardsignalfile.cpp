@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 using namespace rectest;
 
 namespace {
@@ -30,13 +28,6 @@ std::string offsetOf(const QString& path)
         = errorOf([&] { result = std::to_string(CardSignalFile::findDataOffset(path)); });
     return e == "no error" ? result : e;
 }
-
-class CountingListener : public SignalListener
-{
-public:
-    void signalChanged(SignalSource*) override { ++changes; }
-    int changes = 0;
-};
 
 } // namespace
 
@@ -80,16 +71,6 @@ TEST(CardSignalFileOffset, FilesAndFolders)
 
 TEST(CardSignalFileOffset, BadMarkerInAnyCheckedBlockIsCorrupt)
 {
-    for (int length : { 2, 12000 })
-        for (int bad = 0; bad < 14; ++bad)
-            for (quint16 status : { quint16(0x8000), quint16(0xD001) }) {
-                std::vector<quint16> statuses(16, 0xC000);
-                statuses[bad] = status;
-                const QByteArray head = (cardPreamble(length) + cardBlocks(16, statuses))
-                                            .left(CardSignalFile::kSearchBytes);
-                EXPECT_EQ(CardSignalFile::findDataOffsetIn(head), -1)
-                    << "preamble " << length << " block " << bad << " status " << status;
-            }
     testsupport::TempRoot root;
     std::vector<quint16> statuses(16, 0xC000);
     statuses[14] = 0;
@@ -101,6 +82,9 @@ TEST(CardSignalFileOffset, BadMarkerInAnyCheckedBlockIsCorrupt)
     statuses[14] = 0xC000;
     statuses[3] = 0xCFFF;
     EXPECT_EQ(offsetOf(writeCard(root, cardPreamble(8) + cardBlocks(16, statuses))), "8");
+    statuses[6] = 0xD001; // a middle block, behind the longest preamble
+    const QByteArray head = cardPreamble(12000) + cardBlocks(16, statuses);
+    EXPECT_EQ(CardSignalFile::findDataOffsetIn(head.left(CardSignalFile::kSearchBytes)), -1);
 }
 
 TEST(CardSignalFile, OnlyWholeBlocksCount)
@@ -115,42 +99,8 @@ TEST(CardSignalFile, OnlyWholeBlocksCount)
         CardSignalFile card(path, row[1]);
         EXPECT_EQ(card.blockCount(), row[2]) << row[0];
         EXPECT_EQ(card.sampleCount(), row[2] * 2000);
-        EXPECT_DOUBLE_EQ(card.duration(), row[2] * 4.0); // 2000 samples at 500 Hz
         EXPECT_EQ(card.getBlock(0, row[2]), nullptr); // the partial block is not addressable
-        EXPECT_EQ(card.sampleAt(0, row[2] * 2000), 0);
     }
-}
-
-TEST(CardSignalFile, SamplesOfAllChannels)
-{
-    testsupport::TempRoot root;
-    const int length = 1234 * 2;
-    auto card = std::make_unique<CardSignalFile>(
-        writeCard(root, cardPreamble(length) + cardBlocks(4)), length);
-    ASSERT_EQ(card->blockCount(), 4);
-    const int positions[][2] = { { 0, 1 }, { 1, 0 }, { 3, 1999 } };
-    for (int c = 0; c < 3; ++c) {
-        for (const auto& pos : positions)
-            EXPECT_EQ(
-                card->sampleAt(c, qint64(pos[0]) * 2000 + pos[1]), cardSample(pos[0], pos[1], c))
-                << "channel " << c << " block " << pos[0] << " frame " << pos[1];
-        // Across a block boundary, and past the end.
-        std::vector<double> out(4, 99.0);
-        card->readSamples(c, 1998, 4, out.data());
-        EXPECT_EQ(out,
-            std::vector<double>({ double(cardSample(0, 1998, c)), double(cardSample(0, 1999, c)),
-                double(cardSample(1, 0, c)), double(cardSample(1, 1, c)) }));
-        card->readSamples(c, 7998, 4, out.data());
-        EXPECT_EQ(out[1], cardSample(3, 1999, c));
-        EXPECT_EQ(out[2] + out[3], 0.0);
-    }
-    EXPECT_EQ(card->sampleAt(3, 0), 0); // no such channel
-    EXPECT_EQ(card->sampleAt(0, -1), 0);
-    // Destroyed while a block is held: must free it without complaint.
-    const qint16* block = card->getBlock(2, 1);
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(block[10], cardSample(1, 10, 2));
-    card.reset();
 }
 
 TEST(CardSignalFile, HandWrittenFrameAndInversion)
@@ -161,8 +111,6 @@ TEST(CardSignalFile, HandWrittenFrameAndInversion)
     std::copy(frame, frame + 6, bytes.begin() + 2);
     testsupport::TempRoot root;
     CardSignalFile card(writeCard(root, bytes), 2);
-    CountingListener listener;
-    card.addListener(&listener);
     EXPECT_EQ(card.sampleAt(2, 0), 4660);
     EXPECT_EQ(card.sampleAt(1, 0), -292);
     EXPECT_EQ(card.sampleAt(0, 0), -32768);
@@ -170,16 +118,21 @@ TEST(CardSignalFile, HandWrittenFrameAndInversion)
 
     card.setInverted(0, true);
     card.setInverted(1, true);
-    EXPECT_EQ(listener.changes, 2);
     EXPECT_EQ(card.sampleAt(2, 0), 4660);
     EXPECT_EQ(card.sampleAt(1, 0), 292);
     EXPECT_EQ(card.sampleAt(0, 0), 32767); // -(-32768) does not fit: nearest value
     EXPECT_EQ(card.sampleAt(1, 4005), -cardSample(2, 5, 1));
     card.setInverted(1, false);
     EXPECT_EQ(card.sampleAt(1, 4005), cardSample(2, 5, 1));
-    card.setInverted(7, true); // no such channel: ignored
-    EXPECT_EQ(listener.changes, 3);
-    card.removeListener(&listener);
+    // Across a block boundary, and past the end.
+    std::vector<double> out(4, 99.0);
+    card.readSamples(2, 1998, 4, out.data());
+    EXPECT_EQ(out,
+        std::vector<double>({ double(cardSample(0, 1998, 2)), double(cardSample(0, 1999, 2)),
+            double(cardSample(1, 0, 2)), double(cardSample(1, 1, 2)) }));
+    card.readSamples(2, 5998, 4, out.data());
+    EXPECT_EQ(out[1], cardSample(2, 1999, 2));
+    EXPECT_EQ(out[2] + out[3], 0.0);
 }
 
 TEST(CardSignalFile, StatusWordsAndShrunkFile)
@@ -188,10 +141,8 @@ TEST(CardSignalFile, StatusWordsAndShrunkFile)
     const std::vector<quint16> statuses = { 0xC000, 0xC0F2, 0x1234 };
     const QString path = writeCard(root, cardPreamble(6) + cardBlocks(3, statuses));
     CardSignalFile card(path, 6);
-    for (int b = 0; b < 3; ++b)
-        EXPECT_EQ(card.statusWord(b), statuses[b]);
+    EXPECT_EQ(card.statusWord(1), 0xC0F2);
     EXPECT_EQ(card.statusWord(3), -1);
-    EXPECT_EQ(card.statusWord(-1), -1);
     // A card pulled or cut while open: the short read of the last block gives silence.
     ASSERT_TRUE(QFile::resize(path, 6 + 2 * kCardBlock + 600)); // 100 frames of block 2 remain
     for (int c = 0; c < 3; ++c) {
@@ -201,25 +152,10 @@ TEST(CardSignalFile, StatusWordsAndShrunkFile)
     EXPECT_EQ(card.statusWord(2), -1);
 }
 
-TEST(CardSignalFile, OpenFailuresAndAppends)
+TEST(CardSignalFile, OpenFailures)
 {
     testsupport::TempRoot root;
     EXPECT_EQ(errorOf([&] { CardSignalFile(root.file("absent"), 0); }), "Cannot open file");
-    EXPECT_EQ(errorOf([&] { CardSignalFile(QString(), 0); }), "Cannot open file");
     const QString path = writeCard(root, cardPreamble(2) + cardBlocks(1));
     EXPECT_EQ(errorOf([&] { CardSignalFile(path, -2); }), "Invalid data offset");
-
-    CardSignalFile card(root.path(), 2); // the folder names the file too
-    const qint16 samples[3] = { 1, 2, 3 };
-    const qint16* channels[3] = { samples, samples, samples };
-    EXPECT_EQ(errorOf([&] { card.appendRaw("abcdef", 6); }), "unsupported (file is read only)");
-    EXPECT_EQ(
-        errorOf([&] { card.appendChannels(channels, 1); }), "unsupported (file is read only)");
-    EXPECT_EQ(testsupport::readAll(path).size(), 2 + kCardBlock); // nothing written
-
-    // A write-protected card fails to open for update (root ignores permissions).
-    if (geteuid() != 0) {
-        ASSERT_TRUE(QFile::setPermissions(path, QFile::ReadOwner));
-        EXPECT_EQ(errorOf([&] { CardSignalFile(path, 2); }), "Cannot open file");
-    }
 }

@@ -50,11 +50,7 @@ inline qint16 cardSample(int block, int frame, int channel)
 inline QByteArray cardBlocks(int count, const std::vector<quint16>& statuses = {})
 {
     QByteArray out;
-    out.reserve(count * kCardBlock);
-    auto put = [&out](quint16 v) {
-        out.append(char(v >> 8));
-        out.append(char(v & 0xFF));
-    };
+    auto put = [&out](quint16 v) { out.append(char(v >> 8)).append(char(v & 0xFF)); };
     for (int b = 0; b < count; ++b) {
         for (int f = 0; f < 2000; ++f)
             for (int c = 2; c >= 0; --c)
@@ -95,15 +91,10 @@ inline QByteArray encode212(const std::vector<int>& samples)
     QByteArray out;
     for (size_t i = 0; i < samples.size(); i += 2) {
         const int a = samples[i] & 0xFFF;
-        if (i + 1 == samples.size()) {
-            out += char(a & 0xFF);
-            out += char(a >> 8);
-            break;
-        }
+        if (i + 1 == samples.size())
+            return out.append(char(a & 0xFF)).append(char(a >> 8));
         const int b = samples[i + 1] & 0xFFF;
-        out += char(a & 0xFF);
-        out += char((a >> 8) | ((b >> 8) << 4));
-        out += char(b & 0xFF);
+        out.append(char(a & 0xFF)).append(char((a >> 8) | ((b >> 8) << 4))).append(char(b & 0xFF));
     }
     return out;
 }
@@ -112,10 +103,8 @@ inline QByteArray encode212(const std::vector<int>& samples)
 inline QByteArray encode16(const std::vector<int>& samples)
 {
     QByteArray out;
-    for (int v : samples) {
-        out += char(v & 0xFF);
-        out += char((v >> 8) & 0xFF);
-    }
+    for (int v : samples)
+        out.append(char(v & 0xFF)).append(char((v >> 8) & 0xFF));
     return out;
 }
 
@@ -172,7 +161,7 @@ public:
     {
         last = position;
         this->total = total;
-        if (cancel && cancelAt > 0 && position >= cancelAt)
+        if (cancel && position >= cancelAt)
             *cancel = true;
     }
     qint64 last = -1, total = -1, cancelAt = 0;

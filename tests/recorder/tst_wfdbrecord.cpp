@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <tuple>
+#include <utility>
 
 using namespace rectest;
 
@@ -21,18 +21,14 @@ TEST(WfdbHeader, ParsesFieldsAndDefaults)
                             "rec1.dat 212 500/uV 12 7 3 12 0 chest lead, left\n"
                             "#69 M 1085 1629 x1\n";
     const WfdbHeader h = WfdbHeader::parse(text, "/data/rec1.hea");
-    EXPECT_EQ(h.recordName, QByteArray("rec1"));
     EXPECT_DOUBLE_EQ(h.samplingRate, 250.0);
     EXPECT_DOUBLE_EQ(h.counterFrequency, 360.0);
     EXPECT_EQ(h.sampleCount, 225000);
     EXPECT_EQ(h.baseDateTime(), QDateTime(QDate(2025, 11, 22), QTime(10, 30, 15)));
     ASSERT_EQ(h.channels.size(), 3);
-    EXPECT_EQ(h.comments.size(), 2);
 
     const WfdbSignalSpec& a = h.channels[0];
     EXPECT_EQ(a.baseline, 0); // given, so adczero does not apply
-    EXPECT_EQ(a.initialValue, 945);
-    EXPECT_TRUE(a.hasChecksum);
     EXPECT_EQ(a.checksum, -13873);
 
     const WfdbSignalSpec& b = h.channels[1];
@@ -40,35 +36,19 @@ TEST(WfdbHeader, ParsesFieldsAndDefaults)
     EXPECT_EQ(b.baseline, 1024); // defaults to adczero
     EXPECT_EQ(b.initialValue, 1024); // defaults to adczero
     EXPECT_FALSE(b.hasChecksum);
-    EXPECT_EQ(b.description, QByteArray("record rec1, signal 1"));
 
     const WfdbSignalSpec& c = h.channels[2];
-    EXPECT_EQ(c.units, QByteArray("uV"));
     EXPECT_DOUBLE_EQ(c.gainPerMillivolt(), 500000.0);
-    EXPECT_EQ(c.baseline, 7);
     EXPECT_EQ(c.description, QByteArray("chest lead, left")); // spaces kept
-    EXPECT_EQ(QDir::cleanPath(h.dataPath(2)), QString("/data/rec1.dat"));
 
-    // A bare record line takes the defaults; a time without a date gives no start.
-    const WfdbHeader m = WfdbHeader::parse("r 1\nr.dat 16\n", "r.hea");
-    EXPECT_DOUBLE_EQ(m.samplingRate, 250.0);
-    EXPECT_EQ(m.sampleCount, 0);
-    EXPECT_FALSE(m.baseDateTime().isValid());
-    EXPECT_DOUBLE_EQ(m.channels[0].gain, 200.0);
+    // A time without a date gives no start.
     EXPECT_FALSE(
         WfdbHeader::parse("r 1 360 10 08:00:00\nr.dat 16\n", "r.hea").baseDateTime().isValid());
-    EXPECT_EQ(
-        WfdbHeader::parse("r 1 360 10\nr.dat 212+512\n", "r.hea").channels[0].byteOffset, 512);
 }
 
 TEST(WfdbHeader, BadHeadersNameFileAndLine)
 {
-    struct Case
-    {
-        const char* text;
-        const char* expected;
-    };
-    const Case cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         { "", "no record line" },
         { "r 0 360\n", "0 signals" },
         { "r 1 -360 100\nr.dat 212\n", "not positive" },
@@ -79,47 +59,36 @@ TEST(WfdbHeader, BadHeadersNameFileAndLine)
         { "r 1 360 10\nr.dat 212 -200\n", "negative gain" },
         { "r 1 360 10\nr.dat 212x0\n", "format field" },
     };
-    for (const Case& c : cases) {
-        const std::string msg = errorOf([&] { WfdbHeader::parse(c.text, "/x/r.hea"); });
-        EXPECT_TRUE(contains(msg, c.expected) && contains(msg, "r.hea")) << c.text << " -> " << msg;
+    for (const auto& [text, expected] : cases) {
+        const std::string msg = errorOf([&] { WfdbHeader::parse(text, "/x/r.hea"); });
+        EXPECT_TRUE(contains(msg, expected) && contains(msg, "r.hea")) << text << " -> " << msg;
     }
 }
 
-// Both formats, 1 to 4 channels, lengths around the block size: every sample comes back as
-// the encoded value minus the signal's baseline.
-class WfdbRoundTrip : public ::testing::TestWithParam<std::tuple<int, int, qint64>>
+// Both formats, three channels, an odd number of samples across several blocks: every sample
+// comes back as the encoded value minus the signal's baseline.
+TEST(WfdbSource, EverySampleComesBack)
 {
-};
-
-TEST_P(WfdbRoundTrip, EverySampleComesBack)
-{
-    const auto [format, channels, frames] = GetParam();
-    testsupport::TempRoot root;
-    const std::vector<int> values = interleaved(frames, channels);
-    const QByteArray data = format == 212 ? encode212(values) : encode16(values);
-    const QString record = writeRecord(
-        root.path(), "rt", headerText("rt", channels, 360, frames, format, 30), &data);
-    WfdbSource src(record);
-    ASSERT_EQ(src.channelCount(), channels);
-    ASSERT_EQ(src.sampleCount(), frames);
-    EXPECT_DOUBLE_EQ(src.gainStep(), 1.0 / 200.0); // one step = 1/gain mV
-
-    std::vector<double> buf(static_cast<size_t>(frames));
-    // Channels visited backwards so that the decoded-block reuse is crossed in both orders.
-    for (int c = channels - 1; c >= 0; --c) {
-        EXPECT_EQ(src.channel(c)->name(), QByteArray("lead") + QByteArray::number(c));
-        src.readSamples(c, 0, frames, buf.data());
-        std::vector<double> expected;
-        for (qint64 f = 0; f < frames; ++f)
-            expected.push_back(sampleValue(f, c) - (30 + c));
-        EXPECT_TRUE(buf == expected) << "channel " << c;
-        EXPECT_EQ(src.sampleAt(c, frames), 0); // past the end
+    const qint64 frames = 9001;
+    for (int format : { 212, 16 }) {
+        testsupport::TempRoot root;
+        const std::vector<int> values = interleaved(frames, 3);
+        const QByteArray data = format == 212 ? encode212(values) : encode16(values);
+        WfdbSource src(
+            writeRecord(root.path(), "rt", headerText("rt", 3, 360, frames, format, 30), &data));
+        ASSERT_EQ(src.sampleCount(), frames);
+        std::vector<double> buf(static_cast<size_t>(frames));
+        // Channels visited backwards so that the decoded-block reuse is crossed in both orders.
+        for (int c = 2; c >= 0; --c) {
+            src.readSamples(c, 0, frames, buf.data());
+            std::vector<double> expected;
+            for (qint64 f = 0; f < frames; ++f)
+                expected.push_back(sampleValue(f, c) - (30 + c));
+            EXPECT_TRUE(buf == expected) << "format " << format << " channel " << c;
+            EXPECT_EQ(src.sampleAt(c, frames), 0); // past the end
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Formats, WfdbRoundTrip,
-    ::testing::Combine(::testing::Values(212, 16), ::testing::Values(1, 3),
-        ::testing::Values(qint64(1), qint64(9001))));
 
 TEST(WfdbSource, SizesAndFilesChecked)
 {
@@ -127,14 +96,9 @@ TEST(WfdbSource, SizesAndFilesChecked)
     const std::vector<int> values = interleaved(1000, 2);
     const QByteArray data = encode212(values); // 3000 bytes
 
-    // Header says more than the file holds: an error naming the data file.
-    QString rec = writeRecord(root.path(), "long", headerText("long", 2, 360, 1001, 212), nullptr);
-    testsupport::writeAll(root.file("long.dat"), data);
-    std::string msg = errorOf([&] { WfdbSource s(rec); });
-    EXPECT_TRUE(contains(msg, "long.dat") && contains(msg, "1001")) << msg;
-
     // No length in the header: as many whole frames as there are.
-    rec = writeRecord(root.path(), "nolen", "nolen 2 360\nnolen.dat 212\nnolen.dat 212\n", &data);
+    QString rec
+        = writeRecord(root.path(), "nolen", "nolen 2 360\nnolen.dat 212\nnolen.dat 212\n", &data);
     EXPECT_EQ(WfdbSource(rec).sampleCount(), 1000);
 
     // A byte offset skips a prolog.
@@ -144,21 +108,17 @@ TEST(WfdbSource, SizesAndFilesChecked)
     WfdbSource pro(rec);
     EXPECT_EQ(pro.sampleAt(1, 999), sampleValue(999, 1));
 
-    struct Case
-    {
-        QByteArray header;
-        const char* expected;
-    };
-    const Case cases[] = {
+    const std::pair<QByteArray, const char*> cases[] = {
+        { headerText("r", 2, 360, 1001, 212), "1001" }, // more than the file holds
         { headerText("r", 1, 360, 10, 311), "format 311" },
         { "r 2 360 10\nr.dat 212\nr.dat 16\n", "different files or formats" },
         { "r 1 360 10\nr.dat 212x2\n", "samples per frame" },
         { "r 1 360 10\nmissing.dat 212\n", "missing.dat" },
     };
-    for (const Case& c : cases) {
-        const QString r = writeRecord(root.path(), "r", c.header, &data);
-        msg = errorOf([&] { WfdbSource s(r); });
-        EXPECT_TRUE(contains(msg, c.expected)) << c.header.constData() << " -> " << msg;
+    for (const auto& [header, expected] : cases) {
+        const QString r = writeRecord(root.path(), "r", header, &data);
+        const std::string msg = errorOf([&] { WfdbSource s(r); });
+        EXPECT_TRUE(contains(msg, expected)) << header.constData() << " -> " << msg;
     }
     EXPECT_TRUE(contains(errorOf([&] { WfdbSource s(root.file("nothing")); }), "nothing.hea"));
 }

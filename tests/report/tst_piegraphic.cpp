@@ -1,4 +1,3 @@
-#include "report/chart.h"
 #include "report/piegraphic.h"
 
 #include <QImage>
@@ -31,31 +30,4 @@ TEST(PieGraphic, SlicesCoverTheirShareOfTheCircle)
     EXPECT_EQ(at(300), QColor(Qt::blue));
     // Outside the circle stays white.
     EXPECT_EQ(QColor(img.pixel(5, 5)), QColor(Qt::white));
-}
-
-TEST(PieGraphic, NothingWithoutAPositiveSum)
-{
-    PieGraphic pie;
-    pie.addSlice(0.0, Qt::red);
-    pie.addSlice(-2.0, Qt::blue);
-    QImage img(100, 100, QImage::Format_RGB32);
-    img.fill(Qt::white);
-    const QImage blank = img;
-    {
-        QPainter p(&img);
-        pie.paint(&p, img.rect());
-    }
-    EXPECT_EQ(img, blank);
-}
-
-TEST(Chart, PercentagesAddUpToAHundred)
-{
-    Chart chart;
-    chart.loadSampleData();
-    ASSERT_EQ(chart.graphs().size(), 4);
-    double total = 0.0;
-    for (int i = 0; i < 4; ++i)
-        total += chart.percentage(i);
-    EXPECT_NEAR(total, 100.0, 1e-9);
-    EXPECT_EQ(chart.percentage(9), 0.0); // out of range
 }

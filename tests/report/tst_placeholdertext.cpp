@@ -1,7 +1,5 @@
 #include "report/placeholdertext.h"
 
-#include <QLocale>
-
 #include <gtest/gtest.h>
 
 using Part = PlaceholderText::Part;
@@ -63,19 +61,6 @@ INSTANTIATE_TEST_SUITE_P(Texts, SplitTest,
         SplitCase { "x<", { lit("x<") } }, SplitCase { "[]", { fld("") } },
         SplitCase { "[a][b]", { fld("a"), fld("b") } }));
 
-TEST(PlaceholderText, SingleFieldsAndAggregates)
-{
-    QString name;
-    EXPECT_TRUE(PlaceholderText::isSingleField(" [plotHR] ", &name));
-    EXPECT_EQ(name, QStringLiteral("plotHR"));
-    for (const char* notSingle : { "[a] [b]", "x [a]", "<Page>" })
-        EXPECT_FALSE(PlaceholderText::isSingleField(notSingle)) << notSingle;
-    // Only whole words are aggregates.
-    EXPECT_EQ(PlaceholderText::scriptFromExpression("checkSum(1)"), QStringLiteral("checkSum(1)"));
-    EXPECT_EQ(PlaceholderText::aggregateNames("<Sum([a])> <Avg([b])> <Count([a])> [c]"),
-        QStringList({ "a", "b" }));
-}
-
 namespace {
 
 struct FormatCase
@@ -115,17 +100,3 @@ INSTANTIATE_TEST_SUITE_P(Formats, NumberFormatTest,
         FormatCase { "N#,###.##2", "123", "123.00" }, FormatCase { "N#,###.##2", "abc", nullptr },
         FormatCase { "", "12", nullptr }, FormatCase { "D#.##2", "12", nullptr },
         FormatCase { "N#,###.##", "12", nullptr }));
-
-TEST(PlaceholderText, FrenchPatternUsesTheFrenchLocale)
-{
-    QString out;
-    ASSERT_TRUE(PlaceholderText::applyNumberFormat("N# ###,##2", "1234567.891", &out));
-    // The group mark is whatever space the locale uses; digits and the decimal comma are fixed.
-    QString digits;
-    for (QChar c : out) {
-        if (!c.isSpace() && c != QChar(0x202F))
-            digits += c;
-    }
-    EXPECT_EQ(digits, QStringLiteral("1234567,89"));
-    EXPECT_EQ(out.size(), 12);
-}

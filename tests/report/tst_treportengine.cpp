@@ -187,40 +187,32 @@ TEST(TReportEngine, BadTemplatesAndPathsFail)
 // The printed texts, read back from the PDF.
 TEST(TReportEngine, PdfCarriesSubstitutedTexts)
 {
-    const QString footer
-        = band("PageFooter", 30, field("label", "Pág. <Page> de <TotalPages>", 500, 0, 300, 30));
-    const QString cover = section(
-        band("PageHeader", 60, field("label", "Bradi. < [limit] ppm", 0, 0, 400, 30)) + footer);
-    // 15 rows of 200 in 1188 - 80 - 30 = 1078: 5 rows a page; the summary takes a fourth page.
+    // 15 rows of 200 in 1188 - 80 - 30 = 1078: 5 rows a page, the summary below the last five.
     const QString table = section(band("MasterData", 200,
                                       field("label", "row <LineNo> value [v]", 0, 0, 400, 30)
                                           + field("label", "calc <6 * 7 + 1>", 400, 0, 200, 30))
         + band(
             "ReportSummary", 40, field("label", "total <Sum([v])> n <Count([v])>", 0, 0, 400, 30))
-        + footer);
+        + band("PageFooter", 30, field("label", "Pág. <Page> de <TotalPages>", 500, 0, 300, 30)));
     ReportRunFixture run;
-    run.rec.values["limit"] = "40";
     QObject::connect(&run.engine, &TReportEngine::setValue,
         [](int recNo, const QString& name, QVariant& v, int) {
             if (name == QLatin1String("v"))
                 v = QString::number((recNo + 1) * 10);
         });
-    ASSERT_TRUE(run.go({ cover, table, cover }, { 1, 15, 1 }));
-    EXPECT_EQ(run.engine.totalPages(), 5);
+    ASSERT_TRUE(run.go({ table }, { 15 }));
+    EXPECT_EQ(run.engine.totalPages(), 3);
     const QString text = pdfText(run.pdf);
     if (text.isNull())
         GTEST_SKIP() << "pdftotext not installed; cannot read the PDF back";
     const QStringList pages = text.split(QLatin1Char('\f'), Qt::SkipEmptyParts);
-    ASSERT_GE(pages.size(), 5);
-    for (int p = 0; p < 5; ++p)
-        EXPECT_TRUE(pages[p].contains(QStringLiteral("Pág. %1 de 5").arg(p + 1))) << p;
-    EXPECT_TRUE(pages[0].contains(QStringLiteral("Bradi. < 40 ppm")));
-    EXPECT_TRUE(pages[1].contains(QStringLiteral("row 1 value 10")));
-    EXPECT_TRUE(pages[1].contains(QStringLiteral("row 5 value 50")));
-    EXPECT_TRUE(pages[2].contains(QStringLiteral("row 6 value 60")));
-    EXPECT_TRUE(pages[3].contains(QStringLiteral("row 15 value 150")));
+    ASSERT_GE(pages.size(), 3);
+    for (int p = 0; p < 3; ++p)
+        EXPECT_TRUE(pages[p].contains(QString::fromUtf8("Pág. %1 de 3").arg(p + 1))) << p;
+    EXPECT_TRUE(pages[0].contains(QStringLiteral("row 5 value 50")));
+    EXPECT_TRUE(pages[1].contains(QStringLiteral("row 6 value 60")));
     // 10 + 20 + ... + 150 = 1200, over 15 rows.
-    EXPECT_TRUE(pages[3].contains(QStringLiteral("total 1200 n 15")));
-    EXPECT_TRUE(pages[1].contains(QStringLiteral("calc 43")));
+    EXPECT_TRUE(pages[2].contains(QStringLiteral("total 1200 n 15")));
+    EXPECT_TRUE(pages[0].contains(QStringLiteral("calc 43")));
     EXPECT_FALSE(text.contains(QStringLiteral("[v]")));
 }

@@ -80,15 +80,6 @@ public:
         }
     }
 
-    void setType(int index, int type)
-    {
-        Beat b;
-        if (get(index, b)) {
-            b.type = type;
-            replace(b);
-        }
-    }
-
 private:
     std::unique_ptr<FlatSignal> m_signal;
 };
@@ -141,25 +132,6 @@ inline void expectEvents(const std::vector<Ev>& got, const std::vector<Ev>& want
         EXPECT_NEAR(got[i].value, want[i].value, 1e-9) << what << " #" << i;
     }
 }
-
-// Wave limits as a delineator leaves them (sample positions, 0 = not found).
-struct Limits
-{
-    int pOnset = 0, pEnd = 0, qrsOnset = 0, qrsEnd = 0, tOnset = 0, tPeak = 0, tEnd = 0;
-
-    AverageBeatDelineator delineator() const
-    {
-        AverageBeatDelineator d;
-        d.pOnset = pOnset;
-        d.pEnd = pEnd;
-        d.qrsOnset = qrsOnset;
-        d.qrsEnd = qrsEnd;
-        d.tOnset = tOnset;
-        d.tPeak = tPeak;
-        d.tEnd = tEnd;
-        return d;
-    }
-};
 
 inline AverageBeatSnapshot average(int beats, double rr, int rate, int channels = 2,
     int length = 400, double millivoltsPerUnit = 0.001)

@@ -110,18 +110,6 @@ TEST(EventCatalog, BuildsOneListSortedByTime)
     EXPECT_EQ(catalog.items()[3].timestamp, pauseAt);
 }
 
-TEST(EventCatalog, EmptyWithoutStudyOrLists)
-{
-    EventCatalog none(nullptr);
-    none.add({ T::Pause, 1.0, 3.0, 3.0 }); // nowhere to put it: ignored, no crash
-    none.remove(0);
-    EXPECT_EQ(none.count(), 0);
-    Study empty;
-    EventCatalog catalog(&empty);
-    EXPECT_EQ(catalog.count(), 0);
-    EXPECT_FALSE(catalog.refresh(0.0, 100.0));
-}
-
 TEST(EventCatalog, AddAndRemoveKeepCountsAndHourBins)
 {
     auto study = makeStudy("NVVNN"); // one couplet at 11
@@ -144,30 +132,6 @@ TEST(EventCatalog, AddAndRemoveKeepCountsAndHourBins)
     EXPECT_EQ(value(*study, "PVC/coupletCount"), 3.0);
     EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 1), 0.0);
     EXPECT_EQ(listSize(*study, "PVC/coupletEvents"), 3);
-}
-
-TEST(EventCatalog, CountsStopAtZero)
-{
-    auto study = makeStudy("NVVN");
-    study->results().findAs<ValueResult>("PVC/coupletCount")->value = 0.0;
-    study->results().findAs<BinnedTrend>("PVC/coupletCountPerHour")->setValueAt(0, 0.0);
-    EventCatalog catalog(study.get());
-    catalog.remove(0);
-    EXPECT_EQ(value(*study, "PVC/coupletCount"), 0.0);
-    EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 0), 0.0);
-    EXPECT_EQ(listSize(*study, "PVC/coupletEvents"), 0);
-}
-
-TEST(EventCatalog, HandAddedAFibLeavesTheTotalTime)
-{
-    Study study;
-    study.results().insert("afib/afibTotalTime", std::make_unique<ValueResult>(120.0));
-    EventCatalog catalog(&study);
-    catalog.add({ T::AtrialFibrillation, 600.0, 300.0, 0.0 });
-    EXPECT_EQ(listSize(study, "afib/afibEvents"), 1); // the missing list is made
-    EXPECT_EQ(value(study, "afib/afibTotalTime"), 120.0);
-    catalog.remove(0);
-    EXPECT_EQ(value(study, "afib/afibTotalTime"), 120.0);
 }
 
 TEST(EventCatalog, NextInterval)
@@ -205,40 +169,6 @@ TEST(EventCatalog, NextInterval)
         EXPECT_EQ(text, arrhythmiaTypeName(r.type));
         EXPECT_EQ(colour, arrhythmiaTypeColour(r.type));
     }
-}
-
-TEST(EventCatalog, ReclassifyingACoupletBeatRemovesIt)
-{
-    // N from 10, V at 20 and 21, N from 22 to 59.
-    auto study = makeStudy(std::string(10, 'N') + "VV" + std::string(38, 'N'));
-    EventCatalog catalog(study.get());
-    catalog.setParams(AnalysisParams());
-    ASSERT_EQ(catalog.count(), 1);
-
-    beatsOf(*study).setType(11, BeatN); // the V at 21
-    EXPECT_TRUE(catalog.refresh(21.0 - 30.0, 21.0 + 30.0));
-    EXPECT_EQ(catalog.count(), 0);
-    EXPECT_EQ(value(*study, "PVC/coupletCount"), 0.0);
-    EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 0), 0.0);
-    EXPECT_EQ(listSize(*study, "PVC/coupletEvents"), 0);
-    EXPECT_FALSE(catalog.refresh(-9.0, 51.0)); // nothing left to change
-}
-
-TEST(EventCatalog, RefreshSeesOnlyItsStretch)
-{
-    // N at 10, V from 11 to 15, N from 16: one run of 5 at 11.
-    auto study = makeStudy("NVVVVV" + std::string(44, 'N'));
-    EventCatalog catalog(study.get());
-    catalog.setParams(AnalysisParams());
-    ASSERT_EQ(catalog.count(), 1);
-
-    // The walk from 13 sees V V V N, a triplet; the run at 11 lies before it and stays.
-    EXPECT_TRUE(catalog.refresh(12.5, 50.0));
-    ASSERT_EQ(catalog.count(), 2);
-    EXPECT_EQ(catalog.items()[0], (EventCatalogItem { T::PVCTachy, 11.0, 5.0, 5.0 }));
-    EXPECT_EQ(catalog.items()[1], (EventCatalogItem { T::PVCTriplet, 13.0, 3.0, 3.0 }));
-    EXPECT_EQ(value(*study, "PVC/runCount"), 1.0);
-    EXPECT_EQ(value(*study, "PVC/tripletCount"), 1.0);
 }
 
 TEST(EventCatalog, RefreshLeavesOtherTypesAndUsesThePauseInterval)

@@ -1,5 +1,4 @@
 #include "fakebeats.h"
-#include "results/beatcountanalyzer.h"
 #include "results/heartrateanalyzer.h"
 
 #include <gtest/gtest.h>
@@ -63,67 +62,6 @@ TEST(HeartRate, MinimumMaximumTiesAndUpperMedian)
     EXPECT_NEAR(valueOf(hr, "avgBPM"), 80.0, 1e-9);
     EXPECT_NEAR(resultOf<BinnedTrend>(hr, "avgBPMPerHour")->valueAt(0), 80.0, 1e-9);
     EXPECT_NEAR(resultOf<BinnedTrend>(hr, "maxBPMPerHour")->valueAt(0), 80.0, 1e-9);
-}
-
-TEST(HeartRate, RateFollowsTheMedianIntervalNotTheBeatsOwn)
-{
-    Beats beats(600.0);
-    // Median RR 1.0 s throughout; beat 10 is a premature V with RR 0.4 s.
-    for (int i = 0; i < 30; ++i)
-        beats.add(i, i == 10 ? 0.4 : 1.0, i == 10 ? BeatV : BeatN, 1.0);
-    HeartRateAnalyzer hr;
-    run(hr, beats);
-    EXPECT_NEAR(valueOf(hr, "avgBPM"), 60.0, 1e-9);
-
-    Beats breaks(600.0);
-    for (int i = 0; i < 25; ++i)
-        breaks.add(i, 0.0, BeatN); // no median RR anywhere: counted, but no rate
-    run(hr, breaks); // the same analyzer again: nothing of the first run is left
-    EXPECT_EQ(resultOf<TTrend>(hr, "BPMTrend")->size(), 0);
-    EXPECT_EQ(valueOf(hr, "avgBPM"), 0.0);
-    EXPECT_EQ(resultOf<EventResult>(hr, "maxBPM")->value, 0.0);
-    EXPECT_EQ(valueOf(hr, "totalBeatCount"), 25.0);
-}
-
-TEST(HeartRate, HourBinsRoundUpToWholeMinutes)
-{
-    // 90 min: (90 + 59) / 60 = 2 hour bins; a full 30-s bin at 5400 s falls in hour 1.
-    Beats beats(5400.0);
-    fillBin(beats, 5400.0, 30, 75.0);
-    beats.add(10.0, 0.0, BeatV);
-    HeartRateAnalyzer hr;
-    run(hr, beats);
-    const BinnedTrend* perHour = resultOf<BinnedTrend>(hr, "beatCountPerHour");
-    ASSERT_EQ(perHour->size(), 2);
-    EXPECT_EQ(perHour->valueAt(0), 1.0);
-    EXPECT_EQ(perHour->valueAt(1), 30.0);
-    EXPECT_NEAR(resultOf<BinnedTrend>(hr, "avgBPMPerHour")->valueAt(1), 75.0, 1e-9);
-    EXPECT_EQ(resultOf<EventResult>(hr, "maxBPM")->timestamp, 5400.0);
-
-    // Under a minute: no hour bins and no 30-s bins, but the total still counts.
-    Beats brief(59.0);
-    fillBin(brief, 0.0, 30, 60.0);
-    run(hr, brief);
-    EXPECT_EQ(resultOf<BinnedTrend>(hr, "beatCountPerHour")->size(), 0);
-    EXPECT_EQ(resultOf<TTrend>(hr, "BPMTrend")->size(), 0);
-    EXPECT_EQ(valueOf(hr, "totalBeatCount"), 30.0);
-}
-
-TEST(BeatCount, CountsEachTypeAndIgnoresOtherCodes)
-{
-    Beats beats(600.0);
-    const int types[] = { BeatU, BeatN, BeatN, BeatV, BeatF, BeatS, BeatS, BeatS, 5, -1 };
-    double t = 1.0;
-    for (int type : types)
-        beats.add(t++, 0.9, type);
-    BeatCountAnalyzer count;
-    run(count, beats);
-    ASSERT_EQ(count.results().size(), 5u);
-    const char* names[]
-        = { "totalCountU", "totalCountN", "totalCountV", "totalCountF", "totalCountS" };
-    const double expected[] = { 1, 2, 1, 1, 3 };
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(valueOf(count, names[i]), expected[i]) << names[i];
 }
 
 } // namespace

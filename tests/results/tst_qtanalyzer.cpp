@@ -26,17 +26,16 @@ TEST(QTAnalyzer, CorrectionFormulasByHand)
 }
 
 // Averages at 500 Hz; channel 0 gets the limits, channel 1 the same without a T end.
-void add(QTAnalyzer& a, double time, int beats, double rr, const Limits& limits)
+void add(QTAnalyzer& a, double time, int beats, double rr, AverageBeatDelineator d0)
 {
-    Limits noT = limits;
-    noT.tEnd = 0;
-    AverageBeatDelineator d0 = limits.delineator(), d1 = noT.delineator();
+    AverageBeatDelineator d1 = d0;
+    d1.tEnd = 0;
     a.addAverage(time, average(beats, rr, 500), { &d0, &d1 });
 }
 
-Limits qrs(int onset, int end, int tEnd, int tPeak = 0)
+AverageBeatDelineator qrs(int onset, int end, int tEnd, int tPeak = 0)
 {
-    Limits l;
+    AverageBeatDelineator l;
     l.qrsOnset = onset;
     l.qrsEnd = end;
     l.tEnd = tEnd;

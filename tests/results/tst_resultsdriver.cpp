@@ -52,15 +52,6 @@ private:
     std::vector<std::string>& m_log;
 };
 
-class Recorder : public ResultsDriver::Observer
-{
-public:
-    void resultsProgress(int nextBeat) override { positions.push_back(nextBeat); }
-    void resultsFinished() override { ++finished; }
-    std::vector<int> positions;
-    int finished = 0;
-};
-
 ResultsDriver::AnalyzerMap counters()
 {
     ResultsDriver::AnalyzerMap map;
@@ -86,29 +77,6 @@ TEST(ResultsDriver, CallsAnalyzersInByteOrderOfNames)
         = { "A:begin", "B:begin", "a:begin", "b:begin", "A:0", "B:0", "a:0", "b:0", "A:2", "B:2",
               "a:2", "b:2", "A:finish", "B:finish", "a:finish", "b:finish" };
     EXPECT_EQ(log, expected);
-}
-
-TEST(ResultsDriver, StepsTakeAtMostThousandBeats)
-{
-    const std::pair<int, std::vector<int>> cases[] = { // beats; positions at begin and per step
-        { 0, { 0 } }, { 1000, { 0, 1000 } }, { 2500, { 0, 1000, 2000, 2500 } }
-    };
-    for (const auto& c : cases) {
-        Beats beats(4000.0);
-        for (int i = 0; i < c.first; ++i)
-            beats.add(i * 1.0, 1.0, BeatN);
-        ResultsDriver driver(counters());
-        Recorder rec;
-        driver.addObserver(&rec);
-        std::vector<int> progress;
-        driver.run(beats, false, [&](int pos, int total) {
-            progress.push_back(pos);
-            EXPECT_EQ(total, c.first);
-        });
-        EXPECT_EQ(rec.positions, c.second) << c.first;
-        EXPECT_EQ(rec.finished, 1);
-        EXPECT_EQ(progress, std::vector<int>(c.second.begin() + 1, c.second.end())) << c.first;
-    }
 }
 
 TEST(ResultsDriver, AverageBeatWhenMoreThanTwentySecondsPassed)
@@ -155,16 +123,6 @@ TEST(ResultsDriver, FillsOnlyMissingKeysUnlessOverwriting)
     }
 }
 
-TEST(ResultsDriver, RequiredKeysDecideWhetherToRun)
-{
-    ResultSet set;
-    for (const QByteArray& key : ResultsDriver::requiredKeys())
-        set.insert(key, std::make_unique<ValueResult>());
-    EXPECT_FALSE(ResultsDriver::needsResults(set));
-    set.remove("afib/afibTotalTime");
-    EXPECT_TRUE(ResultsDriver::needsResults(set));
-}
-
 // Marks are added once, with the rate truncated; a study without a rate gets none.
 TEST(ResultsDriver, StudyMarksComeOnlyTheFirstTime)
 {
@@ -180,12 +138,6 @@ TEST(ResultsDriver, StudyMarksComeOnlyTheFirstTime)
     EXPECT_EQ(study.events().at(0).duration, 5.0);
     EXPECT_EQ(study.events().at(1).description, QByteArray("Maximum HR (85 bpm)"));
     EXPECT_EQ(study.events().at(1).position, 30.0);
-
-    ResultSet none;
-    none.insert("HR/minBPM", std::make_unique<EventResult>());
-    StudyEventList empty;
-    ResultsDriver::addHeartRateMarks(none, empty);
-    EXPECT_EQ(empty.count(), 0);
 }
 
 } // namespace

@@ -116,23 +116,4 @@ TEST_F(STEpisodes, ArtefactLimitsAndSmallAverages)
     EXPECT_EQ(resultOf<BinnedMean>(analyzer, "STLevelPerHour(0)")->binHits(0), 2); // the same two
 }
 
-TEST(STChannels, MissingLimitsOrShortArraysSkipOnlyThatChannel)
-{
-    Beats recording(600.0, 3, 250);
-    STAnalyzer analyzer(1.0, 1.0);
-    analyzer.beginRecording(recording);
-    AverageBeatSnapshot a = average(5, 0.8, 250, 3, 200, 0.25);
-    for (auto& ch : a.channels)
-        ch[75] = 0.4; // 1.0 mm
-    a.channels[2].resize(60); // point 75 lies beyond this one's end
-    AverageBeatDelineator d0, d1, d2;
-    d0.qrsOnset = d2.qrsOnset = 50;
-    d0.qrsEnd = d2.qrsEnd = 70;
-    d1.qrsOnset = 50; // no QRS end
-    analyzer.addAverage(20.0, a, { &d0, &d1, &d2 });
-    EXPECT_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(0)")->size(), 1);
-    EXPECT_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(1)")->size(), 0);
-    EXPECT_EQ(resultOf<TTrend>(analyzer, "STLevelTrend(2)")->size(), 0);
-}
-
 } // namespace

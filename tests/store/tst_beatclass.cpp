@@ -100,10 +100,6 @@ void expectStatistics(const BeatClass& cls, const Expected& e)
 TEST(BeatClassSet, IdsSpecialClassesAndIterationThatSurvivesRemoval)
 {
     BeatClassSet set;
-    EXPECT_EQ(set.classZero()->id, 0); // 0 and -1 live outside the map
-    EXPECT_EQ(set.classNone()->id, -1);
-    EXPECT_EQ(set.find(0), nullptr);
-    EXPECT_EQ(set.first(), nullptr);
     BeatClass* a = set.create(10003);
     EXPECT_EQ(set.create(10003), a) << "creating an existing id gives the same class";
     for (int id : { 10001, 10007, 10005 })
@@ -144,18 +140,6 @@ TEST(BeatClass, RunningMeansEqualPlainMeansAndRemovalReversesThem)
         ASSERT_EQ(x, 0.0);
 }
 
-TEST(BeatClass, MeanRrSkipsBeatsWithoutRrButWeighsByMemberCount)
-{
-    Fixture f({ { 1.0, Shape::Normal, 0.8, 1.0 }, { 2.0, Shape::Normal, 0.0, 1.0 } });
-    BeatClassSet set(f.signal.get(), &f.list);
-    BeatClass* cls = set.create(1);
-    cls->add(0, false);
-    cls->add(1, false);
-    // Second beat: n = 2, the RR update is skipped, so the mean stays at the first value.
-    EXPECT_DOUBLE_EQ(cls->meanRr, 0.8);
-    EXPECT_DOUBLE_EQ(cls->meanRrRatio, 0.8);
-}
-
 TEST(BeatClassSet, MergeWeighsEveryMeanByMemberCounts)
 {
     ThreeBeats f;
@@ -185,7 +169,6 @@ TEST(BeatClass, ShapeAveragesAtMostTheFirst200Members)
     Fixture f(p);
     BeatClassSet set(f.signal.get(), &f.list);
     BeatClass* cls = set.create(1);
-    EXPECT_EQ(cls->shape(0), QVector<double>(125, 0.0)) << "no members gives zeros";
     for (int i = 0; i < 250; ++i)
         cls->add(i, false);
     const QVector<double> s = cls->shape(1);
