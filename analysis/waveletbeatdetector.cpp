@@ -29,6 +29,11 @@ void WaveletBeatDetector::processBlock()
 {
     const ScaleWindow* scales[4] = { &m_windows[0], &m_windows[1], &m_windows[2], &m_windows[3] };
     const qint32 offset = qint32(qint64(m_blockIndex) * m_blockLength);
+    // The recording's last block is mostly zero padding: its few beats say nothing about the
+    // channel, so it keeps the grades of the block before (a recording shorter than one block
+    // has only this block to go by).
+    const bool regrade = m_blockIndex == 0 || !m_source
+        || qint64(offset) + m_blockLength <= m_source->sampleCount();
     for (int ch = 0; ch < channelCount(); ++ch) {
         if (!detectsChannel(ch))
             continue;
@@ -37,7 +42,8 @@ void WaveletBeatDetector::processBlock()
         m_records.clear();
         ChannelDetector& detector = m_channels[size_t(ch)];
         detector.detectBlock(scales, m_records);
-        gradeChannel(ch, int(m_records.size()), detector.state().rejectedCount);
+        if (regrade)
+            gradeChannel(ch, int(m_records.size()), detector.state().rejectedCount);
         for (const LeadBeatRecord& r : m_records) {
             const LeadBeatRecord absolute = r.shifted(offset);
             if (m_recordObserver)

@@ -48,6 +48,18 @@ TEST(WaveletBeatDetector, FindsEveryBeatOfARegularRhythm)
     }
 }
 
+TEST(WaveletBeatDetector, BeatsOfTheLastPartialBlockAreKept)
+{
+    // Ten blocks of 1024 samples and 2 s more: the last block holds only two or three beats, which
+    // must not make every channel unreliable and turn the end of the recording into noise.
+    MemorySource source(2, kRate, 1024);
+    const std::vector<double> truth = regular(0.5, 0.8, 43.0);
+    const std::vector<qint16> a = ecg(truth, 43.0);
+    source.setSamples({ a, a });
+    DetectionRun run(source);
+    expectBeatsMatch(run, truth, 30.0, 42.5);
+}
+
 TEST(WaveletBeatDetector, FlatChannelNeitherDetectsNorDelaysTheOthers)
 {
     MemorySource source(3, kRate, 1024);
