@@ -4,7 +4,9 @@
 // episode of the results) and prints the EC57 beat comparison: QRS, VEB and SVEB per record and
 // gross (first 5 min left out), then the AF episode comparison again for the records whose
 // reference has AF.
-//   mitdb_process_eval [--data DIR] [--keep DIR] [--json] [RECORD...]
+// With --stages it prints instead, per record, the QRS counts after detection, after noise
+// checking, classification, type assignment and additional noise removal: where real beats go.
+//   mitdb_process_eval [--data DIR] [--keep DIR] [--json] [--stages] [RECORD...]
 
 #include "analysis/memorybeatlist.h"
 #include "analysis/studyprocessor.h"
@@ -31,9 +33,12 @@
 
 namespace {
 
+// The beat list as it stands when each later stage starts, and at the end.
+using StageSnapshots = std::vector<std::vector<Beat>>;
+
 // Processes one record in memory, computes its results and returns its labelled beats and AF
 // episodes as annotations.
-QVector<WfdbAnnotation> processRecord(const QString& recordPath)
+QVector<WfdbAnnotation> processRecord(const QString& recordPath, StageSnapshots* stages = nullptr)
 {
     Study study;
     auto raw = std::make_unique<WfdbSource>(recordPath);
@@ -46,12 +51,45 @@ QVector<WfdbAnnotation> processRecord(const QString& recordPath)
     processor.setAutoDelete(false);
     bool finished = false;
     QObject::connect(&processor, &StudyProcessor::done, [&finished] { finished = true; });
+    if (stages) {
+        // run() emits on this thread, so the list is read between two stages.
+        QObject::connect(&processor, &StudyProcessor::progress,
+            [stages, beats, last = QString()](const QString& status, double) mutable {
+                if (status != last && !last.isEmpty())
+                    stages->push_back(beats->beats());
+                last = status;
+            });
+    }
     processor.run();
     if (!finished)
         throw std::runtime_error("processing did not finish: " + recordPath.toStdString());
+    if (stages)
+        stages->push_back(beats->beats());
 
     computeStudyResults(study, AnalysisParams(), true);
     return beatAnnotations(*beats, &study.results(), rate);
+}
+
+// QRS TP/FN/FP of each snapshot against the record's reference.
+void printStages(const QString& rec, const QString& refPath, const QString& outDir,
+    const StageSnapshots& stages, double rate, const EvaluationOptions& options,
+    std::vector<DetectionCounts>& gross)
+{
+    std::printf("%-6s", qPrintable(rec));
+    gross.resize(std::max(gross.size(), stages.size()));
+    for (size_t i = 0; i < stages.size(); ++i) {
+        MemoryBeatList list;
+        for (const Beat& b : stages[i])
+            list.append(b);
+        const QString path = QDir(outDir).filePath(rec + ".stage" + QString::number(i));
+        writeWfdbAnnotations(path, beatAnnotations(list, nullptr, rate));
+        const DetectionCounts q = evaluateRecord(refPath, path, options).beats.qrs();
+        gross[i].tp += q.tp;
+        gross[i].fn += q.fn;
+        gross[i].fp += q.fp;
+        std::printf(" | %6lld %4lld %4lld", q.tp, q.fn, q.fp);
+    }
+    std::printf("\n");
 }
 
 } // namespace
@@ -65,6 +103,7 @@ int main(int argc, char** argv)
         dataDir = "/work/shared/data/mitdb";
     QString keepDir;
     bool json = false;
+    bool stagesOnly = false;
     QStringList records;
     for (int i = 0; i < args.size(); ++i) {
         if (args[i] == "--data" && i + 1 < args.size())
@@ -73,6 +112,8 @@ int main(int argc, char** argv)
             keepDir = args[++i];
         else if (args[i] == "--json")
             json = true;
+        else if (args[i] == "--stages")
+            stagesOnly = true;
         else
             records << args[i];
     }
@@ -91,6 +132,28 @@ int main(int argc, char** argv)
     QTextStream out(stdout);
     EvaluationOptions options;
     QVector<RecordEvaluation> results;
+    if (stagesOnly) {
+        std::printf("QRS TP FN FP after: detection | noise checking | classification | type assignment | "
+                    "additional noise removal\n");
+        std::vector<DetectionCounts> gross;
+        try {
+            for (const QString& rec : records) {
+                StageSnapshots stages;
+                const QString path = data.filePath(rec);
+                processRecord(path, &stages);
+                printStages(rec, path + ".atr", outDir, stages, WfdbSource(path).samplingRate(),
+                    options, gross);
+            }
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "%s\n", e.what());
+            return 1;
+        }
+        std::printf("Gross ");
+        for (const DetectionCounts& q : gross)
+            std::printf(" | %6lld %4lld %4lld", q.tp, q.fn, q.fp);
+        std::printf("\n");
+        return 0;
+    }
     try {
         for (const QString& rec : records) {
             std::fprintf(stderr, "%s\n", qPrintable(rec));
