@@ -133,8 +133,9 @@ int main(int argc, char** argv)
     EvaluationOptions options;
     QVector<RecordEvaluation> results;
     if (stagesOnly) {
-        std::printf("QRS TP FN FP after: detection | noise checking | classification | type assignment | "
-                    "additional noise removal\n");
+        std::printf(
+            "QRS TP FN FP after: detection | noise checking | classification | type assignment | "
+            "additional noise removal\n");
         std::vector<DetectionCounts> gross;
         try {
             for (const QString& rec : records) {
