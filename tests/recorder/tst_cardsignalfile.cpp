@@ -14,13 +14,6 @@ const char* const kCorrupt
     = "File in memory card may be corrupted.\nPlease contact technical support.";
 const char* const kNoCard = "Cannot open file in memory card";
 
-QString writeCard(
-    const testsupport::TempRoot& root, const QByteArray& bytes, const QString& name = "HECG.VTF")
-{
-    testsupport::writeAll(root.file(name), bytes);
-    return root.file(name);
-}
-
 std::string offsetOf(const QString& path)
 {
     std::string result;
@@ -40,9 +33,15 @@ TEST(CardSignalFileOffset, FindsEveryEvenPreambleInMemory)
     }
 }
 
-TEST(CardSignalFileOffset, FilesAndFolders)
+TEST(CardSignalFileOffset, FilesAndFoldersAndBadMarkersInTheCheckedBlocks)
 {
     testsupport::TempRoot root;
+    // Sixteen blocks, one of them with the given status word.
+    const auto marked = [](int block, quint16 word) {
+        std::vector<quint16> statuses(16, 0xC000);
+        statuses[size_t(block)] = word;
+        return cardBlocks(16, statuses);
+    };
     struct Row
     {
         const char* what;
@@ -56,6 +55,11 @@ TEST(CardSignalFileOffset, FilesAndFolders)
         { "zeros, no marker", cardPreamble(4, false) + cardBlocks(16), kCorrupt },
         { "three blocks: zeros past the end break the chain", cardPreamble(2) + cardBlocks(3),
             kCorrupt },
+        // Without a preamble the window holds all 15 markers; behind one the 15th lies past it.
+        { "bad 15th marker", marked(14, 0), kCorrupt },
+        { "bad 15th marker past the window", cardPreamble(2) + marked(14, 0), "2" },
+        { "only the marker nibble counts", cardPreamble(8) + marked(3, 0xCFFF), "8" },
+        { "bad middle marker", cardPreamble(12000) + marked(6, 0xD001), kCorrupt },
     };
     for (const Row& row : rows) {
         const QString path = writeCard(root, row.bytes);
@@ -67,24 +71,6 @@ TEST(CardSignalFileOffset, FilesAndFolders)
     EXPECT_EQ(offsetOf(root.file("absent.vtf")), kNoCard);
     writeCard(root, cardPreamble(100) + cardBlocks(15), "hecg.vtf");
     EXPECT_EQ(offsetOf(root.path()), "100");
-}
-
-TEST(CardSignalFileOffset, BadMarkerInAnyCheckedBlockIsCorrupt)
-{
-    testsupport::TempRoot root;
-    std::vector<quint16> statuses(16, 0xC000);
-    statuses[14] = 0;
-    // Without a preamble the window holds all 15 markers, the last one included...
-    EXPECT_EQ(offsetOf(writeCard(root, cardBlocks(16, statuses))), kCorrupt);
-    // ...behind one the 15th lies past the window.
-    EXPECT_EQ(offsetOf(writeCard(root, cardPreamble(2) + cardBlocks(16, statuses))), "2");
-    // Only the marker nibble counts.
-    statuses[14] = 0xC000;
-    statuses[3] = 0xCFFF;
-    EXPECT_EQ(offsetOf(writeCard(root, cardPreamble(8) + cardBlocks(16, statuses))), "8");
-    statuses[6] = 0xD001; // a middle block, behind the longest preamble
-    const QByteArray head = cardPreamble(12000) + cardBlocks(16, statuses);
-    EXPECT_EQ(CardSignalFile::findDataOffsetIn(head.left(CardSignalFile::kSearchBytes)), -1);
 }
 
 TEST(CardSignalFile, OnlyWholeBlocksCount)
@@ -124,15 +110,6 @@ TEST(CardSignalFile, HandWrittenFrameAndInversion)
     EXPECT_EQ(card.sampleAt(1, 4005), -cardSample(2, 5, 1));
     card.setInverted(1, false);
     EXPECT_EQ(card.sampleAt(1, 4005), cardSample(2, 5, 1));
-    // Across a block boundary, and past the end.
-    std::vector<double> out(4, 99.0);
-    card.readSamples(2, 1998, 4, out.data());
-    EXPECT_EQ(out,
-        std::vector<double>({ double(cardSample(0, 1998, 2)), double(cardSample(0, 1999, 2)),
-            double(cardSample(1, 0, 2)), double(cardSample(1, 1, 2)) }));
-    card.readSamples(2, 5998, 4, out.data());
-    EXPECT_EQ(out[1], cardSample(2, 1999, 2));
-    EXPECT_EQ(out[2] + out[3], 0.0);
 }
 
 TEST(CardSignalFile, StatusWordsAndShrunkFile)

@@ -1,33 +1,22 @@
 #pragma once
 
-// Memory cards, WFDB records and a private study store for the recorder tests; the encoders
-// are written apart from the readers' decoders.
+// Memory cards and WFDB records for the recorder tests, with a private study store; the
+// encoders are written apart from the readers' decoders.
 
 #include "store/progresssink.h"
-#include "store/studyrepository.h"
+#include "tests/store/studytestutil.h"
 #include "tests/support/testsupport.h"
 
 #include <QByteArray>
 #include <QDir>
 #include <QString>
 
-#include <exception>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace rectest {
 
-// The message of what f throws, or "no error".
-template <typename F> std::string errorOf(F&& f)
-{
-    try {
-        f();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "no error";
-}
+using testsupport::errorOf;
 
 inline bool contains(const std::string& text, const QString& part)
 {
@@ -67,6 +56,13 @@ inline QByteArray cardPreamble(int length, bool markerAtEnd = true)
     if (markerAtEnd && length >= 2)
         p[length - 2] = char(0xC0);
     return p;
+}
+
+inline QString writeCard(
+    const testsupport::TempRoot& root, const QByteArray& bytes, const QString& name = "HECG.VTF")
+{
+    testsupport::writeAll(root.file(name), bytes);
+    return root.file(name);
 }
 
 // A deterministic 12-bit signal that visits negative and positive values of every size.
@@ -132,26 +128,6 @@ inline QByteArray headerText(
                  .toUtf8();
     return h;
 }
-
-struct Store
-{
-    testsupport::TempRoot root;
-    std::unique_ptr<StudyRepository> repo;
-
-    explicit Store(StoreIo* io = nullptr)
-    {
-        StudyRepository::Options o;
-        o.rootOverride = root.path();
-        o.io = io;
-        repo = std::make_unique<StudyRepository>("VeltronaHolter", o);
-    }
-    // No study row and no study file of any kind left behind.
-    bool isEmpty() const
-    {
-        return repo->listStudies().isEmpty()
-            && QDir(root.path()).entryList(QDir::Files | QDir::Hidden).isEmpty();
-    }
-};
 
 // Records the last report and raises `cancel` once the position reaches cancelAt (> 0).
 class ProgressLog : public ProgressSink

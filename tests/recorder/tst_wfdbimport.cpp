@@ -1,8 +1,6 @@
 #include "recorder/wfdbimport.h"
 #include "recorder/wfdbrecord.h"
-#include "store/ecgfile.h"
 #include "store/study.h"
-#include "store/studyrepository.h"
 #include "tests/recorder/tst_recordersupport.h"
 
 #include <QDir>
@@ -25,7 +23,7 @@ ImportPatient patient(const QDateTime& start = QDateTime(QDate(2025, 6, 1), QTim
     return p;
 }
 
-std::string importError(Store& store, const QString& record, const ImportPatient& p,
+std::string importError(RepoFixture& store, const QString& record, const ImportPatient& p,
     ProgressSink* progress = nullptr, const CancelFlag* cancel = nullptr)
 {
     return errorOf([&] { importWfdbRecord(*store.repo, record, p, progress, cancel); });
@@ -42,7 +40,7 @@ TEST(WfdbImport, ReferenceRecordReadsBackSampleExact)
               .trimmed();
     ASSERT_FALSE(name.isEmpty());
 
-    Store store;
+    RepoFixture store;
     Study* study = store.repo->openStudy(
         importWfdbRecord(*store.repo, mitdb.filePath(name + ".hea"), patient()));
     ASSERT_NE(study, nullptr);
@@ -51,13 +49,14 @@ TEST(WfdbImport, ReferenceRecordReadsBackSampleExact)
     EXPECT_DOUBLE_EQ(ecg->gainStep(), 1.0 / 200.0); // mitdb: 200 ADC units per mV
     EXPECT_EQ(study->studyDateTime(), QByteArray("20250601093000"));
     EXPECT_EQ(store.repo->studyInfo(study).patientLastName, QByteArray("Núñez"));
+    // Every sample of both channels equals the record's, the last one included.
     WfdbSource record(mitdb.filePath(name));
-    EXPECT_EQ(ecg->sampleCount(), 650000); // 30 min at 360 Hz
-    // Every sample of both channels equals the record's.
-    std::vector<double> a(650000), b(650000);
+    const qint64 n = record.sampleCount();
+    ASSERT_EQ(ecg->sampleCount(), n);
+    std::vector<double> a(static_cast<size_t>(n)), b(static_cast<size_t>(n));
     for (int c = 0; c < 2; ++c) {
-        ecg->readSamples(c, 0, 650000, a.data());
-        record.readSamples(c, 0, 650000, b.data());
+        ecg->readSamples(c, 0, n, a.data());
+        record.readSamples(c, 0, n, b.data());
         EXPECT_TRUE(a == b) << "channel " << c;
     }
     store.repo->closeStudy(study);
@@ -71,19 +70,17 @@ TEST(WfdbImport, StartComesFromPatientOrRecord)
         dir.path(), "dated", "dated 1 250 500 14:05:30 07/03/2024\ndated.dat 16\n", &data);
     const QString undated
         = writeRecord(dir.path(), "undated", "undated 1 250 500\nundated.dat 16\n", &data);
-    Store store;
+    RepoFixture store;
     const QDateTime given(QDate(2025, 1, 2), QTime(3, 4));
-    const std::pair<QString, QDateTime> cases[]
-        = { { dated, QDateTime() }, { dated, given }, { undated, given } };
-    const char* const expected[] = { "20240307140530", "20250102030400", "20250102030400" };
-    for (int i = 0; i < 3; ++i) {
-        Study* s = store.repo->openStudy(
-            importWfdbRecord(*store.repo, cases[i].first, patient(cases[i].second)));
+    for (const auto& [start, expected] :
+        { std::pair<QDateTime, const char*> { QDateTime(), "20240307140530" },
+            { given, "20250102030400" } }) {
+        Study* s = store.repo->openStudy(importWfdbRecord(*store.repo, dated, patient(start)));
         ASSERT_NE(s, nullptr);
-        EXPECT_EQ(s->studyDateTime(), QByteArray(expected[i])) << i;
+        EXPECT_EQ(s->studyDateTime(), QByteArray(expected));
         store.repo->closeStudy(s);
     }
-    Store none;
+    RepoFixture none;
     const std::string msg = importError(none, undated, patient(QDateTime()));
     EXPECT_TRUE(contains(msg, "--date") && contains(msg, "undated")) << msg;
     EXPECT_TRUE(none.isEmpty());
@@ -97,7 +94,7 @@ TEST(WfdbImport, DifferentGainsShareTheFinestStep)
         "g 2 500 300\ng.dat 16 100 16 0 0 0 0 I\n"
         "g.dat 16 400 16 0 0 0 0 II\n",
         &data);
-    Store store;
+    RepoFixture store;
     const int id = importWfdbRecord(*store.repo, rec, patient());
     Study* s = store.repo->openStudy(id);
     ASSERT_NE(s, nullptr);
@@ -118,7 +115,7 @@ TEST(WfdbImport, FailuresLeaveNothing)
     const QByteArray data = encode16(interleaved(frames, 2));
     const QString rec = writeRecord(dir.path(), "w", headerText("w", 2, 360, frames, 16), &data);
     {
-        Store store;
+        RepoFixture store;
         CancelFlag cancel { false };
         ProgressLog sink;
         sink.cancelAt = 1;
@@ -131,12 +128,12 @@ TEST(WfdbImport, FailuresLeaveNothing)
     }
     {
         testsupport::FailingIo io(60000); // the disk fills up during the copy
-        Store store(&io);
+        RepoFixture store(&io);
         EXPECT_NE(importError(store, rec, patient()), "no error");
         EXPECT_TRUE(store.isEmpty());
     }
     // A study needs a whole sampling rate.
-    Store store;
+    RepoFixture store;
     const QString frac
         = writeRecord(dir.path(), "frac", "frac 2 360.5 100\nfrac.dat 16\nfrac.dat 16\n", &data);
     EXPECT_TRUE(contains(importError(store, frac, patient()), "360.5"));

@@ -21,8 +21,7 @@ TEST(WfdbHeader, ParsesFieldsAndDefaults)
                             "rec1.dat 212 500/uV 12 7 3 12 0 chest lead, left\n"
                             "#69 M 1085 1629 x1\n";
     const WfdbHeader h = WfdbHeader::parse(text, "/data/rec1.hea");
-    EXPECT_DOUBLE_EQ(h.samplingRate, 250.0);
-    EXPECT_DOUBLE_EQ(h.counterFrequency, 360.0);
+    EXPECT_DOUBLE_EQ(h.samplingRate, 250.0); // the counter frequency after it is not used
     EXPECT_EQ(h.sampleCount, 225000);
     EXPECT_EQ(h.baseDateTime(), QDateTime(QDate(2025, 11, 22), QTime(10, 30, 15)));
     ASSERT_EQ(h.channels.size(), 3);
@@ -34,8 +33,6 @@ TEST(WfdbHeader, ParsesFieldsAndDefaults)
     const WfdbSignalSpec& b = h.channels[1];
     EXPECT_DOUBLE_EQ(b.gain, 200.0); // 0 means the default
     EXPECT_EQ(b.baseline, 1024); // defaults to adczero
-    EXPECT_EQ(b.initialValue, 1024); // defaults to adczero
-    EXPECT_FALSE(b.hasChecksum);
 
     const WfdbSignalSpec& c = h.channels[2];
     EXPECT_DOUBLE_EQ(c.gainPerMillivolt(), 500000.0);
@@ -66,16 +63,20 @@ TEST(WfdbHeader, BadHeadersNameFileAndLine)
 }
 
 // Both formats, three channels, an odd number of samples across several blocks: every sample
-// comes back as the encoded value minus the signal's baseline.
+// comes back as the encoded value minus the signal's baseline. Also behind a prolog that the
+// byte offset skips, with no length in the header: as many whole frames as the file holds.
 TEST(WfdbSource, EverySampleComesBack)
 {
     const qint64 frames = 9001;
-    for (int format : { 212, 16 }) {
+    for (const auto& [format, prolog] : { std::pair { 212, 0 }, { 16, 0 }, { 212, 7 } }) {
         testsupport::TempRoot root;
         const std::vector<int> values = interleaved(frames, 3);
-        const QByteArray data = format == 212 ? encode212(values) : encode16(values);
-        WfdbSource src(
-            writeRecord(root.path(), "rt", headerText("rt", 3, 360, frames, format, 30), &data));
+        const QByteArray data
+            = QByteArray(prolog, '\x55') + (format == 212 ? encode212(values) : encode16(values));
+        QByteArray header = headerText("rt", 3, 360, frames, format, 30);
+        if (prolog > 0)
+            header.replace("360 9001", "360").replace(".dat 212 ", ".dat 212+7 ");
+        WfdbSource src(writeRecord(root.path(), "rt", header, &data));
         ASSERT_EQ(src.sampleCount(), frames);
         std::vector<double> buf(static_cast<size_t>(frames));
         // Channels visited backwards so that the decoded-block reuse is crossed in both orders.
@@ -84,7 +85,7 @@ TEST(WfdbSource, EverySampleComesBack)
             std::vector<double> expected;
             for (qint64 f = 0; f < frames; ++f)
                 expected.push_back(sampleValue(f, c) - (30 + c));
-            EXPECT_TRUE(buf == expected) << "format " << format << " channel " << c;
+            EXPECT_TRUE(buf == expected) << format << "+" << prolog << " channel " << c;
             EXPECT_EQ(src.sampleAt(c, frames), 0); // past the end
         }
     }
@@ -95,19 +96,6 @@ TEST(WfdbSource, SizesAndFilesChecked)
     testsupport::TempRoot root;
     const std::vector<int> values = interleaved(1000, 2);
     const QByteArray data = encode212(values); // 3000 bytes
-
-    // No length in the header: as many whole frames as there are.
-    QString rec
-        = writeRecord(root.path(), "nolen", "nolen 2 360\nnolen.dat 212\nnolen.dat 212\n", &data);
-    EXPECT_EQ(WfdbSource(rec).sampleCount(), 1000);
-
-    // A byte offset skips a prolog.
-    const QByteArray withProlog = QByteArray(7, '\x55') + data;
-    rec = writeRecord(
-        root.path(), "pro", "pro 2 360 1000\npro.dat 212+7\npro.dat 212+7\n", &withProlog);
-    WfdbSource pro(rec);
-    EXPECT_EQ(pro.sampleAt(1, 999), sampleValue(999, 1));
-
     const std::pair<QByteArray, const char*> cases[] = {
         { headerText("r", 2, 360, 1001, 212), "1001" }, // more than the file holds
         { headerText("r", 1, 360, 10, 311), "format 311" },

@@ -15,54 +15,50 @@ void add(MemoryBeatList& list, double rTime, bool isBeat = true)
     list.append(b);
 }
 
+// The index of the beat a search found, or -1 when it found none.
+int found(bool ok, const Beat& b)
+{
+    return ok ? b.index : -1;
+}
+
 TEST(BeatListWalk, SkipsNoiseEntries)
 {
     MemoryBeatList list;
     Beat b;
-    EXPECT_FALSE(list.firstBeat(b));
+    EXPECT_EQ(found(list.firstBeat(b), b), -1);
     for (int i = 0; i < 6; ++i)
         add(list, i, i == 1 || i == 4); // noise, beat, noise, noise, beat, noise
-    ASSERT_TRUE(list.firstBeat(b));
-    EXPECT_EQ(b.index, 1);
-    ASSERT_TRUE(list.lastBeat(b));
-    EXPECT_EQ(b.index, 4);
-    ASSERT_TRUE(list.nextBeat(1, b));
-    EXPECT_EQ(b.index, 4);
-    ASSERT_TRUE(list.previousBeat(4, b));
-    EXPECT_EQ(b.index, 1);
-    EXPECT_FALSE(list.previousBeat(1, b));
-    EXPECT_FALSE(list.nextBeat(4, b));
+    EXPECT_EQ(found(list.firstBeat(b), b), 1);
+    EXPECT_EQ(found(list.lastBeat(b), b), 4);
+    EXPECT_EQ(found(list.nextBeat(1, b), b), 4);
+    EXPECT_EQ(found(list.previousBeat(4, b), b), 1);
+    EXPECT_EQ(found(list.previousBeat(1, b), b), -1);
+    EXPECT_EQ(found(list.nextBeat(4, b), b), -1);
 }
 
-struct SearchCase
+TEST(BeatListSearch, HandMadeList)
 {
-    double time;
-    int nearest; // -1: false
-    int firstAfter; // first windowStart > time
-    int lastBelow; // last windowStart < time
-};
-
-class BeatListSearch : public ::testing::TestWithParam<SearchCase>
-{
-};
-
-// R times 1, 2, 2, 4 -> windowStart 0.75, 1.75, 1.75, 3.75 (worked out by hand).
-TEST_P(BeatListSearch, HandMadeList)
-{
+    // R times 1, 2, 2, 4 -> windowStart 0.75, 1.75, 1.75, 3.75 (worked out by hand). Per time:
+    // the nearest R, the first windowStart above it and the last one below it.
     MemoryBeatList list;
     for (double t : { 1.0, 2.0, 2.0, 4.0 })
         add(list, t);
-    const SearchCase sc = GetParam();
+    const struct
+    {
+        double time;
+        int nearest, firstAfter, lastBelow;
+    } rows[] = {
+        { -5.0, 0, 0, -1 }, // before everything
+        { 1.5, 2, 1, 0 }, // tie between 1 and the 2s: the later wins
+        { 3.75, 3, -1, 2 }, // window start equal: not above, not below
+        { 99.0, 3, -1, 3 }, // after everything
+    };
     Beat b;
-    EXPECT_EQ(list.nearest(sc.time, b) ? b.index : -1, sc.nearest) << sc.time;
-    EXPECT_EQ(list.firstWithWindowAfter(sc.time, b) ? b.index : -1, sc.firstAfter) << sc.time;
-    EXPECT_EQ(list.lastBelow(sc.time, b) ? b.index : -1, sc.lastBelow) << sc.time;
+    for (const auto& r : rows) {
+        EXPECT_EQ(found(list.nearest(r.time, b), b), r.nearest) << r.time;
+        EXPECT_EQ(found(list.firstWithWindowAfter(r.time, b), b), r.firstAfter) << r.time;
+        EXPECT_EQ(found(list.lastBelow(r.time, b), b), r.lastBelow) << r.time;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, BeatListSearch,
-    ::testing::Values(SearchCase { -5.0, 0, 0, -1 }, // before everything
-        SearchCase { 1.5, 2, 1, 0 }, // tie between 1 and the 2s: the later wins
-        SearchCase { 3.75, 3, -1, 2 }, // window start equal: not above, not below
-        SearchCase { 99.0, 3, -1, 3 })); // after everything
 
 } // namespace

@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <exception>
+#include <string>
+
 namespace testsupport {
 
 // The reference recordings folder, or empty when it is absent.
@@ -51,6 +54,17 @@ private:
     qint64 m_written = 0;
     bool m_failCommit = false;
 };
+
+// The message of what f throws, or "no error".
+template <typename F> std::string errorOf(F&& f)
+{
+    try {
+        f();
+    } catch (const std::exception& e) {
+        return e.what();
+    }
+    return "no error";
+}
 
 // Reads a whole file; empty if it can't be read.
 QByteArray readAll(const QString& path);
