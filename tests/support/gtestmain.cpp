@@ -1,18 +1,27 @@
+#ifdef HOLTER_TEST_GUI
+#include <QApplication>
+using TestApplication = QApplication;
+#else
 #include <QCoreApplication>
+using TestApplication = QCoreApplication;
+#endif
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
-// One QCoreApplication per test process, and a private XDG data home so that nothing a test
+// One application object per test process, and a private XDG data home so that nothing a test
 // does can reach the user's real data folder.
 int main(int argc, char** argv)
 {
     QTemporaryDir home;
     qputenv("XDG_DATA_HOME", home.path().toUtf8());
     qputenv("XDG_CONFIG_HOME", (home.path() + "/config").toUtf8());
+#ifdef HOLTER_TEST_GUI
+    // Test discovery runs the binary at build time, where there may be no display.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+#endif
     ::testing::InitGoogleTest(&argc, argv);
-    QCoreApplication app(argc, argv);
+    TestApplication app(argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -25,10 +25,7 @@ TempRoot::TempRoot()
 
 qint64 FailingIo::allowance(qint64 size)
 {
-    if (m_budget < 0)
-        return size;
-    const qint64 allowed = std::max<qint64>(0, std::min(size, m_budget - m_written));
-    return allowed;
+    return m_budget < 0 ? size : std::max<qint64>(0, std::min(size, m_budget - m_written));
 }
 
 qint64 FailingIo::write(QIODevice& device, const char* data, qint64 size)
