@@ -6,6 +6,7 @@
 
 #include "analysis/memorybeatlist.h"
 #include "store/beat.h"
+#include "store/beatclass.h"
 
 #include <cmath>
 #include <memory>
@@ -13,7 +14,7 @@
 
 namespace classify {
 
-enum class Shape { Normal, Ventricular, Flat };
+enum class Shape { Normal, Ventricular };
 
 struct Placed
 {
@@ -42,8 +43,6 @@ inline double beatValue(const Placed& b, double t, int c)
         return gain
             * (-1500.0 * gauss(t, b.r, 0.04) + 400.0 * gauss(t, b.r + 0.08, 0.03)
                 - 400.0 * gauss(t, b.r + 0.35, 0.05));
-    case Shape::Flat:
-        return 0.0;
     }
     return 0.0;
 }
@@ -53,7 +52,6 @@ inline double beatValue(const Placed& b, double t, int c)
 inline std::unique_ptr<MemorySource> makeSignal(
     const std::vector<Placed>& beats, double seconds, int channels = 2, int rate = 250)
 {
-    auto source = std::make_unique<MemorySource>(channels, rate, 64);
     const qint64 n = qint64(seconds * rate);
     std::vector<std::vector<qint16>> data(size_t(channels), std::vector<qint16>(size_t(n), 0));
     for (int c = 0; c < channels; ++c) {
@@ -67,8 +65,7 @@ inline std::unique_ptr<MemorySource> makeSignal(
             data[size_t(c)][size_t(i)] = qint16(std::lround(v));
         }
     }
-    source->setSamples(data);
-    return source;
+    return std::make_unique<MemorySource>(rate, 64, data);
 }
 
 // Writes a measure whether or not the beat has a source (the accessor needs one).
@@ -94,7 +91,7 @@ inline Beat makeBeat(const Placed& p, int index, SignalSource* source)
     const int channels = source ? source->channelCount() : 2;
     for (int c = 0; c < channels && c < Beat::kChannels; ++c) {
         const bool v = p.shape == Shape::Ventricular;
-        setMeasure(b, c, Beat::HasQrs, p.shape == Shape::Flat ? 0.0 : 1.0);
+        setMeasure(b, c, Beat::HasQrs, 1.0);
         setMeasure(b, c, Beat::RPeak, p.r);
         setMeasure(b, c, Beat::SPeak, v ? p.r : p.r + 0.03);
         setMeasure(b, c, Beat::QrsPolarity, v ? -1.0 : 1.0);
@@ -119,6 +116,21 @@ inline std::vector<Placed> regular(double start, double rr, int count)
         out.push_back({ start + i * rr, Shape::Normal, rr, rr });
     return out;
 }
+
+// Placed beats drawn on a signal (by default to 1 s past the last) and listed, with an empty
+// class set over them.
+struct ListedBeats
+{
+    explicit ListedBeats(const std::vector<Placed>& placed, double seconds = 0.0)
+        : signal(makeSignal(placed, seconds > 0.0 ? seconds : placed.back().r + 1.0))
+        , classes(signal.get(), &list)
+    {
+        fillList(list, placed, signal.get());
+    }
+    std::unique_ptr<MemorySource> signal;
+    MemoryBeatList list;
+    BeatClassSet classes;
+};
 
 // Mean-removed window of `length` samples from `start` of a channel, read straight from the
 // generating formula's samples (independent of the code under test).

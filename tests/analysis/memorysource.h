@@ -16,6 +16,12 @@ public:
     {
         m_data.resize(size_t(channels));
     }
+    // A source holding `samples`, one vector per channel.
+    MemorySource(int rate, int blockSize, const std::vector<std::vector<qint16>>& samples)
+        : MemorySource(int(samples.size()), rate, blockSize)
+    {
+        setSamples(samples);
+    }
     ~MemorySource() override { releaseAllBlocks(); }
 
     // Replaces all channels with `samples` (one vector per channel).

@@ -93,20 +93,12 @@ TEST_P(AverageBeatAtRate, LimitsOfKnownShapes)
 {
     const int rate = GetParam();
     const double step = 1.0 / 250; // the rules run at 250 Hz
-    BeatShape wide; // 140 ms QRS, early narrow P, late T
-    wide.pStart = 0.080;
-    wide.pEnd = 0.160;
-    wide.qrsStart = 0.240;
-    wide.qTime = 0.256;
-    wide.sTime = 0.340;
-    wide.qrsStop = 0.380;
-    wide.tStart = 0.520;
-    wide.tEnd = 0.760;
+    const BeatShape wide { 0.080, 0.160, 120.0, 0.240, 0.256, 0.340, 0.380, 0.520, 0.760, 250.0 };
     const struct
     {
         BeatShape shape;
         double rr;
-    } cases[] = { { BeatShape(), 1.0 }, { wide, 0.8 } };
+    } cases[] = { { BeatShape(), 1.0 }, { wide, 0.8 } }; // wide: 140 ms QRS, early P, late T
     for (const auto& c : cases) {
         const BeatShape& s = c.shape;
         const AverageBeatDelineator d = measured(s.sample(rate), rate, c.rr);

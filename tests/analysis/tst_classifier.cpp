@@ -3,7 +3,6 @@
 #include "analysis/beatclassifier.h"
 #include "analysis/morphologymatcher.h"
 #include "analysis/recentbeatwindow.h"
-#include "store/beatclass.h"
 
 #include <gtest/gtest.h>
 
@@ -41,8 +40,7 @@ TEST(RecentBeatWindow, ReferenceIsMostUpOrMostDownLowerChannelOnTies)
         { { { 1, -1, 0 }, { 1, -1, 0 } }, 0, Beat::RPeak }, // equal up and down stays up
     };
     for (const auto& c : cases) {
-        MemorySource source(3, 125, 256);
-        source.setSamples({ std::vector<qint16>(2000), {}, {} });
+        MemorySource source(125, 256, { std::vector<qint16>(2000), {}, {} });
         RecentBeatWindow window(20.0, false, &source);
         for (size_t i = 0; i < c.beats.size(); ++i)
             window.push(polarityBeat(1.0 + double(i), c.beats[i]));
@@ -164,8 +162,7 @@ TEST(MorphologyMatcher, TemplateWeightsHalveWithEachBeat)
     for (int b = 0; b < 3; ++b)
         for (size_t i = 0; i < v.size(); ++i)
             v[i] = qint16(v[i] + std::lround(800.0 * gauss(i / 125.0, times[b], widths[b])));
-    MemorySource source(1, 125, 256);
-    source.setSamples({ v });
+    MemorySource source(125, 256, { v });
     MorphologyMatcher matcher(0.15, 0.35, &source);
     std::vector<double> expected(63, 0.0);
     double weight = 1.0;
@@ -186,8 +183,7 @@ TEST(MorphologyMatcher, TemplateWeightsHalveWithEachBeat)
 
 TEST(MorphologyMatcher, KeysKeepSameShapesApartAndClosingDoesNotJoinThem)
 {
-    MemorySource source(1, 125, 256);
-    source.setSamples({ pulses({ 1, 2, 3, 4, 5, 6 }, 8.0, 0.02) });
+    MemorySource source(125, 256, { pulses({ 1, 2, 3, 4, 5, 6 }, 8.0, 0.02) });
     MorphologyMatcher matcher(0.15, 0.35, &source);
     // One shape: regular, premature, regular, inverted polarity key, premature, in between.
     const int a = matcher.classify(matcherBeat(0, 1.2, 1.0, 1.0));
@@ -213,8 +209,7 @@ TEST(MorphologyMatcher, ClosingMergesTemplatesThatMatchOnlyWithTheWiderShift)
 {
     // Beats 2 and 3 sit 3 samples late: beyond the +-2 search of a beat, within the +-3 of closing.
     const double shift = 3.0 / 125.0;
-    MemorySource source(1, 125, 256);
-    source.setSamples({ pulses({ 1.0, 2.0, 3.0 + shift, 4.0 + shift }, 6.0, 0.012) });
+    MemorySource source(125, 256, { pulses({ 1.0, 2.0, 3.0 + shift, 4.0 + shift }, 6.0, 0.012) });
     MorphologyMatcher matcher(0.15, 0.35, &source);
     MergeRecorder recorder;
     matcher.setListener(&recorder);
@@ -240,20 +235,13 @@ TEST(MorphologyMatcher, ClosingMergesTemplatesThatMatchOnlyWithTheWiderShift)
 
 namespace {
 
-struct ClassifierRun
+struct ClassifierRun : ListedBeats
 {
-    std::vector<Placed> placed;
-    std::unique_ptr<MemorySource> signal;
-    MemoryBeatList list;
-    BeatClassSet classes;
     BeatClassifier classifier;
 
-    ClassifierRun(std::vector<Placed> p, double seconds)
-        : placed(std::move(p))
-        , signal(makeSignal(placed, seconds))
-        , classes(signal.get(), &list)
+    ClassifierRun(const std::vector<Placed>& p, double seconds)
+        : ListedBeats(p, seconds)
     {
-        fillList(list, placed, signal.get());
         classifier.init(&list, signal.get(), &classes);
     }
     const BeatClass* classOf(int index) const

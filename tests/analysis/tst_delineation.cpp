@@ -40,48 +40,34 @@ LeadBeatRecord delineate(const std::vector<Lobe>& w2, const std::vector<Lobe>& w
     return r;
 }
 
-const auto kByName = [](const auto& info) { return std::string(info.param.name); };
-
-struct QrsCase
-{
-    const char* name;
-    std::vector<Lobe> w2;
-    int polarity, qPeak, rPeak, sPeak, qrsOn, qrsOff;
-};
-
-class QrsDelineation : public ::testing::TestWithParam<QrsCase>
-{
-};
-
-TEST_P(QrsDelineation, FindsPeaksAndLimits)
-{
-    const QrsCase& c = GetParam();
-    ChannelDetectorState state(kLength);
-    const LeadBeatRecord r = delineate(c.w2, {}, 105, 400, state);
-    EXPECT_EQ(r.qrsPolarity, c.polarity);
-    EXPECT_EQ(r.qPeak, c.qPeak);
-    EXPECT_EQ(r.rPeak, c.rPeak);
-    EXPECT_EQ(r.sPeak, c.sPeak);
-    EXPECT_EQ(r.qrsOn, c.qrsOn);
-    EXPECT_EQ(r.qrsOff, c.qrsOff);
-}
-
 // W2 lobes 10 samples apart cross zero at 105; with W3 zero, a limit without a side wave is the
 // sample next to the outer lobe (99 or 111).
-INSTANTIATE_TEST_SUITE_P(Cases, QrsDelineation,
-    ::testing::Values(
+TEST(WaveDelineator, QrsPeaksAndLimits)
+{
+    const struct
+    {
+        std::vector<Lobe> w2;
+        std::vector<int> expected; // polarity, Q, R and S peaks, onset, end
+    } cases[] = {
         // Falling W2 first (rising signal): upright R at the crossing.
-        QrsCase { "uprightR", { { 100, -50 }, { 110, 50 } }, 1, kNone, 105, kNone, 99, 111 },
+        { { { 100, -50 }, { 110, 50 } }, { 1, kNone, 105, kNone, 99, 111 } },
         // Rising first: a pure QS, Q and S on the same sample.
-        QrsCase { "pureQS", { { 100, 50 }, { 110, -50 } }, -1, 105, kNone, 105, 99, 111 },
+        { { { 100, 50 }, { 110, -50 } }, { -1, 105, kNone, 105, 99, 111 } },
         // A small falling lobe at 91: R at 96 (W2 turns non-negative), onset (int)(91 - 3.75).
-        QrsCase {
-            "rsComplex", { { 91, -25 }, { 100, 50 }, { 110, -50 } }, -1, kNone, 96, 105, 87, 111 },
+        { { { 91, -25 }, { 100, 50 }, { 110, -50 } }, { -1, kNone, 96, 105, 87, 111 } },
         // A rising lobe at 119 ends the QRS at (int)(119 + 1.25); W2 >= 0 from 110 stops at 115.
-        QrsCase {
-            "uprightRS", { { 100, -50 }, { 110, 50 }, { 119, -20 } }, 1, kNone, 105, 114, 99, 120 },
-        QrsCase { "onlyOneLobe", { { 100, 50 } }, 0, kNone, kNone, kNone, kNone, kNone }),
-    kByName);
+        { { { 100, -50 }, { 110, 50 }, { 119, -20 } }, { 1, kNone, 105, 114, 99, 120 } },
+        { { { 100, 50 } }, { 0, kNone, kNone, kNone, kNone, kNone } }, // only one lobe
+    };
+    for (const auto& c : cases) {
+        ChannelDetectorState state(kLength);
+        const LeadBeatRecord r = delineate(c.w2, {}, 105, 400, state);
+        EXPECT_EQ(
+            (std::vector<int> { r.qrsPolarity, r.qPeak, r.rPeak, r.sPeak, r.qrsOn, r.qrsOff }),
+            c.expected)
+            << "row " << (&c - cases);
+    }
+}
 
 // Without a side wave, walk out from the outer lobe while |W3| stays above a fifth of its value
 // there, at most 0.05 s (12.5 samples). W3 is 100 on the plateau and 10 elsewhere.
@@ -115,21 +101,19 @@ TEST(WaveDelineator, PWavePairsCloseLobesOnly)
     const struct
     {
         std::vector<Lobe> w4;
-        int polarity, peak, on, off;
+        std::vector<int> expected; // polarity, peak, onset, end
     } cases[] = {
-        { { { 450, -20 }, { 460, 20 } }, 1, 455, 447, 462 }, // limits 2.5 samples out
-        { { { 450, 20 }, { 460, -20 } }, -1, 455, 447, 462 },
-        { { { 445, -20 }, { 475, 20 } }, 0, kNone, kNone, kNone }, // 0.12 s apart: two waves
-        { { { 450, -2.5 }, { 460, 2.5 } }, 0, kNone, kNone, kNone }, // below 0.3 x T4 = 3
+        { { { 450, -20 }, { 460, 20 } }, { 1, 455, 447, 462 } }, // limits 2.5 samples out
+        { { { 450, 20 }, { 460, -20 } }, { -1, 455, 447, 462 } },
+        { { { 445, -20 }, { 475, 20 } }, { 0, kNone, kNone, kNone } }, // 0.12 s apart: two waves
+        { { { 450, -2.5 }, { 460, 2.5 } }, { 0, kNone, kNone, kNone } }, // below 0.3 x T4 = 3
     };
     for (const auto& c : cases) {
         ChannelDetectorState state(kLength);
         const LeadBeatRecord r = delineate({ { 500, -50 }, { 510, 50 } }, c.w4, 505, 900, state);
         ASSERT_EQ(r.qrsOn, 499);
-        EXPECT_EQ(r.pPolarity, c.polarity) << c.w4[0].centre << " " << c.w4[0].height;
-        EXPECT_EQ(r.pPeak, c.peak);
-        EXPECT_EQ(r.pOn, c.on);
-        EXPECT_EQ(r.pOff, c.off);
+        EXPECT_EQ((std::vector<int> { r.pPolarity, r.pPeak, r.pOn, r.pOff }), c.expected)
+            << "row " << (&c - cases);
     }
     // After a T ending at 470 (past qrs - 75) the P window starts at 470 + 12 = 482.
     ChannelDetectorState state(kLength);

@@ -9,19 +9,9 @@
 
 using testsignals::readAll;
 
-namespace {
-
-std::unique_ptr<BlockFilter> smoother()
-{
-    return std::make_unique<FirBlockFilter>(std::vector<double> { 0.25, 0.5, 0.25 });
-}
-
-} // namespace
-
 TEST(FilteredSourceF64, KeepsFractionsAndSingleReadsRoundDown)
 {
-    MemorySource src(1, 250, 3);
-    src.setSamples({ { 7, -7, 3, 4, 5, 6 } });
+    MemorySource src(250, 3, { { 7, -7, 3, 4, 5, 6 } });
     FilteredSourceF64 f(&src, std::make_unique<FirBlockFilter>(std::vector<double> { 0.4 }));
     std::vector<double> v(9, -1.0);
     f.readSamples(0, -2, 9, v.data()); // across blocks and outside the recording
@@ -38,10 +28,9 @@ TEST(FilteredSourceF64, KeepsFractionsAndSingleReadsRoundDown)
 
 TEST(FilteredSource, AppendsPropagateThroughTheChain)
 {
-    MemorySource src(1, 500, 4);
-    src.setSamples({ std::vector<qint16>(8, 100) });
+    MemorySource src(500, 4, { std::vector<qint16>(8, 100) });
     ResampledSource r(&src, 250);
-    FilteredSource f(&r, smoother());
+    FilteredSource f(&r, std::make_unique<FirBlockFilter>(std::vector<double> { 0.25, 0.5, 0.25 }));
     CountingListener listener;
     f.addListener(&listener);
     // The ends see a zero neighbour: 0.5 * 100 + 0.25 * 100 = 75.

@@ -81,20 +81,6 @@ TEST(NoiseCheckerStep, IndexOfEntriesByHand)
 
 namespace {
 
-struct HysteresisCase
-{
-    const char* name;
-    int count;
-    std::vector<std::pair<int, double>> spikes; // noiseIndex entries set by hand
-    std::string noiseBefore; // 'x': noise beforehand
-    std::vector<std::pair<int, int>> marked; // stretches expected to become noise
-    std::vector<int> breakers; // entries expected to lose their RR
-};
-
-class NoiseHysteresis : public ::testing::TestWithParam<HysteresisCase>
-{
-};
-
 std::vector<std::pair<int, double>> everyEntry(int n, double v)
 {
     std::vector<std::pair<int, double>> s;
@@ -105,52 +91,58 @@ std::vector<std::pair<int, double>> everyEntry(int n, double v)
 
 } // namespace
 
-TEST_P(NoiseHysteresis, MarksExactlyTheConfirmedStretches)
-{
-    const HysteresisCase& c = GetParam();
-    MemoryBeatList list;
-    for (int i = 0; i < c.count; ++i)
-        add(list, i, 1.0, !(size_t(i) < c.noiseBefore.size() && c.noiseBefore[size_t(i)] == 'x'));
-    const std::vector<Beat> before = list.beats();
-    NoiseChecker checker(list);
-    for (auto spike : c.spikes)
-        checker.noiseIndex[size_t(spike.first)] = spike.second;
-    checker.index = c.count;
-    checker.finish();
-
-    std::string expected(size_t(c.count), '.');
-    for (auto m : c.marked)
-        for (int i = m.first; i <= m.second; ++i)
-            expected[size_t(i)] = 'x';
-    for (int b : c.breakers)
-        expected[size_t(b)] = '0';
-    EXPECT_EQ(changes(before, list.beats()), expected);
-}
-
 // One spike v at entry k smooths to v / 10 on entries k - 4 .. k + 5; the limits are 0.09 to
 // open and above 0.11 to confirm.
-INSTANTIATE_TEST_SUITE_P(Cases, NoiseHysteresis,
-    ::testing::Values(
+TEST(NoiseCheckerFinish, MarksExactlyTheConfirmedStretches)
+{
+    const struct
+    {
+        const char* name;
+        int count;
+        std::vector<std::pair<int, double>> spikes; // noiseIndex entries set by hand
+        std::string noiseBefore; // 'x': noise beforehand
+        std::vector<std::pair<int, int>> marked; // stretches expected to become noise
+        std::vector<int> breakers; // entries expected to lose their RR
+    } cases[] = {
         // 0.9 / 10 is exactly 0.09: touches the opening limit but never opens.
-        HysteresisCase { "ExactlyOpenLimitNeverOpens", 40, { { 20, 0.9 } }, "", {}, {} },
+        { "ExactlyOpenLimitNeverOpens", 40, { { 20, 0.9 } }, "", {}, {} },
         // 0.09 on 16..25, then 0.12 on 26..35: the stretch opens at 26, not 16.
-        HysteresisCase { "StretchStartsAboveTheLimit", 50, { { 20, 0.9 }, { 30, 1.2 } }, "",
-            { { 26, 35 } }, { 36 } },
-        HysteresisCase { "ConfirmedStretch", 40, { { 20, 1.2 } }, "", { { 16, 25 } }, { 26 } },
+        { "StretchStartsAboveTheLimit", 50, { { 20, 0.9 }, { 30, 1.2 } }, "", { { 26, 35 } },
+            { 36 } },
+        { "ConfirmedStretch", 40, { { 20, 1.2 } }, "", { { 16, 25 } }, { 26 } },
         // Entries 26..35 at exactly 0.09 keep it open.
-        HysteresisCase { "ExactlyOpenLimitNeverCloses", 50, { { 20, 1.2 }, { 30, 0.9 } }, "",
-            { { 16, 35 } }, { 36 } },
+        { "ExactlyOpenLimitNeverCloses", 50, { { 20, 1.2 }, { 30, 0.9 } }, "", { { 16, 35 } },
+            { 36 } },
         // The RR breaker is the next real beat: noise entries 26, 27 are passed over.
-        HysteresisCase { "CloseSkipsNoiseEntries", 40, { { 20, 1.2 } }, std::string(26, '.') + "xx",
+        { "CloseSkipsNoiseEntries", 40, { { 20, 1.2 } }, std::string(26, '.') + "xx",
             { { 16, 25 } }, { 28 } },
         // The five unsmoothed (zero) entries at the end close the stretch.
-        HysteresisCase {
-            "StretchIntoTheUnsmoothedTail", 30, { { 24, 1.2 } }, "", { { 20, 24 } }, { 25 } },
+        { "StretchIntoTheUnsmoothedTail", 30, { { 24, 1.2 } }, "", { { 20, 24 } }, { 25 } },
         // Eleven entries smooth only entry 5, which can't confirm; twelve smooth 5 and 6.
-        HysteresisCase { "ElevenEntriesOneSmoothedValue", 11, everyEntry(11, 9.0), "", {}, {} },
-        HysteresisCase {
-            "TwelveEntriesSmallestStretch", 12, everyEntry(12, 9.0), "", { { 5, 6 } }, { 7 } }),
-    [](const auto& info) { return std::string(info.param.name); });
+        { "ElevenEntriesOneSmoothedValue", 11, everyEntry(11, 9.0), "", {}, {} },
+        { "TwelveEntriesSmallestStretch", 12, everyEntry(12, 9.0), "", { { 5, 6 } }, { 7 } },
+    };
+    for (const auto& c : cases) {
+        MemoryBeatList list;
+        for (int i = 0; i < c.count; ++i)
+            add(list, i, 1.0,
+                !(size_t(i) < c.noiseBefore.size() && c.noiseBefore[size_t(i)] == 'x'));
+        const std::vector<Beat> before = list.beats();
+        NoiseChecker checker(list);
+        for (auto spike : c.spikes)
+            checker.noiseIndex[size_t(spike.first)] = spike.second;
+        checker.index = c.count;
+        checker.finish();
+
+        std::string expected(size_t(c.count), '.');
+        for (auto m : c.marked)
+            for (int i = m.first; i <= m.second; ++i)
+                expected[size_t(i)] = 'x';
+        for (int b : c.breakers)
+            expected[size_t(b)] = '0';
+        EXPECT_EQ(changes(before, list.beats()), expected) << c.name;
+    }
+}
 
 // Letters: N class 1 type N, RR 1.0; n the same with RR 0.0; u a U beat alone in its own class;
 // c class 7 type U (several members); v alone in its class but type V; z U beat with no class

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <vector>
 
 namespace {
@@ -22,10 +21,10 @@ std::vector<qint16> block(SignalSource& s, int channel, int b)
 
 TEST(ResampledSource, ThousandToTwoFiftyIsABoxAverageOfFour)
 {
-    MemorySource src(1, 1000, 4);
     // Group sums 10, 41, -26, 3, 0, -3, -5, 7; / 4 truncates toward zero.
-    src.setSamples({ { 1, 2, 3, 4, 10, 10, 10, 11, -5, -6, -7, -8, 0, 0, 0, 3, //
-        0, 0, 0, 0, -1, -1, -1, 0, -5, 0, 0, 0, 1, 2, 3, 1 } });
+    MemorySource src(1000, 4,
+        { { 1, 2, 3, 4, 10, 10, 10, 11, -5, -6, -7, -8, 0, 0, 0, 3, //
+            0, 0, 0, 0, -1, -1, -1, 0, -5, 0, 0, 0, 1, 2, 3, 1 } });
     ResampledSource r(&src, 250);
     ASSERT_EQ(r.sampleCount(), 8);
     EXPECT_EQ(block(r, 0, 0), (std::vector<qint16> { 2, 10, -6, 0 }));
@@ -34,11 +33,10 @@ TEST(ResampledSource, ThousandToTwoFiftyIsABoxAverageOfFour)
 
 TEST(ResampledSource, TwoHundredToTwoFiftyInterpolatesLinearly)
 {
-    MemorySource src(1, 200, 5);
     std::vector<qint16> s;
     for (int n = 0; n < 13; ++n)
         s.push_back(qint16(7 * n - 20));
-    src.setSamples({ s });
+    MemorySource src(200, 5, { s });
     ResampledSource r(&src, 250);
     ASSERT_EQ(r.sampleCount(), 16); // 13 * 1.25 = 16.25
     ASSERT_EQ(r.blockCount(), 4);
@@ -52,8 +50,7 @@ TEST(ResampledSource, TwoHundredToTwoFiftyInterpolatesLinearly)
 
 TEST(ResampledSource, UpsamplingNeverReadsPastItsBuffer)
 {
-    MemorySource src(1, 125, 4);
-    src.setSamples({ { 0, 100, 200, 300, 400, 500, 600, 700 } });
+    MemorySource src(125, 4, { { 0, 100, 200, 300, 400, 500, 600, 700 } });
     ResampledSource r(&src, 250);
     ASSERT_EQ(r.blockCount(), 4);
     EXPECT_EQ(block(r, 0, 0), (std::vector<qint16> { 0, 50, 100, 150 }));
@@ -62,8 +59,7 @@ TEST(ResampledSource, UpsamplingNeverReadsPastItsBuffer)
 
 TEST(ResampledSource, OutOfRangeReadsGiveZerosAndNull)
 {
-    MemorySource src(1, 500, 4);
-    src.setSamples({ { 4, 4, 8, 8, 6, 6, 2, 2 } });
+    MemorySource src(500, 4, { { 4, 4, 8, 8, 6, 6, 2, 2 } });
     ResampledSource r(&src, 250);
     EXPECT_EQ(r.getBlock(0, -1), nullptr);
     EXPECT_EQ(r.getBlock(1, 0), nullptr);

@@ -3,7 +3,6 @@
 #include "analysis/averagebeatdelineator.h"
 #include "analysis/beatclassifier.h"
 #include "analysis/typeassignment.h"
-#include "store/beatclass.h"
 
 #include <gtest/gtest.h>
 
@@ -11,12 +10,9 @@ using namespace classify;
 
 namespace {
 
-const auto kByName = [](const auto& info) { return std::string(info.param.name); };
-
-// Two channels of one class profile; the reference is upright, P and T upright, 100 units, 80 ms.
+// Two channels of one class profile.
 struct ScoreCase
 {
-    const char* name;
     int sign;
     double amplitude, duration, p, t, ratio;
     int members;
@@ -43,72 +39,50 @@ ClassProfile profile(const ScoreCase& c)
     return p;
 }
 
-class Scoring : public ::testing::TestWithParam<ScoreCase>
-{
-};
-
 } // namespace
-
-TEST_P(Scoring, NormalAndVentricularTests)
-{
-    const ScoreCase& c = GetParam();
-    ClassProfile ref = profile({ "", 1, 100.0, 0.08, 1.0, 1.0, 1.0, 100, false, 0, 0, 0 });
-    ref.type = BeatN;
-    const double corr[4] = { c.corr, c.corr, c.corr, c.corr };
-    EXPECT_EQ(normalTest(profile(c), ref, corr), c.normal);
-    EXPECT_EQ(ventricularTest(profile(c), ref, corr), c.ventricular);
-}
 
 // Per channel, normal: corr 3 + amplitude 2 + duration 2 + sign 1 + P 1 + T 1; ventricular:
 // corr 3 + amplitude 3 + duration 3 + sign 1 + P 1 + T 1. Sign, P and T rows count in the
-// total only when they hold.
-INSTANTIATE_TEST_SUITE_P(Cases, Scoring,
-    ::testing::Values(
-        ScoreCase { "UndecidedTiming", 1, 100, 0.08, 1, 1, 0.9, 20, false, 0.95, BeatU, BeatU },
-        ScoreCase { "Premature", 1, 100, 0.08, 1, 1, 0.7, 20, false, 0.95, BeatS, BeatU },
-        ScoreCase {
-            "PrematureNeedsTenMembers", 1, 100, 0.08, 1, 1, 0.7, 9, false, 0.95, BeatU, BeatU },
-        ScoreCase {
-            "PrematureNeedsTwoChannels", 1, 100, 0.08, 1, 1, 0.7, 20, true, 0.95, BeatU, BeatU },
-        // 3 + 0 + 2 + 1 with P and T differing: 6/8 is exactly 0.75 and fails.
-        ScoreCase { "NormalAtThreeQuartersFails", 1, 150, 0.08, 0.4, -1, 1.0, 20, false, 0.95,
-            BeatU, BeatU },
-        ScoreCase {
-            "NormalJustAbove", 1, 150, 0.08, 1, -1, 1.0, 20, false, 0.95, BeatN, BeatU }, // 7/9
+// total only when they hold. The reference is upright, P and T upright, 100 units, 80 ms.
+TEST(Scoring, NormalAndVentricularTests)
+{
+    const ScoreCase cases[] = {
+        { 1, 100, 0.08, 1, 1, 0.9, 20, false, 0.95, BeatU, BeatU }, // timing undecided
+        { 1, 100, 0.08, 1, 1, 0.7, 20, false, 0.95, BeatS, BeatU }, // premature
+        { 1, 100, 0.08, 1, 1, 0.7, 10, false, 0.95, BeatS, BeatU }, // ten members are enough
+        { 1, 100, 0.08, 1, 1, 0.7, 9, false, 0.95, BeatU, BeatU }, // nine are not
+        { 1, 100, 0.08, 1, 1, 0.7, 20, true, 0.95, BeatU, BeatU }, // and two signed channels
+        // 3 + 0 + 2 + 1 with P and T differing: 6/8 is exactly 0.75 and fails; 7/9 passes.
+        { 1, 150, 0.08, 0.4, -1, 1.0, 20, false, 0.95, BeatU, BeatU },
+        { 1, 150, 0.08, 1, -1, 1.0, 20, false, 0.95, BeatN, BeatU },
         // 2 + 2 + 2 + 1 = 7/8; had failed P and T counted in the total, 7/10.
-        ScoreCase {
-            "MissingPAndTCostNothing", 1, 100, 0.08, 0.4, -1, 1.0, 20, false, 0.85, BeatN, BeatU },
-        ScoreCase {
-            "VentricularNeedsTwoChannels", -1, 300, 0.16, 1, 1, 1.0, 20, true, 0.3, BeatU, BeatU },
+        { 1, 100, 0.08, 0.4, -1, 1.0, 20, false, 0.85, BeatN, BeatU },
+        { -1, 300, 0.16, 1, 1, 1.0, 20, true, 0.3, BeatU, BeatU }, // V needs two channels too
         // 2 + 0 + 3 + 1 + 1 + 1 = 8/12: passes 0.6 (needs an early beat) but not 0.8.
-        ScoreCase { "MiddleScoreEarly", -1, 100, 0.12, 0, -1, 0.8, 20, false, 0.6, BeatU, BeatV },
-        ScoreCase { "MiddleScoreOnTime", -1, 100, 0.12, 0, -1, 0.9, 20, false, 0.6, BeatU, BeatU },
+        { -1, 100, 0.12, 0, -1, 0.8, 20, false, 0.6, BeatU, BeatV },
+        { -1, 100, 0.12, 0, -1, 0.9, 20, false, 0.6, BeatU, BeatU },
         // An amplitude ratio of 15 or more is no evidence: 7/7, not 7/10.
-        ScoreCase { "AmplitudeRatioOutOfRangeIgnored", -1, 1500, 0.16, 1, 1, 1.0, 20, false, 0.3,
-            BeatU, BeatV },
+        { -1, 1500, 0.16, 1, 1, 1.0, 20, false, 0.3, BeatU, BeatV },
         // A wide early beat of normal size and polarities: 6/9 passes 0.6; 6/12 would not.
-        ScoreCase { "VentricularAbsentEvidenceCostsNothing", 1, 100, 0.16, 1, 1, 0.8, 20, false,
-            0.4, BeatU, BeatV }),
-    kByName);
+        { 1, 100, 0.16, 1, 1, 0.8, 20, false, 0.4, BeatU, BeatV },
+    };
+    ClassProfile ref = profile({ 1, 100.0, 0.08, 1.0, 1.0, 1.0, 100, false, 0, 0, 0 });
+    ref.type = BeatN;
+    for (const ScoreCase& c : cases) {
+        const double corr[4] = { c.corr, c.corr, c.corr, c.corr };
+        EXPECT_EQ(normalTest(profile(c), ref, corr), c.normal) << "row " << (&c - cases);
+        EXPECT_EQ(ventricularTest(profile(c), ref, corr), c.ventricular) << "row " << (&c - cases);
+    }
+}
 
 namespace {
 
 // A list with hand-made classes on a synthetic signal.
-struct Study
+struct Study : ListedBeats
 {
-    std::vector<Placed> placed;
-    std::unique_ptr<MemorySource> signal;
-    MemoryBeatList list;
-    BeatClassSet classes;
+    using ListedBeats::ListedBeats;
     AverageBeatDelineator delineator;
 
-    explicit Study(std::vector<Placed> p)
-        : placed(std::move(p))
-        , signal(makeSignal(placed, placed.back().r + 1.0))
-        , classes(signal.get(), &list)
-    {
-        fillList(list, placed, signal.get());
-    }
     BeatClass* makeClass(int id, int type, int from, int to) // members from..to-1
     {
         BeatClass* cls = classes.create(id);
@@ -256,19 +230,16 @@ TEST(TypeAssignment, FinishWritesClassAndTypeToEveryMemberBeat)
             p.push_back({ t += 0.8, Shape::Normal, 0.8, 0.8 });
         }
     }
-    auto signal = makeSignal(p, p.back().r + 1.0);
-    MemoryBeatList list;
-    fillList(list, p, signal.get());
-    BeatClassSet classes(signal.get(), &list);
+    ListedBeats s(p);
     BeatClassifier classifier;
-    classifier.init(&list, signal.get(), &classes);
-    while (classifier.index() < list.count())
+    classifier.init(&s.list, s.signal.get(), &s.classes);
+    while (classifier.index() < s.list.count())
         classifier.step();
     classifier.finish();
     int wrong = 0;
     for (size_t i = 0; i < p.size(); ++i) {
-        const Beat& b = list.beats()[i];
-        const BeatClass* cls = classes.find(b.classId);
+        const Beat& b = s.list.beats()[i];
+        const BeatClass* cls = s.classes.find(b.classId);
         ASSERT_NE(cls, nullptr) << "beat " << i;
         EXPECT_EQ(b.type, cls->type) << "beat " << i;
         wrong += b.type != (p[i].shape == Shape::Ventricular ? BeatV : BeatN);

@@ -37,11 +37,10 @@ std::vector<double> referenceScale(int level)
 TEST(WaveletBank, ScaleSourcesHaveTheSmoothedDifferencesAsImpulseResponse)
 {
     const int len = 64;
-    MemorySource src(1, 250, len);
     std::vector<qint16> s(size_t(len) * 3, 0);
     const int at = len + 5; // the response crosses a block edge
     s[size_t(at)] = 1000;
-    src.setSamples({ s });
+    MemorySource src(250, len, { s });
     WaveletBank bank(&src);
     for (int level = 1; level <= 4; ++level) {
         ASSERT_NE(bank.scale(level), nullptr);
@@ -68,9 +67,8 @@ TEST(WaveletBank, BandPassIsLinearPhaseAndKeepsTheQrsBand)
 
     const int rate = 250, n = rate * 40;
     auto gain = [&](double hz, double offset) {
-        MemorySource src(1, rate, 4096);
         const std::vector<qint16> in = testsignals::sine(hz, rate, n, 8000.0, offset);
-        src.setSamples({ in });
+        MemorySource src(rate, 4096, { in });
         WaveletBank bank(&src);
         std::vector<double> ref(in.begin(), in.end());
         for (double& v : ref)
