@@ -9,6 +9,7 @@
 #include "store/beatlist.h"
 #include "store/study.h"
 
+#include <exception>
 #include <memory>
 
 namespace {
@@ -52,7 +53,17 @@ QString StudyProcessor::stageStatus(int stage)
 void StudyProcessor::run()
 {
     m_cancelRequested.store(false, std::memory_order_relaxed);
-    if (runStages())
+    bool complete = false;
+    try {
+        complete = runStages();
+    } catch (const std::exception& e) {
+        emit failed(QString::fromUtf8(e.what()));
+        return;
+    } catch (...) {
+        emit failed(tr("Processing failed"));
+        return;
+    }
+    if (complete)
         emit done();
     else
         emit cancelled();

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "store/progresssink.h"
+
 #include <QObject>
 #include <QRunnable>
 #include <QString>
-
-#include <atomic>
 
 class Study;
 
@@ -40,12 +40,18 @@ public:
     const ProcessingOptions& options() const { return m_options; }
     void setOptions(const ProcessingOptions& options) { m_options = options; }
 
-    // Runs the five stages. Exceptions of the readers pass through after the stage objects are
-    // destroyed, with neither done() nor cancelled() emitted.
+    // Runs the five stages. A reader's exception ends the run with failed() after the stage
+    // objects are destroyed: an exception must not leave a pool thread.
     void run() override;
     // Asks a running task to stop at the next block or batch of beats; safe from any thread.
     void cancel() { m_cancelRequested.store(true, std::memory_order_relaxed); }
-    bool isCancelRequested() const { return m_cancelRequested.load(std::memory_order_relaxed); }
+    // A second stop request that the task polls beside its own (a command line's Ctrl-C, say);
+    // not owned, not cleared by run(), and it must outlive the run. Null removes it.
+    void setCancelFlag(const CancelFlag* flag) { m_externalCancel = flag; }
+    bool isCancelRequested() const
+    {
+        return m_cancelRequested.load(std::memory_order_relaxed) || isCancelled(m_externalCancel);
+    }
 
     // "Processing %1 of %2: <stage name>", translated, for stage 1..5.
     static QString stageStatus(int stage);
@@ -57,6 +63,8 @@ signals:
     void done();
     // The task stopped on request; the beat list is incomplete.
     void cancelled();
+    // A reader failed; `message` is ready to show. The beat list is incomplete.
+    void failed(const QString& message);
 
 private:
     bool runStages();
@@ -64,5 +72,6 @@ private:
     Study* m_study; // not owned
     ProcessingOptions m_options;
     // Written by the user interface thread, polled here at block and batch boundaries.
-    std::atomic<bool> m_cancelRequested { false };
+    CancelFlag m_cancelRequested { false };
+    const CancelFlag* m_externalCancel = nullptr; // not owned
 };

@@ -1,4 +1,3 @@
-#include "analysis/studyprocessor.h"
 #include "cli/args.h"
 #include "cli/commands.h"
 #include "cli/importsource.h"
@@ -6,21 +5,12 @@
 #include "cli/reportcommand.h"
 #include "store/beatlist.h"
 #include "store/study.h"
+#include "workflow/studyprocessing.h"
 
-#include <QCoreApplication>
-#include <QEventLoop>
-#include <QThreadPool>
-#include <QTimer>
-
-#include <cmath>
-#include <exception>
 #include <stdexcept>
 #include <string>
 
 namespace {
-
-// How often the event loop looks at the Ctrl-C flag, which a signal handler can only set.
-constexpr int kInterruptPollMs = 50;
 
 // The user's labelling choices: "--exclude V,F,S,U" turns classes of those types into N, and
 // either SVPB option switches to the user's prematurity rule (20 % unless given).
@@ -51,88 +41,23 @@ ProcessingOptions processingOptions(const Args& args)
     return options;
 }
 
-enum class Outcome { Done, Cancelled, Failed };
-
-// Runs the processor on a pool thread and waits in an event loop, as the main window does:
-// progress goes to stderr, Ctrl-C cancels. A reader's exception is caught on the pool thread
-// and thrown again here.
-Outcome runProcessor(CliContext& ctx, Study* study, const ProcessingOptions& options)
-{
-    const CancelFlag* interrupted = interruptFlag();
-    StudyProcessor processor(study);
-    processor.setAutoDelete(false); // it lives on this stack, not in the pool
-    processor.setOptions(options);
-
-    QEventLoop loop;
-    Outcome outcome = Outcome::Failed;
-    std::string failure;
-    QObject::connect(
-        &processor, &StudyProcessor::progress, &loop,
-        [&ctx](const QString& status, double percent) {
-            ctx.progress(status, int(std::floor(std::min(percent, 100.0))));
-        },
-        Qt::QueuedConnection);
-    QObject::connect(
-        &processor, &StudyProcessor::done, &loop,
-        [&] {
-            outcome = Outcome::Done;
-            loop.quit();
-        },
-        Qt::QueuedConnection);
-    QObject::connect(
-        &processor, &StudyProcessor::cancelled, &loop,
-        [&] {
-            outcome = Outcome::Cancelled;
-            loop.quit();
-        },
-        Qt::QueuedConnection);
-    QTimer poll;
-    poll.setInterval(kInterruptPollMs);
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (interrupted->load() && !processor.isCancelRequested()) {
-            processor.cancel();
-            poll.stop();
-        }
-    });
-    poll.start();
-
-    QThreadPool::globalInstance()->start([&] {
-        try {
-            processor.run();
-            return;
-        } catch (const std::exception& e) {
-            failure = e.what();
-        } catch (...) {
-            failure = "processing failed";
-        }
-        QMetaObject::invokeMethod(&loop, "quit", Qt::QueuedConnection);
-    });
-    loop.exec();
-    // run() may still be on its way out after the last signal.
-    QThreadPool::globalInstance()->waitForDone();
-    ctx.endProgress();
-    if (!failure.empty())
-        throw std::runtime_error(failure);
-    return outcome;
-}
-
-// Processes an open study and settles it as the main window's handlers do: on done the status
-// becomes "processed"; on a cancel the beat store is emptied and the status stays. Saves in both
-// cases; throws after a cancel.
+// Processes an open study and settles it through the workflow, as the main window does:
+// progress goes to stderr, Ctrl-C cancels. Throws after a cancel or a failure, when the study
+// has been settled and saved already.
 void processAndSettle(CliContext& ctx, OpenedStudy& study, const ProcessingOptions& options)
 {
-    const Outcome outcome = runProcessor(ctx, study.get(), options);
-    if (outcome == Outcome::Done) {
-        study->setProperty("status", "processed");
-        study.save();
-        return;
+    StudyProcessing processing(ctx.repository(), study.get(), options);
+    CliProgress progress(ctx, QString());
+    const ProcessingOutcome outcome = processing.runAndWait(&progress, interruptFlag());
+    ctx.endProgress();
+    if (outcome == ProcessingOutcome::Cancelled) {
+        throw std::runtime_error(QString("interrupted; processing of study %1 was cancelled and "
+                                         "its beats were cleared")
+                                     .arg(study->id())
+                                     .toStdString());
     }
-    study->beats()->clear();
-    study.save();
-    throw std::runtime_error(QString("interrupted; processing of study %1 was cancelled and "
-                                     "its beats were cleared")
-                                 .arg(study->id())
-                                 .toStdString());
+    if (outcome == ProcessingOutcome::Failed || !processing.errorMessage().isEmpty())
+        throw std::runtime_error(processing.errorMessage().toStdString());
 }
 
 void printBeatCounts(CliContext& ctx, Study& study)

@@ -1,12 +1,12 @@
 #include "cli/args.h"
 #include "cli/commands.h"
+#include "cli/interrupt.h"
 #include "cli/reportcommand.h"
 #include "report/tholterreport.h"
-#include "results/analysisparams.h"
-#include "results/resultsdriver.h"
 #include "store/signalsource.h"
 #include "store/study.h"
-#include "store/studyrepository.h"
+#include "workflow/studyreport.h"
+#include "workflow/studyresults.h"
 
 #include <QDir>
 #include <QFile>
@@ -39,6 +39,25 @@ void checkLead(const Study& study, const QString& lead, const char* option)
     throw UsageError(QString("'--%1': the study has no lead '%2' (it has %3)")
                          .arg(option, lead, names.join(", ")));
 }
+
+// Report pages on the command's stderr line.
+class PageProgress : public ProgressSink
+{
+public:
+    explicit PageProgress(CliContext& ctx)
+        : m_ctx(ctx)
+    {
+    }
+    void progress(qint64 page, qint64 total) override
+    {
+        if (total > 0)
+            m_ctx.progress(
+                QString("Report page %1 of %2").arg(page).arg(total), int(page * 100 / total));
+    }
+
+private:
+    CliContext& m_ctx;
+};
 
 } // namespace
 
@@ -89,40 +108,23 @@ void writeStudyReport(CliContext& ctx, int id, const ReportOptions& options, con
         checkLead(*study.get(), options.rhythmLead, "rhythm-lead");
 
     // As the review window does before a report: fill in the results that are missing.
-    AnalysisParams params;
-    params.readSettings(QSettings());
-    const bool computed
-        = computeStudyResults(*study.get(), params, false, [&ctx](int position, int total) {
-              ctx.progress("Getting results", total > 0 ? int(qint64(position) * 100 / total) : 0);
-          });
+    const QSettings settings;
+    const CancelFlag* interrupted = interruptFlag();
+    CliProgress resultsProgress(ctx, "Getting results");
+    const ResultsOutcome results = computeAndSaveResults(
+        ctx.repository(), *study.get(), settings, false, &resultsProgress, interrupted);
     ctx.endProgress();
-    if (computed) {
-        study.save();
+    if (results == ResultsOutcome::Cancelled)
+        throw failure(
+            QString("interrupted; the results of study %1 were left as they were").arg(id));
+    if (results == ResultsOutcome::Computed)
         ctx.err() << "computed the missing results of study " << id << '\n';
-    }
 
-    THolterReport report(study.get());
-    report.setLineNotchFilter(options.notch);
-    report.setMuscleNoiseFilter(options.lowPass);
-    report.setBaselineFilter(options.baseline);
-    report.setAmplitude(options.amplitude);
-    report.setRhythmLead(options.rhythmLead);
-    report.setTrendLead(options.trendLead);
-    report.setPrintTrendsAndTable(options.trendsAndTable);
-    report.setPrintExtraTrends(options.extraTrends);
-    report.setPrintHRV(options.hrv);
-    report.setHeaderTitle(options.title);
-    report.setHeaderInfo(options.info);
-    report.setHeaderLogoFile(options.logoFile);
-    QObject::connect(&report, &THolterReport::progress, [&ctx](int page, int total) {
-        if (total > 0)
-            ctx.progress(QString("Report page %1 of %2").arg(page).arg(total), page * 100 / total);
-    });
-
+    PageProgress pages(ctx);
     if (pdf.isEmpty()) {
         // A printer run leaves the study's status as it is.
         try {
-            report.run();
+            printStudyReport(*study.get(), options, &pages);
         } catch (const ReportError& e) {
             ctx.endProgress();
             throw failure(QString::fromUtf8(e.what()));
@@ -132,30 +134,30 @@ void writeStudyReport(CliContext& ctx, int id, const ReportOptions& options, con
         return;
     }
 
-    // The workstation keeps every study's report as "<root>/reports/<baseFilename>.pdf"; the
-    // file asked for is a copy of that one.
-    const QString folder = ctx.repository().rootPath() + "/reports";
-    if (!QDir().mkpath(folder))
-        throw failure(QString("Cannot create the reports folder %1").arg(folder));
-    QString base = QString::fromUtf8(study->property("baseFilename"));
-    if (base.isEmpty())
-        base = QString::number(id);
-    const QString stored = folder + "/" + base + ".pdf";
+    ReportOutcome report;
     try {
-        report.run(stored);
-    } catch (const ReportError& e) {
+        report = writeStudyReportPdf(
+            ctx.repository(), *study.get(), options, settings, &pages, interrupted);
+    } catch (const std::exception&) {
         ctx.endProgress();
-        throw failure(QString::fromUtf8(e.what()));
+        throw;
     }
     ctx.endProgress();
+    if (report.cancelled)
+        throw failure(QString("interrupted; no report of study %1 was written").arg(id));
+    if (report.exported.copied) {
+        ctx.err() << "report of study " << id << " exported to "
+                  << QDir::toNativeSeparators(report.exported.target) << '\n';
+    } else if (report.exported.attempted) {
+        ctx.err() << report.exported.warning << '\n';
+    }
+    // The file asked for is a copy of the stored one.
     const QString target = QFileInfo(pdf).absoluteFilePath();
-    if (target != QFileInfo(stored).absoluteFilePath()) {
+    if (target != QFileInfo(report.pdfPath).absoluteFilePath()) {
         QFile::remove(target);
-        if (!QFile::copy(stored, target))
+        if (!QFile::copy(report.pdfPath, target))
             throw failure(QString("Report file %1 could not be written").arg(pdf));
     }
-    study->setProperty("status", "report");
-    study.save();
     ctx.err() << "report of study " << id << " written to " << QDir::toNativeSeparators(pdf)
               << '\n';
 }

@@ -1,14 +1,14 @@
 #include "cli/args.h"
 #include "cli/commands.h"
-#include "results/analysisparams.h"
+#include "cli/interrupt.h"
 #include "results/model/resultset.h"
 #include "results/model/trend.h"
-#include "results/resultsdriver.h"
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 #include "store/study.h"
 #include "store/studyfile.h"
 #include "store/studyrepository.h"
+#include "workflow/studyresults.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -306,15 +306,17 @@ int runResults(CliContext& ctx, const QStringList& argv)
         throw std::runtime_error("Study file not found");
 
     // The same limits as the review window: the user's analysis settings over the defaults.
-    AnalysisParams params;
-    params.readSettings(QSettings());
-    const bool ran = computeStudyResults(*study, params, recompute, [&ctx](int pos, int total) {
-        ctx.progress("Computing results", total > 0 ? int(qint64(pos) * 100 / total) : 100);
-    });
+    CliProgress progress(ctx, "Computing results");
+    const ResultsOutcome outcome
+        = computeAndSaveResults(repo, *study, QSettings(), recompute, &progress, interruptFlag());
     ctx.endProgress();
-    if (ran)
-        repo.saveStudy(study);
-    else
+    if (outcome == ResultsOutcome::Cancelled) {
+        throw std::runtime_error(QString("interrupted; the results of study %1 were left as "
+                                         "they were")
+                                     .arg(id)
+                                     .toStdString());
+    }
+    if (outcome == ResultsOutcome::AlreadyComplete)
         ctx.err() << "All results were already there; nothing computed.\n";
 
     if (args.has("json"))

@@ -1,6 +1,7 @@
 #include "recorder/importpatient.h"
 
 #include "store/studyinfo.h"
+#include "store/studystatus.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -23,7 +24,7 @@ QString ImportPatient::incompleteReason() const
 
 void ImportPatient::fillInfo(StudyInfo& info) const
 {
-    info.status = "downloaded";
+    info.status = StudyStatus::Downloaded;
     info.studyType = "Holter";
     info.studyDateTime = start.toString("yyyyMMddHHmmss").toLatin1();
     info.recordingDateTime = info.studyDateTime;

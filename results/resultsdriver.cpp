@@ -38,19 +38,6 @@ ResultsDriver::ResultsDriver(AnalyzerMap analyzers)
 
 ResultsDriver::~ResultsDriver() = default;
 
-void ResultsDriver::addObserver(Observer* observer)
-{
-    if (observer
-        && std::find(m_observers.begin(), m_observers.end(), observer) == m_observers.end())
-        m_observers.push_back(observer);
-}
-
-void ResultsDriver::removeObserver(Observer* observer)
-{
-    m_observers.erase(
-        std::remove(m_observers.begin(), m_observers.end(), observer), m_observers.end());
-}
-
 ResultsDriver::AnalyzerMap ResultsDriver::makeAnalyzers(const AnalysisParams& params, bool withAfib)
 {
     AnalyzerMap map;
@@ -85,8 +72,6 @@ void ResultsDriver::begin(BeatList& beats, bool withAfib)
         entry.second->beginRecording(beats);
     m_nextBeat = 0;
     m_lastAverageTime = 0.0;
-    for (Observer* o : m_observers)
-        o->resultsProgress(m_nextBeat);
 
     // The averages are taken from the recorded signal itself, at its own rate, so the interval
     // and ST measures see the ECG as stored.
@@ -130,8 +115,6 @@ void ResultsDriver::step()
             m_lastAverageTime = beat.time();
         }
     }
-    for (Observer* o : m_observers)
-        o->resultsProgress(m_nextBeat);
 }
 
 void ResultsDriver::averageBeat(double time)
@@ -159,20 +142,24 @@ void ResultsDriver::finish()
 {
     for (auto& entry : m_analyzers)
         entry.second->finishRecording();
-    for (Observer* o : m_observers)
-        o->resultsFinished();
     m_accumulator.reset();
 }
 
-void ResultsDriver::run(BeatList& beats, bool withAfib, const Progress& progress)
+bool ResultsDriver::run(
+    BeatList& beats, bool withAfib, ProgressSink* progress, const CancelFlag* cancel)
 {
     begin(beats, withAfib);
     while (!atEnd()) {
+        if (isCancelled(cancel)) {
+            m_accumulator.reset();
+            return false;
+        }
         step();
         if (progress)
-            progress(m_nextBeat, beatCount());
+            progress->progress(m_nextBeat, beatCount());
     }
     finish();
+    return true;
 }
 
 int ResultsDriver::moveResults(ResultSet& results, bool overwrite)
@@ -318,7 +305,7 @@ void ResultsDriver::addHeartRateMarks(const ResultSet& results, StudyEventList& 
 }
 
 bool computeStudyResults(Study& study, const AnalysisParams& params, bool recompute,
-    const ResultsDriver::Progress& progress)
+    ProgressSink* progress, const CancelFlag* cancel)
 {
     if (!study.beats())
         return false;
@@ -327,7 +314,8 @@ bool computeStudyResults(Study& study, const AnalysisParams& params, bool recomp
     const bool firstTime = !study.results().find("HR/minBPM");
     ResultsDriver driver;
     driver.params() = params;
-    driver.run(*study.beats(), true, progress);
+    if (!driver.run(*study.beats(), true, progress, cancel))
+        return false;
     driver.moveResults(study.results(), recompute);
     if (firstTime)
         ResultsDriver::addHeartRateMarks(study.results(), study.events());

@@ -2,11 +2,11 @@
 
 #include "results/analysisparams.h"
 #include "results/resultanalyzer.h"
+#include "store/progresssink.h"
 
 #include <QByteArray>
 #include <QList>
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <vector>
@@ -25,20 +25,9 @@ class ResultsDriver
 {
 public:
     using AnalyzerMap = std::map<QByteArray, std::unique_ptr<ResultAnalyzer>>;
-    // position and total in beats
-    using Progress = std::function<void(int position, int total)>;
 
     static constexpr int kStepBeats = 1000;
     static constexpr double kAverageSeconds = 20.0;
-
-    // Told at begin and after every step with the next beat to do, and once at the end.
-    class Observer
-    {
-    public:
-        virtual ~Observer() = default;
-        virtual void resultsProgress(int nextBeat) = 0;
-        virtual void resultsFinished() { }
-    };
 
     // Builds the standard analyzers on the first begin().
     ResultsDriver();
@@ -50,8 +39,6 @@ public:
 
     AnalysisParams& params() { return m_params; }
     const AnalysisParams& params() const { return m_params; }
-    void addObserver(Observer* observer); // not owned
-    void removeObserver(Observer* observer);
 
     // `beats` is not owned and must outlive the run. `withAfib` adds the AF analyzer when the
     // standard analyzers are built.
@@ -62,8 +49,11 @@ public:
     int nextBeat() const { return m_nextBeat; }
     int beatCount() const;
     void finish();
-    // begin, steps with progress after each, finish.
-    void run(BeatList& beats, bool withAfib, const Progress& progress = Progress());
+    // begin, steps with progress after each (position and total in beats), finish. A cancel is
+    // seen between steps: the run then stops unfinished and returns false, and its results must
+    // not be moved anywhere.
+    bool run(BeatList& beats, bool withAfib, ProgressSink* progress = nullptr,
+        const CancelFlag* cancel = nullptr);
 
     // Moves every analyzer's results into `results` as "name/result". A key already there is
     // replaced only with `overwrite`. Returns the number of keys stored.
@@ -86,7 +76,6 @@ private:
     AnalysisParams m_params;
     AnalyzerMap m_analyzers;
     bool m_buildAnalyzers;
-    std::vector<Observer*> m_observers; // not owned
     BeatList* m_beats = nullptr; // not owned
     int m_nextBeat = 0;
     double m_lastAverageTime = 0.0;
@@ -98,6 +87,7 @@ private:
 // What the review window does on opening a study, without a window: when a required result is
 // missing (or always, with `recompute`, replacing what is stored) runs the driver over the
 // study's beats with the AF analyzer, and adds the heart-rate marks the first time, that is
-// when "HR/minBPM" was missing. Returns whether the analyzers ran.
+// when "HR/minBPM" was missing. Returns whether results were computed and stored; false also
+// after a cancel, which leaves the study's results as they were.
 bool computeStudyResults(Study& study, const AnalysisParams& params, bool recompute,
-    const ResultsDriver::Progress& progress = ResultsDriver::Progress());
+    ProgressSink* progress = nullptr, const CancelFlag* cancel = nullptr);

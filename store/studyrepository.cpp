@@ -6,6 +6,7 @@
 #include "store/storeio.h"
 #include "store/study.h"
 #include "store/studyfile.h"
+#include "store/studystatus.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -307,7 +308,7 @@ Study* StudyRepository::createStudy(StudyInfo& info)
         fail(QString("Invalid signal parameters: %1 channels at %2 Hz, %3 bits")
                  .arg(info.channelCount).arg(info.samplingRate).arg(info.resolution));
     if (info.status.isEmpty())
-        info.status = "downloaded";
+        info.status = StudyStatus::Downloaded;
     if (info.studyType.isEmpty())
         info.studyType = "Holter";
     info.baseFilename = newBaseName(info);

@@ -1,0 +1,92 @@
+#include "tests/workflow/workflowstudy.h"
+#include "workflow/downloadexport.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using namespace workflowtest;
+
+namespace {
+
+// Stands in for the archive export: remembers its calls, reports progress, fails on demand.
+class FakeExporter : public StudyExporter
+{
+public:
+    void exportStudy(int id, const QString& folder, ProgressSink* progress) override
+    {
+        ++calls;
+        lastId = id;
+        lastFolder = folder;
+        if (progress)
+            progress->progress(1, 1);
+        if (fail)
+            throw std::runtime_error("Cannot create file /shared/x.vtz");
+    }
+    int calls = 0;
+    int lastId = 0;
+    QString lastFolder;
+    bool fail = false;
+};
+
+class CountingSink : public ProgressSink
+{
+public:
+    void progress(qint64, qint64) override { ++calls; }
+    int calls = 0;
+};
+
+} // namespace
+
+// Only auto-export with a folder makes a download-only station; everything else processes.
+TEST(DownloadExport, AutoExportWithAFolderExportsAnythingElseProcesses)
+{
+    const struct
+    {
+        const char* name;
+        QVariant autoExport; // invalid: not set
+        QVariant folder;
+        PostDownloadStep::Action action;
+    } cases[] = {
+        { "never configured", QVariant(), QVariant(), PostDownloadStep::Process },
+        { "off with a folder", false, "/shared/studies", PostDownloadStep::Process },
+        { "on without a folder", true, QVariant(), PostDownloadStep::Process },
+        { "on with an empty folder", true, QString(), PostDownloadStep::Process },
+        { "on with a folder", true, "/shared/studies", PostDownloadStep::Export },
+        { "on as text", "true", "/shared/studies", PostDownloadStep::Export },
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        TestSettings settings;
+        if (c.autoExport.isValid())
+            settings.get().setValue(StudyExportSettings::AutoExport, c.autoExport);
+        if (c.folder.isValid())
+            settings.get().setValue(StudyExportSettings::Folder, c.folder);
+        const PostDownloadStep step = postDownloadStep(settings.get());
+        EXPECT_EQ(step.action, c.action);
+        EXPECT_EQ(
+            step.folder, c.action == PostDownloadStep::Export ? c.folder.toString() : QString());
+    }
+}
+
+// The export is asked for the study and the folder; success and failure both end in a message
+// that names the folder, and a failure is never an exception.
+TEST(DownloadExport, ExportReportsSuccessAndFailureByMessage)
+{
+    for (const bool fail : { false, true }) {
+        SCOPED_TRACE(fail ? "failing" : "working");
+        FakeExporter exporter;
+        exporter.fail = fail;
+        CountingSink sink;
+        const StudyExportResult r = exportDownloadedStudy(exporter, 42, "/shared/studies", &sink);
+        EXPECT_EQ(exporter.calls, 1);
+        EXPECT_EQ(exporter.lastId, 42);
+        EXPECT_EQ(exporter.lastFolder, "/shared/studies");
+        EXPECT_EQ(sink.calls, 1);
+        EXPECT_EQ(r.exported, !fail);
+        EXPECT_EQ(r.message,
+            fail ? QString("Study file could not be exported to folder: /shared/studies\nPlease "
+                           "check shared folder access with your network administrator.")
+                 : QString("Study file was succesfully exported to folder: /shared/studies"));
+    }
+}

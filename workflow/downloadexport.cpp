@@ -1,0 +1,39 @@
+#include "workflow/downloadexport.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QSettings>
+
+#include <exception>
+
+PostDownloadStep postDownloadStep(const QSettings& settings)
+{
+    PostDownloadStep step;
+    const QString folder = settings.value(StudyExportSettings::Folder).toString();
+    if (settings.value(StudyExportSettings::AutoExport, false).toBool() && !folder.isEmpty()) {
+        step.action = PostDownloadStep::Export;
+        step.folder = folder;
+    }
+    return step;
+}
+
+StudyExportResult exportDownloadedStudy(
+    StudyExporter& exporter, int id, const QString& folder, ProgressSink* progress)
+{
+    StudyExportResult result;
+    const QString shown = QDir::toNativeSeparators(folder);
+    try {
+        exporter.exportStudy(id, folder, progress);
+        result.exported = true;
+        result.message = QCoreApplication::translate(
+            "MainWindow", "Study file was succesfully exported to folder: %1")
+                             .arg(shown);
+    } catch (const std::exception&) {
+        // The user can do nothing with the archive's own reason; the folder is what to check.
+        result.message = QCoreApplication::translate("MainWindow",
+            "Study file could not be exported to folder: %1\nPlease check shared folder access "
+            "with your network administrator.")
+                             .arg(shown);
+    }
+    return result;
+}
