@@ -4,9 +4,11 @@
 #include "tests/cli/clistudy.h"
 #include "tests/support/testsupport.h"
 
+#include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QSettings>
 
 #include <gtest/gtest.h>
 
@@ -90,4 +92,45 @@ TEST(CliResults, ComputesSavesSummarisesAndKeepsCorrectionsUnlessRecomputing)
     EXPECT_TRUE(r.out.contains(": N 139, V 1")) << r.out.toStdString();
     // The marks come only the first time.
     withStudy(root.path(), id.toInt(), [](Study& s) { EXPECT_EQ(s.events().count(), 2); });
+}
+
+// A report fills in the missing results, lands in the store's reports folder, marks the study
+// and goes to the export folder of the workstation's settings; a folder that can't take it is
+// a warning, and the study stays reported.
+TEST(CliReport, ComputesResultsAndExportsAsTheSettingsSay)
+{
+    testsupport::TempRoot root;
+    const int id = makeBeatStudy(root.path());
+    const QString idText = QString::number(id);
+    ASSERT_TRUE(QDir().mkpath(root.file("shared")));
+    // The child process reads the same private configuration folder as this test.
+    QSettings settings("Veltrona", "Holter ECG");
+    settings.setValue("Config/AutoExportReports", true);
+    settings.setValue("Config/ExportReportFolder", root.file("shared"));
+    settings.sync();
+
+    const QString pdf = root.file("out.pdf");
+    CliRun r = cli(root.path(), { "report", idText, "--pdf", pdf });
+    ASSERT_EQ(r.code, 0) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains(QString("computed the missing results of study %1").arg(id)));
+    StudyInfo info;
+    ASSERT_TRUE(repository(root.path())->studyExists(id, info));
+    EXPECT_EQ(info.status, QByteArray("report"));
+    const QString name = QString::fromUtf8(info.baseFilename) + ".pdf";
+    const QByteArray bytes = testsupport::readAll(root.file("reports/" + name));
+    EXPECT_TRUE(bytes.startsWith("%PDF"));
+    EXPECT_EQ(testsupport::readAll(pdf), bytes);
+    EXPECT_EQ(testsupport::readAll(root.file("shared/" + name)), bytes);
+
+    settings.setValue("Config/ExportReportFolder", root.file("missing"));
+    settings.sync();
+    r = cli(root.path(), { "report", idText, "--pdf", pdf });
+    ASSERT_EQ(r.code, 0) << r.err.toStdString();
+    EXPECT_FALSE(r.err.contains("computed the missing results"));
+    EXPECT_TRUE(r.err.contains("Report file could not be exported to folder: "
+        + QDir::toNativeSeparators(root.file("missing"))))
+        << r.err.toStdString();
+    EXPECT_TRUE(testsupport::readAll(root.file("reports/" + name)).startsWith("%PDF"));
+    EXPECT_EQ(repository(root.path())->studyExists(id, info) ? info.status : QByteArray(),
+        QByteArray("report"));
 }
