@@ -1,5 +1,6 @@
 #include "cli/args.h"
 #include "cli/commands.h"
+#include "cli/interrupt.h"
 #include "tools/simulator.h"
 
 #include <QDir>
@@ -41,8 +42,13 @@ int runSimulate(CliContext& ctx, const QStringList& argv)
             QString("%1 exists; use --force to replace it").arg(card).toStdString());
 
     Simulator simulator(script, seed);
-    simulator.writeAll(
-        outDir, preamble, [&ctx](int percent) { ctx.progress("Simulating", percent); });
+    CliProgress progress(ctx, "Simulating");
+    try {
+        simulator.writeAll(outDir, preamble, &progress, interruptFlag());
+    } catch (const std::exception&) {
+        ctx.endProgress();
+        throw;
+    }
     ctx.endProgress();
     ctx.out() << "wrote " << QDir::toNativeSeparators(card) << " (" << simulator.blockCount()
               << " blocks, " << script.hours << " h, seed " << seed << ")\n";

@@ -196,7 +196,7 @@ QJsonObject Simulator::truthJson() const
 }
 
 void Simulator::writeAll(
-    const QString& folder, int preambleBytes, const std::function<void(int)>& progress)
+    const QString& folder, int preambleBytes, ProgressSink* progress, const CancelFlag* cancel)
 {
     if (preambleBytes < 0)
         throw SimulatorError("The preamble can't be negative");
@@ -227,6 +227,11 @@ void Simulator::writeAll(
     quint16 status = 0;
     int lastPercent = -1;
     while (nextBlock(samples, status)) {
+        if (isCancelled(cancel)) {
+            card.cancelWriting(); // the card's old contents, if any, stay
+            throw SimulatorError(QString("Simulation cancelled; %1 was not written")
+                                     .arg(QDir::toNativeSeparators(card.fileName())));
+        }
         const std::size_t base = chunk.size();
         chunk.resize(base + kBlockBytes);
         char* out = chunk.data() + base;
@@ -246,8 +251,9 @@ void Simulator::writeAll(
             chunk.clear();
         }
         const int percent = int(m_nextBlock * 100 / std::max<qint64>(1, m_blocks));
+        // Once per percent: a card has tens of thousands of blocks.
         if (progress && percent != lastPercent)
-            progress(percent);
+            progress->progress(m_nextBlock, m_blocks);
         lastPercent = percent;
     }
     writeOrThrow(card, chunk.data(), qint64(chunk.size()));

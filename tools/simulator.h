@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recorder/wfdbannotation.h"
+#include "store/progresssink.h"
 #include "tools/simulatorrhythm.h"
 #include "tools/simulatorschedule.h"
 #include "tools/simulatorscript.h"
@@ -48,10 +49,11 @@ public:
 
     // Renders everything into `folder`: HECG.VTF after `preambleBytes` bytes of preamble (ending
     // in a 0xC000 word; card readers find even lengths of 2 to 12000 bytes),
-    // HECG.INF, truth.atr and truth.json. `progress` gets percentages. Throws SimulatorError
-    // (or WfdbError for truth.atr) naming the file that fails.
-    void writeAll(
-        const QString& folder, int preambleBytes, const std::function<void(int)>& progress = {});
+    // HECG.INF, truth.atr and truth.json. `progress` counts blocks of the card. Throws
+    // SimulatorError (or WfdbError for truth.atr) naming the file that fails; a cancel, seen
+    // between blocks, throws SimulatorError with nothing written.
+    void writeAll(const QString& folder, int preambleBytes, ProgressSink* progress = nullptr,
+        const CancelFlag* cancel = nullptr);
 
 private:
     SimulatorScript m_script;

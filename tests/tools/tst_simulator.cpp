@@ -219,4 +219,43 @@ TEST(Simulator, UnwritableFolderGivesAClearError)
     }
 }
 
+// Progress counts the card's blocks up to all of them; a cancel between blocks leaves an older
+// card as it was and writes no truth.
+TEST(Simulator, ProgressCountsBlocksAndCancelKeepsTheOldCard)
+{
+    class Sink : public ProgressSink
+    {
+    public:
+        void progress(qint64 position, qint64 total) override
+        {
+            last = position;
+            lastTotal = total;
+            if (cancel)
+                cancel->store(true);
+        }
+        qint64 last = -1;
+        qint64 lastTotal = -1;
+        CancelFlag* cancel = nullptr;
+    };
+    testsupport::TempRoot root;
+    Simulator sim(parseSimulatorScript("hours 0.05\n", "t"), 1);
+    Sink complete;
+    sim.writeAll(root.file("done"), 512, &complete);
+    EXPECT_EQ(complete.last, sim.blockCount());
+    EXPECT_EQ(complete.lastTotal, sim.blockCount());
+
+    ASSERT_TRUE(QDir().mkpath(root.file("old")));
+    testsupport::writeAll(root.file("old/HECG.VTF"), "older card");
+    CancelFlag cancel { false };
+    Sink stopping;
+    stopping.cancel = &cancel;
+    Simulator again(parseSimulatorScript("hours 0.05\n", "t"), 1);
+    const std::string error
+        = testsupport::errorOf([&] { again.writeAll(root.file("old"), 512, &stopping, &cancel); });
+    EXPECT_NE(error.find("cancelled"), std::string::npos) << error;
+    EXPECT_LT(stopping.last, again.blockCount());
+    EXPECT_EQ(testsupport::readAll(root.file("old/HECG.VTF")), QByteArray("older card"));
+    EXPECT_FALSE(QFile::exists(root.file("old/truth.json")));
+}
+
 } // namespace
