@@ -40,7 +40,8 @@ public:
         QObject* parent = nullptr);
     StudyProcessing(const StudyProcessing&) = delete;
     StudyProcessing& operator=(const StudyProcessing&) = delete;
-    // Cancels a run that is still going and waits for its thread to let go of the study.
+    // Cancels a run that is still going and waits for its thread to let go of the study, which
+    // is then left unsettled: its owner closes it without saving.
     ~StudyProcessing() override;
 
     Study* study() const { return m_study; }

@@ -102,7 +102,7 @@ TEST(StudyReport, WritesIntoTheReportsFolderMarksTheStudyAndExports)
 }
 
 // The copy follows the two settings; a folder that can't take it gives a warning naming the
-// folder, and an older copy is replaced.
+// folder and the report stays where it is; an older copy is replaced.
 TEST(StudyReport, ExportCopyFollowsTheSettings)
 {
     testsupport::TempRoot dir;
@@ -152,20 +152,6 @@ TEST(StudyReport, ExportCopyFollowsTheSettings)
         EXPECT_EQ(testsupport::readAll(pdf), QByteArray("%PDF new")) << "the report stays";
     }
     EXPECT_FALSE(QFileInfo::exists(dir.file("missing")));
-}
-
-// A failed export leaves the study reported with its report in place.
-TEST(StudyReport, FailedExportKeepsTheStudyReported)
-{
-    ReportFixture f;
-    enableExport(f.settings.get(), true, f.root.file("missing"));
-    const ReportOutcome outcome
-        = writeStudyReportPdf(*f.repo, *f.study, ReportOptions(), f.settings.get());
-    EXPECT_FALSE(outcome.exported.copied);
-    EXPECT_TRUE(
-        outcome.exported.warning.contains(QDir::toNativeSeparators(f.root.file("missing"))));
-    EXPECT_TRUE(testsupport::readAll(f.reportPath()).startsWith("%PDF"));
-    EXPECT_EQ(stored(f.root.path(), f.id).status, QByteArray(StudyStatus::Report));
 }
 
 // A cancel before the run, or one seen after the pages, writes nothing: an older report stays
