@@ -351,6 +351,12 @@ int StudyRepository::importStudy(const QString& path, ProgressSink* sink, const 
         fail(kNotAnArchive);
     info.id = stagedStudyId(staged("vtstudy"), info.baseFilename);
     refuseIfOpen(info.id, info.baseFilename);
+    // A namesake from another station must not overwrite a different study's files.
+    for (const StudyInfo& local : listStudies())
+        if (local.id != info.id && local.baseFilename == info.baseFilename)
+            fail(QString("Study %1 here already uses the name %2; the archive is not imported")
+                     .arg(local.id)
+                     .arg(base));
     checkCancel();
 
     if (!zip.extractFile("vtecgz", staged("vtecgz"), kMaxEcgzBytes, m_io))

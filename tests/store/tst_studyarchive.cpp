@@ -336,6 +336,11 @@ TEST_F(StudyArchive, HostileArchivesAreRefusedAndChangeNothing)
                 m["vtstudy"].data, [&](QJsonObject& s) { s["baseFilename"] = name; });
         };
     };
+    const std::string namesake
+        = QString("Study %1 here already uses the name %2; the archive is not imported")
+              .arg(id)
+              .arg(QString::fromUtf8(m_base))
+              .toStdString();
     const QByteArray slowEcgz = longSlowEcgz(73 * 3600);
     const QByteArray bigBeats(2 << 20, '\0');
     const struct
@@ -396,6 +401,12 @@ TEST_F(StudyArchive, HostileArchivesAreRefusedAndChangeNothing)
             kNotAnArchive },
         { "ecg longer than any recording", [&](Entries& m) { m["vtecgz"].data = slowEcgz; },
             "Entry vtecgz in zip archive is larger than a study allows" },
+        { "another study of the same name",
+            [&](Entries& m) {
+                m["vtstudy"].data = withStudyEdit(
+                    m["vtstudy"].data, [&](QJsonObject& s) { s["id"] = id % 999999999 + 1; });
+            },
+            namesake.c_str() },
         { "ecg garbage", [](Entries& m) { m["vtecgz"].data = ziptest::noise(9000, 1); },
             "ECG file uncompression failed" },
         { "ecg cut short", [](Entries& m) { m["vtecgz"].data.chop(3001); }, nullptr },
