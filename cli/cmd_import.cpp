@@ -82,6 +82,13 @@ int importSource(CliContext& ctx, const Args& args, const QString& source)
     if (!QFileInfo::exists(source) && !QFileInfo::exists(source + ".hea"))
         throw std::runtime_error(
             QString("%1: no such file or folder").arg(QDir::toNativeSeparators(source)).toStdString());
+    if (looksLikeArchive(source)) {
+        // An archive brings its own patient and leads.
+        for (const QString& option : importValueOptions())
+            if (args.has(option))
+                throw UsageError(QString("'--%1' does not apply to a study archive").arg(option));
+        return importArchive(ctx, source);
+    }
     if (isCard(source)) {
         const CardImportOptions options = cardOptions(args);
         const QString why = options.patient.incompleteReason();
@@ -108,7 +115,7 @@ int importSource(CliContext& ctx, const Args& args, const QString& source)
 int runImport(CliContext& ctx, const QStringList& argv)
 {
     Args args(argv, importValueOptions(), {});
-    args.expectPositionals(1, 1, "SOURCE (a card folder, HECG.VTF or a WFDB record)");
+    args.expectPositionals(1, 1, "SOURCE (a card folder, HECG.VTF, a WFDB record or a .vtz)");
     const int id = importSource(ctx, args, args.positionals()[0]);
     ctx.out() << id << '\n';
     return 0;

@@ -91,8 +91,10 @@ int parseStudyId(const QString& text)
 namespace {
 
 const char kImportHelp[] =
-    "SOURCE is a memory-card folder, a HECG.VTF file, or a WFDB record (a .hea path or the\n"
-    "record path without extension). Prints the new study's id.\n\n"
+    "SOURCE is a memory-card folder, a HECG.VTF file, a WFDB record (a .hea path or the\n"
+    "record path without extension), or a study archive (.vtz) from another station, which\n"
+    "replaces the files of the same study if it is here already (and takes no options).\n"
+    "Prints the study's id.\n\n"
     "  --last-name TEXT          patient's last name (required)\n"
     "  --first-name TEXT         patient's first name (required)\n"
     "  --id-number TEXT          ID number\n"
@@ -151,7 +153,8 @@ const QList<CliCommand>& cliCommands()
         {"list", "", "List the studies of the store: id, patient, date, status", "", runList},
         {"show", "ID", "Print a study's descriptive data and events as JSON", "", runShow},
         {"delete", "ID", "Delete a study's files and its index row", "", runDelete},
-        {"import", "SOURCE [options]", "Copy a memory card or a WFDB record into a new study",
+        {"import", "SOURCE [options]",
+         "Copy a memory card, a WFDB record or a study archive into the store",
          kImportHelp, runImport},
         {"detect", "ID", "Find the beats of a study and delineate their waves (no labelling)",
          "", runDetect},
@@ -177,6 +180,12 @@ const QList<CliCommand>& cliCommands()
         {"export", "ID --annotations FILE [--fs HZ] [--rr FILE]",
          "Write a study's beats as a WFDB annotation file and/or RR intervals as text",
          kExportHelp, runExport},
+        {"archive", "ID FOLDER",
+         "Write a study as a study archive FOLDER/<base name>.vtz and print its path",
+         "The archive carries the study file, the compressed ECG and the beats; another\n"
+         "station imports it with 'import FILE.vtz'. An archive of the same name is replaced\n"
+         "only once the new one is complete; Ctrl-C leaves the folder as it was.\n",
+         runArchive},
         {"evaluate", "[--start SECONDS] [--json] [--fs HZ] REF TEST [REF TEST ...]",
          "Compare annotation files beat by beat (ANSI/AAMI EC57) and AF episodes",
          kEvaluateHelp, runEvaluate},

@@ -8,6 +8,7 @@ int runShow(CliContext& ctx, const QStringList& args);
 int runDelete(CliContext& ctx, const QStringList& args);
 int runImport(CliContext& ctx, const QStringList& args);
 int runExport(CliContext& ctx, const QStringList& args);
+int runArchive(CliContext& ctx, const QStringList& args);
 int runEvaluate(CliContext& ctx, const QStringList& args);
 int runProcess(CliContext& ctx, const QStringList& args);
 int runAnalyze(CliContext& ctx, const QStringList& args);

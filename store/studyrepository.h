@@ -1,9 +1,11 @@
 #pragma once
 
+#include "store/progresssink.h"
 #include "store/studyinfo.h"
 
 #include <QByteArray>
 #include <QList>
+#include <QPair>
 #include <QString>
 #include <QStringList>
 #include <QtGlobal>
@@ -16,7 +18,6 @@ class Study;
 class EcgFile;
 class SignalSource;
 class StoreIo;
-class ProgressSink;
 
 // The data folder, its SQLite index and the table of open studies. The study files are the
 // truth; the index is a cache for listing and is rebuilt from them when missing.
@@ -59,6 +60,18 @@ public:
     virtual void destroySource(SignalSource* source);
     virtual void removeEcgFile(const QByteArray& baseName);
     virtual void replaceEcgFile(const QByteArray& fromBase, const QByteArray& toBase);
+    // Study archives (vtz), in studyrepositoryarchive.cpp. Export writes "<folder>/<base>.vtz"
+    // and returns its path, or an empty text when there is no study with that id. Import
+    // returns the study's id; it replaces the files of a study that is already here only once
+    // the archive's files have all been checked. Both throw StoreError with a ready message.
+    virtual QString exportStudy(
+        int id, const QString& folder, ProgressSink* sink, const CancelFlag* cancel = nullptr);
+    virtual int importStudy(
+        const QString& path, ProgressSink* sink, const CancelFlag* cancel = nullptr);
+    // False for anything that isn't one of our archives, without a word.
+    virtual bool readArchiveInfo(const QString& path, StudyInfo& info);
+    // (file name, info) of each archive of ours in the folder, in name order.
+    virtual QList<QPair<QString, StudyInfo>> listArchives(const QString& folder);
     virtual QByteArray dataPath() const;
     virtual bool hasFreeSpace() const;
 
@@ -77,6 +90,8 @@ private:
     void writeRow(const StudyInfo& info, bool insert);
     int newStudyId() const;
     QByteArray newBaseName(const StudyInfo& info) const;
+    // Throws when the study, or another under that base name, is open here.
+    void refuseIfOpen(int id, const QByteArray& baseName) const;
 
     QString m_rootPath;
     QString m_connectionName;
