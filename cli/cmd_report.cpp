@@ -1,5 +1,6 @@
 #include "cli/args.h"
 #include "cli/commands.h"
+#include "cli/printpdf.h"
 #include "cli/reportcommand.h"
 #include "report/tholterreport.h"
 #include "results/analysisparams.h"
@@ -13,6 +14,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QSettings>
+#include <QTemporaryDir>
 
 #include <stdexcept>
 
@@ -120,15 +122,25 @@ void writeStudyReport(CliContext& ctx, int id, const ReportOptions& options, con
     });
 
     if (pdf.isEmpty()) {
-        // A printer run leaves the study's status as it is.
+        // A printer run leaves the study's status as it is. The PDF goes to the system's
+        // spooler, so that printing needs no print dialog library.
+        QTemporaryDir spool;
+        const QString file = spool.filePath("report.pdf");
+        QString job;
         try {
-            report.run();
-        } catch (const ReportError& e) {
+            if (!spool.isValid())
+                throw ReportError("Cannot create a temporary folder for the printed report");
+            report.run(file);
+            ctx.endProgress();
+            job = printPdfOnDefaultPrinter(file, QString("Holter report %1").arg(id));
+        } catch (const std::exception& e) {
             ctx.endProgress();
             throw failure(QString::fromUtf8(e.what()));
         }
-        ctx.endProgress();
-        ctx.err() << "report of study " << id << " sent to the default printer\n";
+        ctx.err() << "report of study " << id << " sent to the default printer";
+        if (!job.isEmpty())
+            ctx.err() << " (" << job << ')';
+        ctx.err() << '\n';
         return;
     }
 

@@ -1,6 +1,6 @@
 #include "report/plotgraphic.h"
 
-#include "report/paperscale.h"
+#include "display/paperscale.h"
 
 #include <QDateTime>
 #include <QFontMetricsF>
@@ -19,11 +19,6 @@ QFont plotFont()
 }
 
 } // namespace
-
-PlotGraphic::PlotGraphic(QObject* parent)
-    : QObject(parent)
-{
-}
 
 void PlotGraphic::setData(const QVector<double>& x, const QVector<double>& y)
 {
