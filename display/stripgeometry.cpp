@@ -26,6 +26,16 @@ StripGeometry StripGeometry::fromPixelsPerMillimetre(
     return g;
 }
 
+StripGeometry StripGeometry::spanning(
+    double fromSeconds, double toSeconds, double leftPx, double widthPx)
+{
+    const double span = toSeconds - fromSeconds;
+    StripGeometry g = fromPixelsPerMillimetre(1.0, span > 0.0 ? widthPx / span : 1.0, 1.0);
+    g.setStartSeconds(fromSeconds);
+    g.setTraceSpan(leftPx, widthPx);
+    return g;
+}
+
 StripGeometry StripGeometry::forDevice(
     const QPaintDevice* device, double speedMmPerSecond, double gainMmPerMillivolt)
 {

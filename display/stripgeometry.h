@@ -38,6 +38,10 @@ public:
         double logicalDpi, double zoom, double speedMmPerSecond, double gainMmPerMillivolt);
     static StripGeometry fromPixelsPerMillimetre(
         double pxPerMm, double speedMmPerSecond, double gainMmPerMillivolt);
+    // A time axis that fits [fromSeconds, toSeconds] into a width, as on a trend plot; the
+    // millimetre is one pixel there.
+    static StripGeometry spanning(
+        double fromSeconds, double toSeconds, double leftPx, double widthPx);
 
     double pixelsPerMillimetre() const { return m_pxPerMm; }
     double pixelsPerSecond() const { return m_pxPerMm * m_speedMmPerSecond; }

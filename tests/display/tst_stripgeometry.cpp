@@ -73,6 +73,12 @@ TEST(StripGeometry, TimeAndXRoundTripAcrossTheStrip)
         // One second is speed millimetres.
         EXPECT_NEAR(g.mapTimeToX(c.start + 1.0) - g.mapTimeToX(c.start), c.speed * c.pxPerMm, 1e-9);
     }
+    // A span fitted into a width, as a trend's clock axis is; an empty span doesn't divide by 0.
+    const StripGeometry axis = StripGeometry::spanning(1.7e9, 1.7e9 + 86400.0, 30.0, 600.0);
+    EXPECT_NEAR(axis.mapTimeToX(1.7e9), 30.0, 1e-9);
+    EXPECT_NEAR(axis.mapTimeToX(1.7e9 + 43200.0), 330.0, 1e-6);
+    EXPECT_NEAR(axis.mapTimeToX(1.7e9 + 86400.0), 630.0, 1e-6);
+    EXPECT_TRUE(std::isfinite(StripGeometry::spanning(5.0, 5.0, 0.0, 100.0).mapTimeToX(6.0)));
     // A negative width is no width: nothing is visible.
     const StripGeometry empty = strip(10.0, 25.0, 10.0, 5.0, 0.0, -20.0);
     EXPECT_EQ(empty.visibleSeconds(), 0.0);
