@@ -173,3 +173,26 @@ void BeatLabelPainter::paintGaps(
         previousTime = t;
     }
 }
+
+void BeatLabelPainter::paintBeatBars(QPainter* painter, const QRectF& area, const StripGeometry& g,
+    BeatList* beats, const QSet<int>& ids, const QColor& color, double halfWidthSeconds)
+{
+    if (!painter || !beats || ids.isEmpty())
+        return;
+    painter->save();
+    painter->setClipRect(area, Qt::IntersectClip);
+    Beat b;
+    if (beats->nearest(g.startSeconds(), b)) {
+        for (int i = b.index; beats->get(i, b); ++i) {
+            const double t = beatTimeSeconds(b);
+            if (t >= g.endSeconds())
+                break;
+            if (t < g.startSeconds() || !ids.contains(b.index))
+                continue;
+            const double x0 = g.mapTimeToX(t - halfWidthSeconds);
+            const double x1 = g.mapTimeToX(t + halfWidthSeconds);
+            painter->fillRect(QRectF(x0, area.top(), x1 - x0, area.height()), color);
+        }
+    }
+    painter->restore();
+}

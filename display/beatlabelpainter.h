@@ -4,6 +4,7 @@
 #include <QFont>
 #include <QMap>
 #include <QRectF>
+#include <QSet>
 #include <QString>
 
 class BeatList;
@@ -64,6 +65,11 @@ public:
         BeatList* beats) const;
 
     QString letter(int beatType) const;
+
+    // Bars over the full height of `area`, `halfWidthSeconds` either side of each record whose id
+    // is in `ids` and whose time lies on the strip: the selection of a review.
+    static void paintBeatBars(QPainter* painter, const QRectF& area, const StripGeometry& geometry,
+        BeatList* beats, const QSet<int>& ids, const QColor& color, double halfWidthSeconds = 0.2);
 
 private:
     void paintGaps(QPainter* painter, const QRectF& area, const StripGeometry& geometry,

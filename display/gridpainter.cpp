@@ -12,6 +12,19 @@ QPen gridPen(const QColor& color, double widthMm, double pxPerMm)
 
 } // namespace
 
+GridPainter::Style GridPainter::screenStyle(Paper paper)
+{
+    Style s;
+    s.paper = paper;
+    s.majorColor = QColor(220, 200, 180);
+    s.minorColor = paper == Paper::Lined ? s.majorColor.lighter(110) : s.majorColor;
+    s.minorWidthMm = 0.0;
+    s.majorWidthMm = 0.0;
+    s.dotsOnMajorLines = false;
+    s.antialias = paper == Paper::Lined;
+    return s;
+}
+
 void GridPainter::paint(QPainter* painter, const QRectF& area, double pxPerMm) const
 {
     if (!painter || area.width() <= 0 || area.height() <= 0 || pxPerMm <= 0.0)

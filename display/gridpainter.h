@@ -33,6 +33,8 @@ public:
 
     // The look of the printed report.
     static Style paperStyle() { return Style(); }
+    // The look of the screen: one-pixel pens in the paper's warm colour.
+    static Style screenStyle(Paper paper);
 
     GridPainter() = default;
     explicit GridPainter(const Style& style)

@@ -97,6 +97,27 @@ TEST(StripDrawing, SameMillimetresAtScreenAndPrintResolutions)
     EXPECT_NEAR(screen.halfPeriodMm, print.halfPeriodMm, 0.1);
 }
 
+// Lined paper: a line on every millimetre, the fifth ones darker.
+TEST(StripDrawing, LinedPaperRulesEveryMillimetre)
+{
+    QImage img = paper(100, 20, kPrintDpm);
+    GridPainter::Style style = GridPainter::screenStyle(GridPainter::Paper::Lined);
+    style.antialias = false;
+    {
+        QPainter p(&img);
+        GridPainter(style).paint(&p, img.rect(), kPrintDpm / 1000.0);
+    }
+    const double pxPerMm = kPrintDpm / 1000.0;
+    const auto any = runCentres(img, true, int(2.5 * pxPerMm), 0, img.width(), notWhite);
+    ASSERT_GE(any.size(), 99);
+    EXPECT_NEAR((any.last() - any.first()) / (any.size() - 1) / pxPerMm, 1.0, 0.02);
+    const QRgb major = QColor(220, 200, 180).rgb();
+    const auto majors = runCentres(
+        img, true, int(2.5 * pxPerMm), 0, img.width(), [&](QRgb c) { return c == major; });
+    ASSERT_GE(majors.size(), 19);
+    EXPECT_NEAR((majors.last() - majors.first()) / (majors.size() - 1) / pxPerMm, 5.0, 0.05);
+}
+
 // Five samples share a pixel column at 96 dpi and 25 mm/s: a one-sample spike must still reach
 // its full height.
 TEST(StripDrawing, ColumnsKeepSingleSampleSpikes)
@@ -260,4 +281,26 @@ TEST(BeatLabels, PaperPrintsIntervalsBelowTwoSecondsAtTheirMiddle)
     for (double t : { 0.3, 1.3, 3.8 })
         EXPECT_GT(countPixels(s.img, QRect(x(t) - 10, 0, 20, band), dark), 0) << t;
     EXPECT_EQ(countPixels(s.img, QRect(x(2.55) - 10, 0, 20, band), dark), 0);
+}
+
+TEST(BeatLabels, SelectionBarsCoverTheSelectedBeatsOnly)
+{
+    MemoryBeatList beats;
+    for (int i = 0; i < 8; ++i)
+        beats.append(beatAt(i, 0.5 + i, BeatN, 1.0));
+    QImage img = paper(100, 20, kScreenDpm);
+    const StripGeometry g = wholeImage(img, 25, 10, 0.6); // 4 s: beats 1 to 4 (1.5 to 4.5 s)
+    {
+        QPainter p(&img);
+        BeatLabelPainter::paintBeatBars(
+            &p, img.rect(), g, &beats, { 0, 2, 3, 7 }, QColor(0, 0, 255), 0.2);
+    }
+    auto barAt = [&](double t) { return bluish(img.pixel(int(g.mapTimeToX(t)), 30)); };
+    EXPECT_FALSE(barAt(1.5)); // not selected
+    EXPECT_TRUE(barAt(2.5));
+    EXPECT_TRUE(barAt(2.5 + 0.18));
+    EXPECT_FALSE(barAt(2.5 + 0.22));
+    EXPECT_TRUE(barAt(3.5));
+    // Beat 0 (0.5 s) lies before the strip: its bar would reach in to 0.7 s, but isn't drawn.
+    EXPECT_FALSE(barAt(0.65));
 }
