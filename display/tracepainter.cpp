@@ -10,6 +10,13 @@
 #include <cmath>
 #include <vector>
 
+namespace {
+
+// How far from the beats on either side a pale gap stops, seconds.
+constexpr double kGapMarginSeconds = 0.2;
+
+} // namespace
+
 QColor TracePainter::typeColor(int beatType) const
 {
     switch (beatType) {
@@ -101,26 +108,47 @@ void TracePainter::paintRow(QPainter* painter, const QRectF& clip, const StripGe
     painter->setPen(pen);
     painter->drawPath(path);
 
-    Beat b;
-    if (m_style.colorByBeatType && beats && beats->nearest(g.startSeconds(), b)) {
-        // Each coloured span is the same path again, clipped to the beat.
-        const QRectF band(g.leftPx(), path.boundingRect().top() - pen.widthF(), g.widthPx(),
-            path.boundingRect().height() + 2 * pen.widthF());
-        for (int i = std::max(0, b.index - 1); beats->get(i, b); ++i) {
-            if (b.time() >= g.endSeconds())
-                break;
-            const QColor color = typeColor(b.type);
-            if (!b.isBeat || !color.isValid() || b.time() + b.span() <= g.startSeconds())
-                continue;
-            const double x0 = g.mapTimeToX(b.time());
-            const double x1 = g.mapTimeToX(b.time() + b.span());
-            painter->save();
-            painter->setClipRect(QRectF(x0, band.top(), x1 - x0, band.height()), Qt::IntersectClip);
-            pen.setColor(color);
-            painter->setPen(pen);
-            painter->drawPath(path);
-            painter->restore();
-        }
-    }
+    if ((m_style.colorByBeatType || m_style.paleGaps) && beats)
+        paintBeatColours(painter, g, path, pen, beats);
     painter->restore();
+}
+
+void TracePainter::paintBeatColours(QPainter* painter, const StripGeometry& g,
+    const QPainterPath& path, QPen pen, BeatList* beats) const
+{
+    Beat b;
+    if (!beats->nearest(g.startSeconds(), b))
+        return;
+    // Each coloured stretch is the same path again, clipped to the stretch.
+    const double pad = std::max(pen.widthF(), 1.0) + 1.0; // a flat line has no height
+    const QRectF box = path.boundingRect().adjusted(0, -pad, 0, pad);
+    auto overdraw = [&](double fromSeconds, double toSeconds, const QColor& color) {
+        const double x0 = std::max(g.mapTimeToX(fromSeconds), g.leftPx());
+        const double x1 = std::min(g.mapTimeToX(toSeconds), g.leftPx() + g.widthPx());
+        if (x1 <= x0)
+            return;
+        painter->save();
+        painter->setClipRect(QRectF(x0, box.top(), x1 - x0, box.height()), Qt::IntersectClip);
+        pen.setColor(color);
+        painter->setPen(pen);
+        painter->drawPath(path);
+        painter->restore();
+    };
+    const int first = std::max(0, b.index - 1);
+    Beat previous;
+    bool havePrevious = beats->previousBeat(first, previous);
+    for (int i = first; beats->get(i, b); ++i) {
+        if (b.time() >= g.endSeconds())
+            break;
+        if (!b.isBeat)
+            continue;
+        if (m_style.paleGaps && havePrevious && !(b.rr() > 0.0))
+            overdraw(previous.time() + kGapMarginSeconds, b.time() - kGapMarginSeconds,
+                m_style.gapColor);
+        const QColor color = typeColor(b.type);
+        if (m_style.colorByBeatType && color.isValid())
+            overdraw(b.time(), b.time() + b.span(), color);
+        previous = b;
+        havePrevious = true;
+    }
 }

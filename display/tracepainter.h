@@ -27,6 +27,10 @@ public:
         QColor ventricularColor = QColor(0xFF, 0x00, 0x00);
         QColor fusionColor = QColor(0x80, 0x80, 0x00);
         QColor supraventricularColor = QColor(0x80, 0x00, 0xFF);
+        // Signal the analysis left out (before a beat without an RR interval, 0.2 s clear of
+        // the beats on either side) reads pale.
+        bool paleGaps = false;
+        QColor gapColor = QColor(0xC0, 0xC0, 0xC0);
         // Reading outside the recording gives zeros; a flat line there is only wanted where a
         // printed layout has always shown it.
         bool drawBeyondSignal = false;
@@ -40,7 +44,7 @@ public:
     const Style& style() const { return m_style; }
 
     // Every channel row of the geometry, clipped to `clip` (none when empty). The beats are
-    // read only for type colours.
+    // read only for type colours and gaps.
     void paint(QPainter* painter, const QRectF& clip, const StripGeometry& geometry,
         SignalSource* source, BeatList* beats = nullptr) const;
     // One row, up to `untilSeconds` at most.
@@ -56,5 +60,8 @@ public:
     QColor typeColor(int beatType) const;
 
 private:
+    void paintBeatColours(QPainter* painter, const StripGeometry& geometry,
+        const QPainterPath& path, QPen pen, BeatList* beats) const;
+
     Style m_style;
 };

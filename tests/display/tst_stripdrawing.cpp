@@ -179,10 +179,12 @@ TEST(StripDrawing, BeatSpansTakeTheirTypeColour)
     beats.append(beatAt(1, 2.0, BeatV, 1.0));
     beats.append(beatAt(2, 3.0, BeatN, 1.0));
     beats.append(beatAt(3, 4.0, BeatV, 1.0, false)); // noise: not coloured
+    beats.append(beatAt(4, 5.0, BeatN)); // after a gap in the analysis
     QImage img = paper(150, 20, kPrintDpm);
     const StripGeometry g = wholeImage(img, 25, 10, 0);
     TracePainter::Style style = crispTrace();
     style.colorByBeatType = true;
+    style.paleGaps = true;
     {
         QPainter p(&img);
         TracePainter(style).paint(&p, QRectF(), g, src.get(), &beats);
@@ -199,6 +201,13 @@ TEST(StripDrawing, BeatSpansTakeTheirTypeColour)
     EXPECT_EQ(redIn(2.32, 10.0), 0);
     const auto blackRun = runCentres(img, false, int(g.mapTimeToX(1.0)), 0, img.height(), dark);
     EXPECT_EQ(blackRun.size(), 1);
+    // The gap runs from 0.2 s after the beat before (2.8 + 0.2 s) to 0.2 s before the window of
+    // the beat after it (4.8 - 0.2 s): pale there, black around it.
+    auto at = [&](double t) { return img.pixel(int(g.mapTimeToX(t)), y); };
+    EXPECT_TRUE(grayish(at(3.05)));
+    EXPECT_TRUE(grayish(at(4.55)));
+    EXPECT_TRUE(dark(at(2.95)));
+    EXPECT_TRUE(dark(at(4.65)));
 }
 
 namespace {
