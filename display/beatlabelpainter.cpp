@@ -57,20 +57,31 @@ QString BeatLabelPainter::letter(int beatType) const
     return QString::fromLatin1(BeatTypeNames::name(beatType));
 }
 
+// What one walk over the strip's records needs to know.
+struct BeatLabelPainter::Walk
+{
+    QPainter* painter;
+    const QRectF& area;
+    const StripGeometry& g;
+    bool rrShown;
+    double rrHeight; // of the RR font, device pixels
+    double letterHeight;
+    bool havePrevious = false;
+    double previousX = 0.0;
+};
+
 void BeatLabelPainter::paint(
     QPainter* painter, const QRectF& area, const StripGeometry& g, BeatList* beats) const
 {
     if (!painter || !beats)
         return;
     const bool paper = m_style.layout == Layout::Paper;
-    const double halfWidth = kPaperLabelHalfWidthMm * g.pixelsPerMillimetre();
-    const bool rrShown = m_style.rrNumbers && g.speedMmPerSecond() >= m_style.rrMinSpeedMmPerSecond;
     painter->setFont(m_style.letterFont);
     painter->setPen(m_style.textColor);
-    const QFontMetricsF letterMetrics(m_style.letterFont, painter->device());
-    const QFontMetricsF rrMetrics(m_style.rrFont, painter->device());
-    const double h = rrMetrics.height();
-
+    Walk walk { painter, area, g,
+        m_style.rrNumbers && g.speedMmPerSecond() >= m_style.rrMinSpeedMmPerSecond,
+        QFontMetricsF(m_style.rrFont, painter->device()).height(),
+        QFontMetricsF(m_style.letterFont, painter->device()).height() };
     if (!paper) {
         painter->save();
         painter->setClipRect(area, Qt::IntersectClip);
@@ -78,8 +89,6 @@ void BeatLabelPainter::paint(
             paintGaps(painter, area, g, beats);
     }
     Beat b;
-    bool havePrevious = false;
-    double previousX = 0.0;
     if (beats->nearest(g.startSeconds(), b)) {
         for (int i = b.index; beats->get(i, b); ++i) {
             const double t = beatTimeSeconds(b);
@@ -87,58 +96,81 @@ void BeatLabelPainter::paint(
                 continue;
             if (t >= g.endSeconds())
                 break;
-            const double x = g.mapTimeToX(t);
-            if (!b.isBeat) {
-                if (!paper && m_style.insertionPoints && x >= area.left()) {
-                    QColor c = m_style.tickColor;
-                    c.setAlpha(100);
-                    painter->setPen(QPen(c, m_style.tickWidthPx, Qt::SolidLine, Qt::SquareCap));
-                    painter->drawLine(
-                        QPointF(x, area.top() + 2 * h - 6), QPointF(x, area.top() + 2 * h - 1));
-                }
-                continue;
+            if (paper)
+                paintPaperMarks(walk, b, t);
+            else
+                paintScreenMarks(walk, b, t);
+            if (b.isBeat) {
+                walk.havePrevious = true;
+                walk.previousX = g.mapTimeToX(t);
             }
-            const QString mark = m_style.typeLetters ? letter(b.type) : QString();
-            const bool rr = rrShown && b.rr() > 0.0 && b.rr() < m_style.rrMaxSeconds;
-            if (paper) {
-                if (!mark.isEmpty()) {
-                    painter->drawText(
-                        QRectF(x - halfWidth, area.top(), 2 * halfWidth, letterMetrics.height()),
-                        Qt::AlignHCenter | Qt::AlignTop, mark);
-                }
-                const double mid = g.mapTimeToX(t - b.rr() / 2.0);
-                if (rr && mid > area.left()) {
-                    painter->setFont(m_style.rrFont);
-                    painter->drawText(QRectF(mid - halfWidth, area.bottom() - h, 2 * halfWidth, h),
-                        Qt::AlignHCenter | Qt::AlignBottom,
-                        QString::number(qRound(b.rr() * 1000.0)));
-                    painter->setFont(m_style.letterFont);
-                }
-            } else {
-                if (m_style.ticks) {
-                    painter->setPen(
-                        QPen(m_style.tickColor, m_style.tickWidthPx, Qt::SolidLine, Qt::SquareCap));
-                    painter->drawLine(
-                        QPointF(x, area.top()), QPointF(x, area.top() + m_style.tickLengthPx));
-                }
-                painter->setPen(m_style.textColor);
-                if (rr && havePrevious) {
-                    const QString text = QString::number(qRound(b.rr() * 1000.0));
-                    painter->setFont(m_style.rrFont);
-                    const double w = rrMetrics.horizontalAdvance(text);
-                    painter->drawText(QPointF((previousX + x - w) / 2.0, area.top() + h), text);
-                }
-                if (!mark.isEmpty()) {
-                    painter->setFont(m_style.letterFont);
-                    painter->drawText(QPointF(x - 3, area.top() + 2 * h), mark);
-                }
-            }
-            havePrevious = true;
-            previousX = x;
         }
     }
     if (!paper)
         painter->restore();
+}
+
+// The letter centred above the beat, the interval's milliseconds at the foot of its middle.
+void BeatLabelPainter::paintPaperMarks(Walk& w, const Beat& b, double t) const
+{
+    if (!b.isBeat)
+        return;
+    const double x = w.g.mapTimeToX(t);
+    const double halfWidth = kPaperLabelHalfWidthMm * w.g.pixelsPerMillimetre();
+    const QString mark = m_style.typeLetters ? letter(b.type) : QString();
+    if (!mark.isEmpty()) {
+        w.painter->drawText(QRectF(x - halfWidth, w.area.top(), 2 * halfWidth, w.letterHeight),
+            Qt::AlignHCenter | Qt::AlignTop, mark);
+    }
+    const double mid = w.g.mapTimeToX(t - b.rr() / 2.0);
+    if (showsRr(w, b) && mid > w.area.left()) {
+        w.painter->setFont(m_style.rrFont);
+        w.painter->drawText(
+            QRectF(mid - halfWidth, w.area.bottom() - w.rrHeight, 2 * halfWidth, w.rrHeight),
+            Qt::AlignHCenter | Qt::AlignBottom, QString::number(qRound(b.rr() * 1000.0)));
+        w.painter->setFont(m_style.letterFont);
+    }
+}
+
+// A tick at the top, the interval's milliseconds between the two beats, the letter under them;
+// insertion points get a short, faint tick.
+void BeatLabelPainter::paintScreenMarks(Walk& w, const Beat& b, double t) const
+{
+    const double x = w.g.mapTimeToX(t);
+    const double top = w.area.top();
+    const double h = w.rrHeight;
+    if (!b.isBeat) {
+        if (m_style.insertionPoints && x >= w.area.left()) {
+            QColor c = m_style.tickColor;
+            c.setAlpha(100);
+            w.painter->setPen(QPen(c, m_style.tickWidthPx, Qt::SolidLine, Qt::SquareCap));
+            w.painter->drawLine(QPointF(x, top + 2 * h - 6), QPointF(x, top + 2 * h - 1));
+        }
+        return;
+    }
+    if (m_style.ticks) {
+        w.painter->setPen(
+            QPen(m_style.tickColor, m_style.tickWidthPx, Qt::SolidLine, Qt::SquareCap));
+        w.painter->drawLine(QPointF(x, top), QPointF(x, top + m_style.tickLengthPx));
+    }
+    w.painter->setPen(m_style.textColor);
+    if (showsRr(w, b) && w.havePrevious) {
+        const QString text = QString::number(qRound(b.rr() * 1000.0));
+        w.painter->setFont(m_style.rrFont);
+        const double width
+            = QFontMetricsF(m_style.rrFont, w.painter->device()).horizontalAdvance(text);
+        w.painter->drawText(QPointF((w.previousX + x - width) / 2.0, top + h), text);
+    }
+    const QString mark = m_style.typeLetters ? letter(b.type) : QString();
+    if (!mark.isEmpty()) {
+        w.painter->setFont(m_style.letterFont);
+        w.painter->drawText(QPointF(x - 3, top + 2 * h), mark);
+    }
+}
+
+bool BeatLabelPainter::showsRr(const Walk& w, const Beat& b) const
+{
+    return w.rrShown && b.rr() > 0.0 && b.rr() < m_style.rrMaxSeconds;
 }
 
 void BeatLabelPainter::paintGaps(

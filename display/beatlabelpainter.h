@@ -72,6 +72,10 @@ public:
         BeatList* beats, const QSet<int>& ids, const QColor& color, double halfWidthSeconds = 0.2);
 
 private:
+    struct Walk;
+    void paintPaperMarks(Walk& walk, const Beat& beat, double seconds) const;
+    void paintScreenMarks(Walk& walk, const Beat& beat, double seconds) const;
+    bool showsRr(const Walk& walk, const Beat& beat) const;
     void paintGaps(QPainter* painter, const QRectF& area, const StripGeometry& geometry,
         BeatList* beats) const;
 

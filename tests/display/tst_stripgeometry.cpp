@@ -165,21 +165,3 @@ TEST(StripGeometry, BeatAtFindsTheNearestRecordWithinTheTolerance)
     MemoryBeatList none;
     EXPECT_FALSE(g.beatAt(&none, x(1.0), tol, nullptr));
 }
-
-TEST(StripGeometry, CopiesCompareEqualUntilAnyPartChanges)
-{
-    StripGeometry a = strip(10.0, 25.0, 10.0, 12.0, 5.0, 400.0);
-    a.setRows({ 0, 1 }, 0.0, 200.0);
-    const StripGeometry b = a;
-    EXPECT_EQ(a, b);
-    StripGeometry c = a;
-    c.setStartSeconds(12.5);
-    EXPECT_NE(a, c);
-    c = a;
-    c.setTraceSpan(5.0, 401.0);
-    EXPECT_NE(a, c);
-    c = a;
-    c.setRows({ 1, 0 }, 0.0, 200.0);
-    EXPECT_NE(a, c);
-    EXPECT_NE(a, StripGeometry::fromPixelsPerMillimetre(10.0, 25.0, 20.0));
-}
