@@ -55,6 +55,14 @@ QPainterPath TracePainter::tracePath(
         return path;
     std::vector<double> v(size_t(count + 1));
     source->readSamples(channel, first, count + 1, v.data());
+    if (m_style.centreOnMean) {
+        double sum = 0.0;
+        for (double x : v)
+            sum += x;
+        const double mean = sum / double(v.size());
+        for (double& x : v)
+            x -= mean;
+    }
     const double x0 = g.mapTimeToX(double(first) / rate);
     const double y0 = g.rows()[row].baselineYPx();
     const double pxPerUnit = source->gainStep() * g.pixelsPerMillivolt();

@@ -31,6 +31,9 @@ public:
         // the beats on either side) reads pale.
         bool paleGaps = false;
         QColor gapColor = QColor(0xC0, 0xC0, 0xC0);
+        // Draw each row about the mean of its samples rather than about 0 mV, so that a
+        // wandering baseline keeps the trace in its row.
+        bool centreOnMean = false;
         // Reading outside the recording gives zeros; a flat line there is only wanted where a
         // printed layout has always shown it.
         bool drawBeyondSignal = false;

@@ -142,6 +142,27 @@ TEST(StripDrawing, ColumnsKeepSingleSampleSpikes)
     EXPECT_NEAR(g.millivoltsToY(0, 0.0) - top, g.pixelsPerMillivolt(), 2.0);
 }
 
+// A trace 1.5 mV off zero stands off its baseline, unless it is centred on its mean.
+TEST(StripDrawing, CentringOnTheMeanBringsAnOffsetTraceHome)
+{
+    auto src = functionSource(
+        kRate, 10 * kRate, [](qint64 i) { return qint16(kOneMillivolt * 3 / 2 + i % 2 * 100); });
+    for (bool centred : { false, true }) {
+        SCOPED_TRACE(centred);
+        QImage img = paper(100, 60, kScreenDpm);
+        const StripGeometry g = wholeImage(img, 25, 10, 0);
+        TracePainter::Style style = crispTrace();
+        style.centreOnMean = centred;
+        {
+            QPainter p(&img);
+            TracePainter(style).paint(&p, QRectF(), g, src.get());
+        }
+        const auto line = runCentres(img, false, img.width() / 2, 0, img.height(), dark);
+        ASSERT_EQ(line.size(), 1);
+        EXPECT_NEAR(g.yToMillivolts(0, line[0]), centred ? 0.0 : 1.5, 0.1);
+    }
+}
+
 // Outside the recording nothing is drawn, unless the style asks for the flat line there.
 TEST(StripDrawing, TracesStopWhereTheRecordingDoes)
 {
