@@ -123,14 +123,17 @@ void writeStudyReport(CliContext& ctx, int id, const ReportOptions& options, con
     PageProgress pages(ctx);
     if (pdf.isEmpty()) {
         // A printer run leaves the study's status as it is.
+        QString job;
         try {
-            printStudyReport(*study.get(), options, &pages);
-        } catch (const ReportError& e) {
+            job = printStudyReport(*study.get(), options, &pages);
+        } catch (const std::exception& e) {
             ctx.endProgress();
             throw failure(QString::fromUtf8(e.what()));
         }
-        ctx.endProgress();
-        ctx.err() << "report of study " << id << " sent to the default printer\n";
+        ctx.err() << "report of study " << id << " sent to the default printer";
+        if (!job.isEmpty())
+            ctx.err() << " (" << job << ')';
+        ctx.err() << '\n';
         return;
     }
 

@@ -5,11 +5,6 @@
 
 #include <cmath>
 
-PieGraphic::PieGraphic(QObject* parent)
-    : QObject(parent)
-{
-}
-
 void PieGraphic::addSlice(double value, const QColor& color, const QString& label)
 {
     m_slices.append(Slice { value, color, label });

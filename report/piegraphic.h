@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QColor>
-#include <QObject>
 #include <QRect>
 #include <QString>
 #include <QVector>
@@ -9,9 +8,8 @@
 class QPainter;
 
 // A pie of a few slices, each labelled in its middle at half the radius.
-class PieGraphic : public QObject
+class PieGraphic
 {
-    Q_OBJECT
 public:
     struct Slice
     {
@@ -20,7 +18,7 @@ public:
         QString label; // empty: the slice's whole percent
     };
 
-    explicit PieGraphic(QObject* parent = nullptr);
+    PieGraphic() = default;
 
     void addSlice(double value, const QColor& color, const QString& label = QString());
     void clear() { m_slices.clear(); }

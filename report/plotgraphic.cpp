@@ -1,6 +1,7 @@
 #include "report/plotgraphic.h"
 
-#include "report/paperscale.h"
+#include "display/paperscale.h"
+#include "display/stripgeometry.h"
 
 #include <QDateTime>
 #include <QFontMetricsF>
@@ -19,11 +20,6 @@ QFont plotFont()
 }
 
 } // namespace
-
-PlotGraphic::PlotGraphic(QObject* parent)
-    : QObject(parent)
-{
-}
 
 void PlotGraphic::setData(const QVector<double>& x, const QVector<double>& y)
 {
@@ -76,8 +72,8 @@ void PlotGraphic::paint(QPainter* painter, const QRect& bounds) const
     if (area.width() <= 0 || area.height() <= 0)
         return;
     const double pxPerMm = PaperScale(painter->device()).pixelsPerMillimetre();
-    auto xOf
-        = [&](double x) { return area.left() + (x - m_xMin) / (m_xMax - m_xMin) * area.width(); };
+    const StripGeometry xAxis = StripGeometry::spanning(m_xMin, m_xMax, area.left(), area.width());
+    auto xOf = [&](double x) { return xAxis.mapTimeToX(x); };
     auto yOf = [&](double y) {
         return area.bottom() - (y - m_yMin) / (m_yMax - m_yMin) * area.height();
     };

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QObject>
 #include <QRect>
 #include <QString>
 #include <QVector>
@@ -9,13 +8,12 @@ class QPainter;
 
 // A trend or histogram for paper: frame, y grid with labels, x axis (a clock for time axes) and
 // one series drawn as lines, bars or dots.
-class PlotGraphic : public QObject
+class PlotGraphic
 {
-    Q_OBJECT
 public:
     enum Kind { Lines, Bars, Dots };
 
-    explicit PlotGraphic(QObject* parent = nullptr);
+    PlotGraphic() = default;
 
     void setData(const QVector<double>& x, const QVector<double>& y);
     void setXRange(double min, double max);

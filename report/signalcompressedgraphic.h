@@ -1,19 +1,18 @@
 #pragma once
 
 #include <QDateTime>
-#include <QObject>
 #include <QRect>
 
+class CompressedPageGeometry;
 class QPainter;
 class SignalSource;
 
 // Full disclosure on one page: one channel in lines of `lineSeconds` stacked from the top, each
 // line with its clock time at the left on every second line.
-class SignalCompressedGraphic : public QObject
+class SignalCompressedGraphic
 {
-    Q_OBJECT
 public:
-    explicit SignalCompressedGraphic(QObject* parent = nullptr);
+    SignalCompressedGraphic() = default;
 
     void setSource(SignalSource* source) { m_source = source; } // not owned
     void setChannel(int channel) { m_channel = channel; }
@@ -30,8 +29,13 @@ public:
     // Seconds per line for a given width: width less the time label, at the speed.
     double lineSeconds(QPainter* painter, const QRect& bounds) const;
 
+    // The page's lines for these bounds: below the date when the strip crosses midnight, at a
+    // pitch that spreads the strip over the height but never closer than a label.
+    CompressedPageGeometry geometry(QPainter* painter, const QRect& bounds) const;
+
 private:
-    QString clockText(double seconds, const QString& format) const;
+    double durationSeconds(double perLine) const;
+    bool showsDate(double duration) const;
 
     SignalSource* m_source = nullptr; // not owned
     int m_channel = 0;

@@ -1,20 +1,19 @@
 #pragma once
 
-#include <QObject>
 #include <QRect>
 #include <QString>
 
 class BeatList;
 class QPainter;
 class SignalSource;
+class StripGeometry;
 
 // An ECG strip for paper: grid, traces, channel names and the RR intervals of the beats, at
 // `speed` mm per second and `amplitude` mm per mV measured in the device's own millimetres.
-class SignalGraphic : public QObject
+class SignalGraphic
 {
-    Q_OBJECT
 public:
-    explicit SignalGraphic(QObject* parent = nullptr);
+    SignalGraphic() = default;
 
     // Neither is owned; the source is read as given, so filters go in front of it.
     void setSource(SignalSource* source) { m_source = source; }
@@ -37,6 +36,10 @@ public:
     // Left margin that holds the scale mark, millimetres.
     static constexpr double kMarginMm = 5.0;
 
+    // Where the strip of these bounds lies on this painter's device: the traces right of the
+    // margin, one equal row per channel shown.
+    StripGeometry geometry(QPainter* painter, const QRect& bounds) const;
+
     void paint(QPainter* painter, const QRect& bounds) const;
 
     // The mean heart rate of the beats over [startTime, startTime + seconds): 60 over the mean of
@@ -44,8 +47,7 @@ public:
     double meanHeartRate(double seconds) const;
 
 private:
-    void paintGrid(QPainter* painter, const QRectF& strip, double pxPerMm) const;
-    void paintBeats(QPainter* painter, const QRectF& strip, double pxPerMm) const;
+    void paintCaption(QPainter* painter, const QRectF& strip, const StripGeometry& g) const;
 
     SignalSource* m_source = nullptr; // not owned
     BeatList* m_beats = nullptr; // not owned
@@ -58,9 +60,3 @@ private:
     double m_amplitude = 10.0;
     QString m_caption;
 };
-
-// Draws samples [first, first + count) of a channel as a trace from x0, `pxPerSample` apart,
-// around the zero line at y0; a pixel column with several samples draws from its lowest to its
-// highest. `pxPerUnit` converts a sample to pixels (upwards).
-void paintTrace(QPainter* painter, SignalSource* source, int channel, double startSample,
-    qint64 count, double x0, double pxPerSample, double y0, double pxPerUnit);

@@ -161,15 +161,24 @@ void THolterReport::prepare()
 
 void THolterReport::run(const QString& pdfFileName)
 {
+    if (pdfFileName.isEmpty())
+        throw ReportError("The report needs a file name");
     prepare();
-    if (pdfFileName.isEmpty()) {
-        if (!m_engine->printToDevice(true))
-            throw ReportError("There is no printer to print the report on");
-    } else if (!m_engine->printToPdf(pdfFileName, false)) {
+    const bool written = m_engine->printToPdf(pdfFileName, false);
+    m_filters.reset();
+    if (!written) {
         throw ReportError(
             QStringLiteral("Report file %1 could not be written").arg(pdfFileName).toStdString());
     }
+}
+
+void THolterReport::run(QPagedPaintDevice* device)
+{
+    prepare();
+    const bool printed = device && m_engine->render(device);
     m_filters.reset();
+    if (!printed)
+        throw ReportError("The report could not be printed");
 }
 
 void THolterReport::reportValue(

@@ -16,6 +16,7 @@
 #include <string>
 
 class DisplayFilterChain;
+class QPagedPaintDevice;
 class PlotGraphic;
 class Result;
 class SignalSource;
@@ -85,9 +86,10 @@ public:
     // Loads the template and plans the sections; throws ReportError when the template won't
     // load. run() does this itself.
     void prepare();
-    // Prints to the PDF file, or straight to the default printer when the name is empty.
-    // Throws ReportError on failure.
-    void run(const QString& pdfFileName = QString());
+    // Prints to the PDF file. Throws ReportError on failure, an empty name included.
+    void run(const QString& pdfFileName);
+    // Prints on any paged device, a printer for instance; throws ReportError on failure.
+    void run(QPagedPaintDevice* device);
 
     TReportEngine* engine() const { return m_engine.get(); }
     // Study event numbers of the strip and full-disclosure rows, by row; built by prepare().

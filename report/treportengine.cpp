@@ -4,11 +4,16 @@
 
 #include <QDesktopServices>
 #include <QFileInfo>
-#include <QPageLayout>
 #include <QPainter>
-#include <QPrinter>
-#include <QPrinterInfo>
+#include <QPdfWriter>
 #include <QUrl>
+
+namespace {
+
+// As a high-resolution printer: fine enough that text and traces place as on paper.
+constexpr int kPdfDotsPerInch = 1200;
+
+} // namespace
 
 TReportEngine::TReportEngine(QObject* parent)
     : QObject(parent)
@@ -62,54 +67,22 @@ bool TReportEngine::render(QPagedPaintDevice* device, int fromPage, int toPage)
     return ok;
 }
 
-namespace {
-
-// The sheet for the first printed section: A4 in the template's orientation, the whole sheet
-// being the paint area so that the template's own margins place everything.
-void preparePrinter(QPrinter& printer, const TReportTemplate& reportTemplate)
+QPageLayout TReportEngine::pageLayout() const
 {
-    const bool landscape = !reportTemplate.sections().isEmpty()
-        && reportTemplate.sections().first().orientation != 0;
-    printer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4),
-        landscape ? QPageLayout::Landscape : QPageLayout::Portrait, QMarginsF(0, 0, 0, 0)));
-    printer.setFullPage(true);
-}
-
-} // namespace
-
-void TReportEngine::printPreview(QPrinter* printer)
-{
-    if (!printer)
-        return;
-    const int from = printer->printRange() == QPrinter::PageRange ? printer->fromPage() : 0;
-    const int to = printer->printRange() == QPrinter::PageRange ? printer->toPage() : 0;
-    render(printer, from, to);
+    const bool landscape
+        = !m_template.sections().isEmpty() && m_template.sections().first().orientation != 0;
+    return QPageLayout(QPageSize(QPageSize::A4),
+        landscape ? QPageLayout::Landscape : QPageLayout::Portrait, QMarginsF(0, 0, 0, 0));
 }
 
 bool TReportEngine::printToPdf(const QString& fileName, bool open)
 {
-    QPrinter printer(QPrinter::HighResolution);
-    printer.setOutputFormat(QPrinter::PdfFormat);
-    printer.setOutputFileName(fileName);
-    preparePrinter(printer, m_template);
-    if (!render(&printer))
+    QPdfWriter writer(fileName);
+    writer.setResolution(kPdfDotsPerInch);
+    writer.setPageLayout(pageLayout());
+    if (!render(&writer))
         return false;
     if (open)
         QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(fileName).absoluteFilePath()));
-    return true;
-}
-
-bool TReportEngine::printToDevice(bool directPrint)
-{
-    const QPrinterInfo info = QPrinterInfo::defaultPrinter();
-    if (info.isNull())
-        return false;
-    QPrinter printer(info, QPrinter::HighResolution);
-    preparePrinter(printer, m_template);
-    if (directPrint)
-        return render(&printer, printer.fromPage(), printer.toPage());
-    if (!m_previewHandler)
-        return false;
-    m_previewHandler(this, &printer);
     return true;
 }

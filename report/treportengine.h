@@ -6,20 +6,18 @@
 #include <QImage>
 #include <QList>
 #include <QObject>
+#include <QPageLayout>
 #include <QRect>
 #include <QVariant>
-
-#include <functional>
 
 class Chart;
 class QPagedPaintDevice;
 class QPainter;
-class QPrinter;
 
 // A banded report generator: reads an XML template of "Report" sections, and paints their
 // fields page by page on a printer or a PDF file. It knows nothing of the data it prints: every
-// value, image and drawing is asked of the owner through the signals. Runs without widgets;
-// printer output with a preview needs a preview handler (see TReportPreview).
+// value, image and drawing is asked of the owner through the signals. Runs without widgets and
+// without a print system: printers are driven from outside (see ReportPrinter).
 class TReportEngine : public QObject
 {
     Q_OBJECT
@@ -42,26 +40,17 @@ public:
     QList<int> skippedSections() const { return m_skippedSections; }
     void setSkippedSections(const QList<int>& sections) { m_skippedSections = sections; }
 
-    // Runs the report on the default printer: at once with `directPrint`, otherwise through the
-    // preview handler. False when there is no printer or no handler for the preview.
-    bool printToDevice(bool directPrint);
-    // Runs the report into a PDF file on a high-resolution printer and, with `open`, shows it
-    // in the desktop's viewer. False when the file cannot be written.
+    // Runs the report into a PDF file at 1200 dots per inch and, with `open`, shows it in the
+    // desktop's viewer. False when the file cannot be written.
     bool printToPdf(const QString& fileName, bool open = false);
-    // Runs both passes on any paged device (QPrinter, QPdfWriter). Pages outside
+    // Runs both passes on any paged device (QPdfWriter, a printer). Pages outside
     // [fromPage, toPage] are left out, 0 meaning no limit. False when painting can't start.
     bool render(QPagedPaintDevice* device, int fromPage = 0, int toPage = 0);
+    // The sheet of the report: A4 in the first section's orientation, with no margins, so that
+    // the template's own margins place everything.
+    QPageLayout pageLayout() const;
     // Pages of the last run, as counted by its first pass.
     int totalPages() const { return m_totalPages; }
-
-    // Shows a preview of a printer and lets it connect back to printPreview(); supplied by the
-    // user-interface layer so that this class needs no widgets.
-    using PreviewHandler = std::function<void(TReportEngine* engine, QPrinter* printer)>;
-    void setPreviewHandler(PreviewHandler handler) { m_previewHandler = std::move(handler); }
-
-public slots:
-    // Both passes on a printer; a preview dialog's paintRequested(QPrinter*) lands here.
-    void printPreview(QPrinter* printer);
 
 signals:
     void setValue(int recNo, const QString& paramName, QVariant& paramValue, int reportPage);
@@ -80,5 +69,4 @@ private:
     QList<int> m_rowCounts;
     QList<int> m_skippedSections;
     int m_totalPages = 0;
-    PreviewHandler m_previewHandler;
 };

@@ -1,5 +1,6 @@
 #include "report/treportpreview.h"
 
+#include "report/reportprinter.h"
 #include "report/treportengine.h"
 
 #include <QPrintPreviewDialog>
@@ -10,15 +11,9 @@ namespace TReportPreview {
 void show(TReportEngine* engine, QPrinter* printer, QWidget* parent)
 {
     QPrintPreviewDialog dialog(printer, parent);
-    QObject::connect(
-        &dialog, &QPrintPreviewDialog::paintRequested, engine, &TReportEngine::printPreview);
+    QObject::connect(&dialog, &QPrintPreviewDialog::paintRequested, engine,
+        [engine](QPrinter* p) { ReportPrinter::print(engine, p); });
     dialog.exec();
-}
-
-void install(TReportEngine* engine, QWidget* parent)
-{
-    engine->setPreviewHandler(
-        [parent](TReportEngine* e, QPrinter* printer) { show(e, printer, parent); });
 }
 
 } // namespace TReportPreview

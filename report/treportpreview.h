@@ -10,7 +10,4 @@ namespace TReportPreview {
 // Shows a modal preview of `printer` whose pages the engine paints.
 void show(TReportEngine* engine, QPrinter* printer, QWidget* parent = nullptr);
 
-// Makes the engine's printToDevice(false) show the preview dialog.
-void install(TReportEngine* engine, QWidget* parent = nullptr);
-
 } // namespace TReportPreview

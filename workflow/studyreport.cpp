@@ -127,10 +127,13 @@ ReportOutcome writeStudyReportPdf(StudyRepository& repository, Study& study,
     return outcome;
 }
 
-void printStudyReport(Study& study, const ReportOptions& options, ProgressSink* progress)
+QString printStudyReport(Study& study, const ReportOptions& options, ProgressSink* progress)
 {
     THolterReport report(&study);
     options.applyTo(report);
     connectProgress(report, progress);
-    printToDefaultPrinter(report);
+    const QByteArray base = study.property("baseFilename");
+    return printToDefaultPrinter(report,
+        QString("Holter report %1").arg(base.isEmpty() ? QString::number(study.id())
+                                                       : QString::fromUtf8(base)));
 }

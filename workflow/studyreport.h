@@ -48,6 +48,7 @@ ReportOutcome writeStudyReportPdf(StudyRepository& repository, Study& study,
     const ReportOptions& options, const QSettings& settings, ProgressSink* progress = nullptr,
     const CancelFlag* cancel = nullptr);
 
-// Sends the study's report to the default printer. A printed report doesn't change the study.
-// Throws with a ready message when there is no printer or the template won't load.
-void printStudyReport(Study& study, const ReportOptions& options, ProgressSink* progress = nullptr);
+// Sends the study's report to the default printer and returns the spooler's job id. A printed
+// report doesn't change the study. Throws with a ready message when there is no printer or the
+// template won't load.
+QString printStudyReport(Study& study, const ReportOptions& options, ProgressSink* progress = nullptr);

@@ -160,6 +160,31 @@ TEST(CliProcess, NonsenseIsRefusedThenProcessLabelsTheBeatsAndReportMarksTheStud
     const QByteArray bytes = testsupport::readAll(pdf);
     EXPECT_TRUE(bytes.startsWith("%PDF"));
     EXPECT_EQ(testsupport::readAll(root.file("reports/" + info.baseFilename + ".pdf")), bytes);
+
+    // --printer hands a PDF to the system spooler; a fake lp first on PATH keeps a copy, or
+    // refuses. Printing leaves the study's status alone.
+    const QByteArray oldPath = qgetenv("PATH");
+    QFile fake(root.file("lp"));
+    ASSERT_TRUE(fake.open(QIODevice::WriteOnly));
+    fake.write(
+        "#!/bin/sh\nfor f; do :; done\n"
+        "if [ -e \"$(dirname \"$0\")/refuse\" ]; then echo 'lp: no default destination' >&2; "
+        "exit 1; fi\ncp \"$f\" \"$(dirname \"$0\")/printed.pdf\"\n");
+    fake.close();
+    fake.setPermissions(fake.permissions() | QFileDevice::ExeOwner);
+    qputenv("PATH", (root.path() + ":" + oldPath).toUtf8());
+    const CliRun printed = cli(root.path(), { "report", idText, "--printer" });
+    EXPECT_EQ(printed.code, 0) << printed.err.toStdString();
+    EXPECT_TRUE(printed.err.contains("sent to the default printer"));
+    EXPECT_TRUE(testsupport::readAll(root.file("printed.pdf")).startsWith("%PDF"));
+    testsupport::writeAll(root.file("refuse"), "");
+    const CliRun refused = cli(root.path(), { "report", idText, "--printer" });
+    qputenv("PATH", oldPath);
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_TRUE(refused.err.contains("lp: no default destination")) << refused.err.toStdString();
+    ASSERT_TRUE(repository(root.path())->studyExists(id, info));
+    EXPECT_EQ(info.status, QByteArray("report"));
+
     QProcess text; // pdftotext, where poppler-utils is installed
     text.start("pdftotext", { "-layout", pdf, "-" });
     if (text.waitForFinished(60000)) {

@@ -1,6 +1,9 @@
-#ifdef HOLTER_TEST_GUI
+#if defined(HOLTER_TEST_GUI)
 #include <QApplication>
 using TestApplication = QApplication;
+#elif defined(HOLTER_TEST_PAINT)
+#include <QGuiApplication>
+using TestApplication = QGuiApplication;
 #else
 #include <QCoreApplication>
 using TestApplication = QCoreApplication;
@@ -16,7 +19,7 @@ int main(int argc, char** argv)
     QTemporaryDir home;
     qputenv("XDG_DATA_HOME", home.path().toUtf8());
     qputenv("XDG_CONFIG_HOME", (home.path() + "/config").toUtf8());
-#ifdef HOLTER_TEST_GUI
+#if defined(HOLTER_TEST_GUI) || defined(HOLTER_TEST_PAINT)
     // Test discovery runs the binary at build time, where there may be no display.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");

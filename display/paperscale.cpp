@@ -1,4 +1,4 @@
-#include "report/paperscale.h"
+#include "display/paperscale.h"
 
 #include <QPaintDevice>
 
