@@ -1,10 +1,21 @@
 #include "workflow/downloadexport.h"
 
+#include "store/storeio.h"
+#include "store/studyrepository.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QSettings>
 
 #include <exception>
+
+void RepositoryExporter::exportStudy(int id, const QString& folder, ProgressSink* progress)
+{
+    if (m_repository.exportStudy(id, folder, progress).isEmpty())
+        throw StoreError(QCoreApplication::translate("MainWindow", "Study %1 does not exist")
+                             .arg(id)
+                             .toStdString());
+}
 
 PostDownloadStep postDownloadStep(const QSettings& settings)
 {

@@ -21,6 +21,24 @@ public:
     virtual void exportStudy(int id, const QString& folder, ProgressSink* progress) = 0;
 };
 
+class StudyRepository;
+
+// The exporter of a workstation: the repository's own vtz export.
+class RepositoryExporter : public StudyExporter
+{
+public:
+    explicit RepositoryExporter(StudyRepository& repository)
+        : m_repository(repository)
+    {
+    }
+    // Throws the store's message; a study that is not in the store is an error here, since the
+    // caller has just downloaded it.
+    void exportStudy(int id, const QString& folder, ProgressSink* progress) override;
+
+private:
+    StudyRepository& m_repository;
+};
+
 // What happens to a study that was just downloaded.
 struct PostDownloadStep
 {

@@ -90,3 +90,24 @@ TEST(DownloadExport, ExportReportsSuccessAndFailureByMessage)
                  : QString("Study file was succesfully exported to folder: /shared/studies"));
     }
 }
+
+// The workstation's exporter writes a real archive that lists with the study's name, and a
+// study that is not in the store is a failure message, not a silent success.
+TEST(DownloadExport, RepositoryExporterWritesAnArchiveOrFails)
+{
+    QTemporaryDir root, shared;
+    ASSERT_TRUE(root.isValid() && shared.isValid());
+    auto repo = openRepository(root.path());
+    const int id = makeEcgStudy(*repo, 20.0, StudyStatus::Downloaded);
+    RepositoryExporter exporter(*repo);
+
+    const StudyExportResult ok = exportDownloadedStudy(exporter, id, shared.path());
+    EXPECT_TRUE(ok.exported) << ok.message.toStdString();
+    const auto archives = repo->listArchives(shared.path());
+    ASSERT_EQ(archives.size(), 1);
+    EXPECT_EQ(archives[0].second.patientLastName, QByteArray("Paz"));
+
+    const StudyExportResult missing = exportDownloadedStudy(exporter, id + 100, shared.path());
+    EXPECT_FALSE(missing.exported);
+    EXPECT_EQ(repo->listArchives(shared.path()).size(), 1);
+}
