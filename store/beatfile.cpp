@@ -111,7 +111,7 @@ BeatFile::~BeatFile()
         std::fclose(m_file);
 }
 
-BeatFile* BeatFile::open(SignalSource* source, const QString& path, StoreIo* io)
+std::unique_ptr<BeatFile> BeatFile::open(SignalSource* source, const QString& path, StoreIo* io)
 {
     QFile probe(path);
     if (!probe.open(QIODevice::ReadOnly))
@@ -119,7 +119,7 @@ BeatFile* BeatFile::open(SignalSource* source, const QString& path, StoreIo* io)
     if (probe.read(8) != QByteArray(kMagic, 8))
         return nullptr;
     probe.close();
-    return new BeatFile(source, path, kHeaderSize, false, io);
+    return std::make_unique<BeatFile>(source, path, kHeaderSize, false, io);
 }
 
 void BeatFile::writeChecked(const void* data, size_t size)

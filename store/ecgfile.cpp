@@ -85,7 +85,7 @@ EcgFile::~EcgFile()
         std::fclose(m_file);
 }
 
-EcgFile* EcgFile::open(const QString& path, StoreIo* io)
+std::unique_ptr<EcgFile> EcgFile::open(const QString& path, StoreIo* io)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
@@ -132,7 +132,7 @@ EcgFile* EcgFile::open(const QString& path, StoreIo* io)
     ecgFile->setResolution(resolution);
     for (int c = 0; c < names.size(); ++c)
         ecgFile->channel(c)->setName(names.at(c).toString().toUtf8());
-    return ecgFile.release();
+    return ecgFile;
 }
 
 QJsonObject EcgFile::ecgHeaderObject() const
@@ -214,10 +214,10 @@ qint16* EcgFile::loadBlock(int channel, int block)
     // Only whole frames count: the bytes of a torn last frame must not leak into the tail.
     std::array<qint16, kMaxChannels * kBlockSize> frames;
     const size_t want = size_t(n) * kBlockSize;
-    const qint64 framesHere = std::clamp<qint64>(sampleCount() - qint64(block) * kBlockSize, 0,
-                                                 kBlockSize);
-    const size_t got = std::min(std::fread(frames.data(), 2, want, m_file),
-                                size_t(framesHere) * size_t(n));
+    const qint64 framesHere
+        = std::clamp<qint64>(sampleCount() - qint64(block) * kBlockSize, 0, kBlockSize);
+    const size_t got
+        = std::min(std::fread(frames.data(), 2, want, m_file), size_t(framesHere) * size_t(n));
     std::fill(frames.begin() + got, frames.begin() + want, qint16(0));
 
     qint16* out = new qint16[kBlockSize];

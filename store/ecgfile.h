@@ -24,12 +24,12 @@ public:
     // Creates ("wb+", throws "Cannot create file") or opens ("rb+", throws "Cannot open file").
     // `io` is not owned; null means the standard writer.
     EcgFile(const QString& path, int channels, int samplingRate, int headerSize, bool create,
-            StoreIo* io = nullptr);
+        StoreIo* io = nullptr);
     ~EcgFile() override;
 
     // Reads the header of an existing vtecg file; null if it is missing, has a bad magic or a
     // header that does not give rate, resolution, format and channel names.
-    static EcgFile* open(const QString& path, StoreIo* io = nullptr);
+    static std::unique_ptr<EcgFile> open(const QString& path, StoreIo* io = nullptr);
 
     // Header JSON: {"study": ..., "patient": ..., "ecg": {...}}; the "ecg" object is built here.
     QJsonObject ecgHeaderObject() const;

@@ -13,11 +13,11 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSet>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStandardPaths>
-#include <QSet>
 #include <QUuid>
 
 #include <random>
@@ -72,46 +72,45 @@ struct InfoField
 };
 
 const InfoField kInfoFields[] = {
-    {&StudyInfo::baseFilename, "baseFilename"},
-    {&StudyInfo::status, "status"},
-    {&StudyInfo::studyType, "studyType"},
-    {&StudyInfo::institutionName, "institutionName"},
-    {&StudyInfo::technicianName, "technicianName"},
-    {&StudyInfo::doctorName, "doctorName"},
-    {&StudyInfo::referringDoctorName, "referringDoctorName"},
-    {&StudyInfo::treatment, "treatment"},
-    {&StudyInfo::indication, "indication"},
-    {&StudyInfo::comments, "comments"},
-    {&StudyInfo::conclusion, "conclusion"},
-    {&StudyInfo::patientFirstName, "patient/firstName"},
-    {&StudyInfo::patientLastName, "patient/lastName"},
-    {&StudyInfo::patientSex, "patient/sex"},
-    {&StudyInfo::patientAge, "patient/age"},
-    {&StudyInfo::patientWeight, "patient/weight"},
-    {&StudyInfo::patientHeight, "patient/height"},
-    {&StudyInfo::patientBirthDate, "patient/birthDate"},
-    {&StudyInfo::patientPersonIdType, "patient/personIdType"},
-    {&StudyInfo::patientPersonIdNumber, "patient/personIdNumber"},
-    {&StudyInfo::patientAnimalSpecies, "patient/animalSpecies"},
-    {&StudyInfo::patientAnimalBreed, "patient/animalBreed"},
-    {&StudyInfo::patientMedicalGroupName, "patient/medicalGroupName"},
-    {&StudyInfo::patientMedicalGroupNumber, "patient/medicalGroupNumber"},
-    {&StudyInfo::patientMedicalHistoryNumber, "patient/medicalHistoryNumber"},
-    {&StudyInfo::patientAddress, "patient/address"},
-    {&StudyInfo::patientCity, "patient/city"},
-    {&StudyInfo::patientState, "patient/state"},
-    {&StudyInfo::patientCountry, "patient/country"},
-    {&StudyInfo::patientPhoneNumber, "patient/phoneNumber"},
+    { &StudyInfo::baseFilename, "baseFilename" },
+    { &StudyInfo::status, "status" },
+    { &StudyInfo::studyType, "studyType" },
+    { &StudyInfo::institutionName, "institutionName" },
+    { &StudyInfo::technicianName, "technicianName" },
+    { &StudyInfo::doctorName, "doctorName" },
+    { &StudyInfo::referringDoctorName, "referringDoctorName" },
+    { &StudyInfo::treatment, "treatment" },
+    { &StudyInfo::indication, "indication" },
+    { &StudyInfo::comments, "comments" },
+    { &StudyInfo::conclusion, "conclusion" },
+    { &StudyInfo::patientFirstName, "patient/firstName" },
+    { &StudyInfo::patientLastName, "patient/lastName" },
+    { &StudyInfo::patientSex, "patient/sex" },
+    { &StudyInfo::patientAge, "patient/age" },
+    { &StudyInfo::patientWeight, "patient/weight" },
+    { &StudyInfo::patientHeight, "patient/height" },
+    { &StudyInfo::patientBirthDate, "patient/birthDate" },
+    { &StudyInfo::patientPersonIdType, "patient/personIdType" },
+    { &StudyInfo::patientPersonIdNumber, "patient/personIdNumber" },
+    { &StudyInfo::patientAnimalSpecies, "patient/animalSpecies" },
+    { &StudyInfo::patientAnimalBreed, "patient/animalBreed" },
+    { &StudyInfo::patientMedicalGroupName, "patient/medicalGroupName" },
+    { &StudyInfo::patientMedicalGroupNumber, "patient/medicalGroupNumber" },
+    { &StudyInfo::patientMedicalHistoryNumber, "patient/medicalHistoryNumber" },
+    { &StudyInfo::patientAddress, "patient/address" },
+    { &StudyInfo::patientCity, "patient/city" },
+    { &StudyInfo::patientState, "patient/state" },
+    { &StudyInfo::patientCountry, "patient/country" },
+    { &StudyInfo::patientPhoneNumber, "patient/phoneNumber" },
 };
 
 } // namespace
 
 const QStringList& StudyRepository::defaultRiskFactorNames()
 {
-    static const QStringList names = {
-        QString::fromUtf8("Hipertensión"), "Tabaquismo actual", "Ex-tabaquismo", "Sedentarismo",
-        "Obesidad", "Diabetes", "Dislipemia", "Stress", "Angor", "Infarto agudo de miocardio",
-        "Gota"};
+    static const QStringList names = { QString::fromUtf8("Hipertensión"), "Tabaquismo actual",
+        "Ex-tabaquismo", "Sedentarismo", "Obesidad", "Diabetes", "Dislipemia", "Stress", "Angor",
+        "Infarto agudo de miocardio", "Gota" };
     return names;
 }
 
@@ -121,12 +120,13 @@ StudyRepository::StudyRepository(const QString& folderName)
 }
 
 StudyRepository::StudyRepository(const QString& folderName, const Options& options)
-    : m_io(options.io), m_freeSpaceQuery(options.freeSpaceQuery),
-      m_riskFactorNames(defaultRiskFactorNames())
+    : m_io(options.io)
+    , m_freeSpaceQuery(options.freeSpaceQuery)
+    , m_riskFactorNames(defaultRiskFactorNames())
 {
     m_rootPath = options.rootOverride.isEmpty()
-        ? QString("%1/%2").arg(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation),
-                               folderName)
+        ? QString("%1/%2").arg(
+            QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation), folderName)
         : options.rootOverride;
     QDir().mkpath(m_rootPath);
     QDir root(m_rootPath);
@@ -168,8 +168,9 @@ void StudyRepository::openIndex()
         if (probe.exec("select count(*) from Study"))
             return;
         db.close();
-        const QString aside = QString("%1.damaged-%2").arg(indexPath).arg(
-            QDateTime::currentDateTime().toString("yyyyMMddHHmmss"));
+        const QString aside = QString("%1.damaged-%2")
+                                  .arg(indexPath)
+                                  .arg(QDateTime::currentDateTime().toString("yyyyMMddHHmmss"));
         if (!QFile::rename(indexPath, aside))
             fail(QString("The study index %1 is damaged and cannot be replaced")
                      .arg(QDir::toNativeSeparators(indexPath)));
@@ -188,8 +189,8 @@ void StudyRepository::rebuildIndex()
     QSqlDatabase db = QSqlDatabase::database(m_connectionName);
     db.transaction();
     const QDir root(m_rootPath);
-    const QStringList files =
-        root.entryList({QString("*.") + kStudyExt}, QDir::Files, QDir::Name);
+    const QStringList files
+        = root.entryList({ QString("*.") + kStudyExt }, QDir::Files, QDir::Name);
     QSet<int> seen;
     for (const QString& name : files) {
         QJsonDocument doc;
@@ -207,7 +208,8 @@ void StudyRepository::rebuildIndex()
         if (info.id < 1 || info.id > 999999999 || seen.contains(info.id))
             continue;
         seen.insert(info.id);
-        auto str = [](const QJsonObject& o, const char* k) { return o.value(k).toString().toUtf8(); };
+        auto str
+            = [](const QJsonObject& o, const char* k) { return o.value(k).toString().toUtf8(); };
         info.baseFilename = str(s, "baseFilename");
         info.status = str(s, "status");
         info.studyType = str(s, "studyType");
@@ -232,8 +234,8 @@ void StudyRepository::writeRow(const StudyInfo& info, bool insert)
     q.prepare(insert ? "insert into Study(id, data) values (:id, :data)"
                      : "update Study set data = :data where id = :id");
     q.bindValue(":id", info.id);
-    q.bindValue(":data",
-                QString::fromUtf8(QJsonDocument(rowJson(info)).toJson(QJsonDocument::Compact)));
+    q.bindValue(
+        ":data", QString::fromUtf8(QJsonDocument(rowJson(info)).toJson(QJsonDocument::Compact)));
     if (!q.exec())
         fail(q.lastError().text());
 }
@@ -268,8 +270,8 @@ QList<StudyInfo> StudyRepository::listStudies()
 
 QString StudyRepository::studyPath(const QByteArray& baseName, const char* extension) const
 {
-    return QString("%1/%2.%3").arg(m_rootPath, QString::fromUtf8(baseName),
-                                   QString::fromLatin1(extension));
+    return QString("%1/%2.%3")
+        .arg(m_rootPath, QString::fromUtf8(baseName), QString::fromLatin1(extension));
 }
 
 int StudyRepository::newStudyId() const
@@ -287,8 +289,8 @@ int StudyRepository::newStudyId() const
 QByteArray StudyRepository::newBaseName(const StudyInfo& info) const
 {
     QByteArray base;
-    for (const QByteArray* part : {&info.patientMedicalHistoryNumber, &info.patientPersonIdNumber,
-                                   &info.patientLastName, &info.patientFirstName})
+    for (const QByteArray* part : { &info.patientMedicalHistoryNumber, &info.patientPersonIdNumber,
+             &info.patientLastName, &info.patientFirstName })
         if (!part->isEmpty())
             base += *part + "-";
     base += info.studyDateTime;
@@ -305,7 +307,9 @@ Study* StudyRepository::createStudy(StudyInfo& info)
     if (info.channelCount < 1 || info.channelCount > SignalSource::kMaxChannels
         || info.samplingRate < 1 || info.resolution < 1 || info.resolution > 16)
         fail(QString("Invalid signal parameters: %1 channels at %2 Hz, %3 bits")
-                 .arg(info.channelCount).arg(info.samplingRate).arg(info.resolution));
+                 .arg(info.channelCount)
+                 .arg(info.samplingRate)
+                 .arg(info.resolution));
     if (info.status.isEmpty())
         info.status = "downloaded";
     if (info.studyType.isEmpty())
@@ -318,8 +322,8 @@ Study* StudyRepository::createStudy(StudyInfo& info)
     const QString beatsFile = studyPath(info.baseFilename, kBeatsExt);
     auto study = std::make_unique<Study>(info.id);
     try {
-        auto ecg = std::make_unique<EcgFile>(ecgFile, info.channelCount, info.samplingRate,
-                                             EcgFile::kHeaderSize, true, m_io);
+        auto ecg = std::make_unique<EcgFile>(
+            ecgFile, info.channelCount, info.samplingRate, EcgFile::kHeaderSize, true, m_io);
         ecg->setGainRange(-info.gain, info.gain);
         ecg->setResolution(info.resolution);
         const QList<QByteArray> names = info.channelNames.split(',');
@@ -327,8 +331,8 @@ Study* StudyRepository::createStudy(StudyInfo& info)
             ecg->channel(c)->setName(names[c].trimmed());
         EcgFile* ecgRaw = ecg.get();
         study->setSignal(std::move(ecg));
-        auto beats =
-            std::make_unique<BeatFile>(ecgRaw, beatsFile, BeatFile::kHeaderSize, true, m_io);
+        auto beats
+            = std::make_unique<BeatFile>(ecgRaw, beatsFile, BeatFile::kHeaderSize, true, m_io);
         BeatFile* beatsRaw = beats.get();
         study->setBeats(std::move(beats));
         applyInfo(study.get(), info);
@@ -351,7 +355,7 @@ Study* StudyRepository::createStudy(StudyInfo& info)
     return raw;
 }
 
-Study* StudyRepository::loadStudyFile(const QString& path)
+std::unique_ptr<Study> StudyRepository::loadStudyFile(const QString& path)
 {
     QJsonDocument doc;
     if (!readStudyDocument(path, doc) || doc.isNull() || doc.isEmpty())
@@ -367,7 +371,7 @@ Study* StudyRepository::loadStudyFile(const QString& path)
 
     auto study = std::make_unique<Study>();
     studyFromJson(root, *study);
-    std::unique_ptr<EcgFile> ecg(EcgFile::open(ecgPath, m_io));
+    std::unique_ptr<EcgFile> ecg = EcgFile::open(ecgPath, m_io);
     if (!ecg)
         return nullptr;
     // A study moved without its beats is still usable: it just needs processing.
@@ -375,13 +379,13 @@ Study* StudyRepository::loadStudyFile(const QString& path)
         BeatFile empty(ecg.get(), beatsPath, BeatFile::kHeaderSize, true, m_io);
         empty.writeHeader();
     }
-    std::unique_ptr<BeatFile> beats(BeatFile::open(ecg.get(), beatsPath, m_io));
+    std::unique_ptr<BeatFile> beats = BeatFile::open(ecg.get(), beatsPath, m_io);
     if (!beats)
         return nullptr;
     study->setSignal(std::move(ecg));
     study->setBeats(std::move(beats));
     resultsFromJson(root.value("results").toObject(), study->results());
-    return study.release();
+    return study;
 }
 
 void StudyRepository::saveStudyFile(Study* study, const QString& path)
@@ -394,11 +398,12 @@ Study* StudyRepository::openStudy(int id)
     StudyInfo row;
     if (!studyExists(id, row) || isStudyOpen(id))
         return nullptr;
-    Study* study = loadStudyFile(studyPath(row.baseFilename, kStudyExt));
+    std::unique_ptr<Study> study = loadStudyFile(studyPath(row.baseFilename, kStudyExt));
     if (!study)
         return nullptr;
-    m_openStudies[id] = std::unique_ptr<Study>(study);
-    return study;
+    Study* raw = study.get();
+    m_openStudies[id] = std::move(study);
+    return raw;
 }
 
 void StudyRepository::saveStudy(Study* study)
@@ -460,7 +465,7 @@ StudyInfo StudyRepository::studyInfo(const Study* study) const
     info.studyDateTime = study->studyDateTime();
     info.recordingDateTime = study->recordingDateTime();
     for (const auto& kv : study->riskFactors())
-        info.riskFactors.append({kv.first, kv.second.status, kv.second.comment});
+        info.riskFactors.append({ kv.first, kv.second.status, kv.second.comment });
     return info;
 }
 
@@ -478,29 +483,30 @@ void StudyRepository::applyInfo(Study* study, const StudyInfo& info) const
     study->setRecordingDateTime(info.recordingDateTime);
 }
 
-EcgFile* StudyRepository::createEcgFile(const QByteArray& baseName, const Study* study)
+std::unique_ptr<EcgFile> StudyRepository::createEcgFile(
+    const QByteArray& baseName, const Study* study)
 {
     const SignalSource* s = study->signal();
     if (!s)
         fail("The study has no signal");
     auto ecg = std::make_unique<EcgFile>(studyPath(baseName, kEcgExt), s->channelCount(),
-                                         s->samplingRate(), EcgFile::kHeaderSize, true, m_io);
+        s->samplingRate(), EcgFile::kHeaderSize, true, m_io);
     ecg->setGainRange(s->gainMin(), s->gainMax());
     ecg->setResolution(s->resolution());
     for (int c = 0; c < s->channelCount(); ++c)
         ecg->channel(c)->setName(s->channel(c)->name());
     ecg->writeHeader(studyToJson(*study), patientToJson(*study));
-    return ecg.release();
+    return ecg;
 }
 
-EcgFile* StudyRepository::openEcgFile(const QByteArray& baseName)
+std::unique_ptr<EcgFile> StudyRepository::openEcgFile(const QByteArray& baseName)
 {
     return EcgFile::open(studyPath(baseName, kEcgExt), m_io);
 }
 
-void StudyRepository::destroySource(SignalSource* source)
+void StudyRepository::destroySource(std::unique_ptr<SignalSource> source)
 {
-    delete source;
+    source.reset();
 }
 
 void StudyRepository::removeEcgFile(const QByteArray& baseName)

@@ -43,9 +43,12 @@ public:
     StudyRepository& operator=(const StudyRepository&) = delete;
     virtual ~StudyRepository();
 
-    virtual Study* loadStudyFile(const QString& path);
+    // A new study read from the file and everything beside it, owned by the caller; null when
+    // the file or its samples are missing or unreadable.
+    virtual std::unique_ptr<Study> loadStudyFile(const QString& path);
     virtual void saveStudyFile(Study* study, const QString& path);
     virtual QList<StudyInfo> listStudies();
+    // The repository owns the open studies it hands out; closeStudy destroys them.
     virtual Study* createStudy(StudyInfo& info);
     virtual Study* openStudy(int id);
     virtual void saveStudy(Study* study);
@@ -54,9 +57,10 @@ public:
     virtual bool isStudyOpen(int id) const;
     virtual StudyInfo studyInfo(const Study* study) const;
     virtual void applyInfo(Study* study, const StudyInfo& info) const;
-    virtual EcgFile* createEcgFile(const QByteArray& baseName, const Study* study);
-    virtual EcgFile* openEcgFile(const QByteArray& baseName);
-    virtual void destroySource(SignalSource* source);
+    // Sample files owned by the caller, e.g. for rewriting a study's samples under a new name.
+    virtual std::unique_ptr<EcgFile> createEcgFile(const QByteArray& baseName, const Study* study);
+    virtual std::unique_ptr<EcgFile> openEcgFile(const QByteArray& baseName);
+    virtual void destroySource(std::unique_ptr<SignalSource> source);
     virtual void removeEcgFile(const QByteArray& baseName);
     virtual void replaceEcgFile(const QByteArray& fromBase, const QByteArray& toBase);
     virtual QByteArray dataPath() const;

@@ -174,7 +174,7 @@ TEST_F(BeatFileTest, FailedWriteThrowsAndKeepsWhatWasThere)
     // Once the disk has room again the list carries on over the torn tail.
     io.setBudget(-1);
     EXPECT_EQ(file->append(sampleBeat(&source, 3.0)), 1);
-    std::unique_ptr<BeatFile> reopened(BeatFile::open(&source, path()));
+    std::unique_ptr<BeatFile> reopened = BeatFile::open(&source, path());
     ASSERT_TRUE(reopened);
     EXPECT_EQ(reopened->count(), 2);
     ASSERT_TRUE(reopened->get(1, b));
@@ -190,7 +190,7 @@ TEST_F(BeatFileTest, OpenWantsTheMagic)
         EXPECT_EQ(BeatFile::open(&source, path()), nullptr) << bad.left(8).constData();
     }
     testsupport::writeAll(path(), QByteArray("VTBEATS1")); // magic alone: an empty list
-    std::unique_ptr<BeatFile> file(BeatFile::open(&source, path()));
+    std::unique_ptr<BeatFile> file = BeatFile::open(&source, path());
     ASSERT_TRUE(file);
     EXPECT_EQ(file->count(), 0);
 }
@@ -198,7 +198,7 @@ TEST_F(BeatFileTest, OpenWantsTheMagic)
 TEST_F(BeatFileTest, ShortReadGivesZeroedRecordsNotStaleOnes)
 {
     create(nullptr, 20);
-    std::unique_ptr<BeatFile> file(BeatFile::open(&source, path()));
+    std::unique_ptr<BeatFile> file = BeatFile::open(&source, path());
     Beat b;
     ASSERT_TRUE(file->get(0, b)); // buffer now holds beats 0-9
     QFile::resize(path(), 256 + 12 * 296); // cut short behind the reader's back
