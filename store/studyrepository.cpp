@@ -450,12 +450,6 @@ bool StudyRepository::isStudyOpen(int id) const
     return m_openStudies.count(id) > 0;
 }
 
-Study* StudyRepository::openedStudy(int id) const
-{
-    const auto it = m_openStudies.find(id);
-    return it == m_openStudies.end() ? nullptr : it->second.get();
-}
-
 StudyInfo StudyRepository::studyInfo(const Study* study) const
 {
     StudyInfo info;

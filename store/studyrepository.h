@@ -69,8 +69,6 @@ public:
     QString rootPath() const { return m_rootPath; }
     QString studyPath(const QByteArray& baseName, const char* extension) const;
     const QStringList& riskFactorNames() const { return m_riskFactorNames; }
-    // The open study with that id, or null.
-    Study* openedStudy(int id) const;
 
     // Internal helper made visible for the list and the tools: the row of `id`, if any.
     bool studyExists(int id, StudyInfo& info) const;
