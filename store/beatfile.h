@@ -22,7 +22,8 @@ public:
     static constexpr int kRunLength = 10;
     static const char kMagic[]; // "VTBEATS1"
 
-    // create: "wb+" (throws "Cannot create file"); else "rb+" (throws "Cannot open file").
+    // create: "wb+" (throws "Cannot create file <path>"); else "rb+" (throws "Cannot open file
+    // <path>"); a failed write throws "Write error in file <path>".
     BeatFile(SignalSource* source, const QString& path, int headerSize, bool create,
         StoreIo* io = nullptr);
     ~BeatFile() override;

@@ -46,19 +46,19 @@ EcgFile::EcgFile(
     if (create) {
         m_file = openFile(path, "wb+");
         if (!m_file)
-            throw StoreError("Cannot create file");
+            throw StoreError("Cannot create file", m_path);
         const std::vector<char> zeros(size_t(m_headerSize), 0);
         if (StoreIo::orStandard(m_io).write(m_file, zeros.data(), zeros.size()) != zeros.size()) {
             std::fclose(m_file);
             m_file = nullptr;
-            throw StoreError("Write error");
+            throw StoreError("Write error in file", m_path);
         }
         setSampleCount(0);
         setBlockCount(0);
     } else {
         m_file = openFile(path, "rb+");
         if (!m_file)
-            throw StoreError("Cannot open file");
+            throw StoreError("Cannot open file", m_path);
         qint64 size = 0;
         if (fseeko(m_file, 0, SEEK_END) == 0)
             size = ftello(m_file);
@@ -162,7 +162,7 @@ void EcgFile::writeHeader(const QJsonObject& study, const QJsonObject& patient)
     text.truncate(m_headerSize);
     text.append(QByteArray(m_headerSize - text.size(), '\0'));
     if (fseeko(m_file, 0, SEEK_SET) != 0)
-        throw StoreError("Write error");
+        throw StoreError("Write error in file", m_path);
     writeChecked(text.constData(), size_t(text.size()));
     std::fflush(m_file);
 }
@@ -230,7 +230,7 @@ qint16* EcgFile::loadBlock(int channel, int block)
 void EcgFile::writeChecked(const void* data, size_t size)
 {
     if (StoreIo::orStandard(m_io).write(m_file, data, size) != size)
-        throw StoreError("Write error");
+        throw StoreError("Write error in file", m_path);
 }
 
 void EcgFile::appendRaw(const char* bytes, qint64 size)

@@ -21,7 +21,8 @@ public:
     static constexpr int kBlockSize = 4096;
     static constexpr int kTailWindow = 65536; // samples per channel
 
-    // Creates ("wb+", throws "Cannot create file") or opens ("rb+", throws "Cannot open file").
+    // Creates ("wb+", throws "Cannot create file <path>") or opens ("rb+", throws "Cannot open
+    // file <path>"); a failed write throws "Write error in file <path>".
     // `io` is not owned; null means the standard writer.
     EcgFile(const QString& path, int channels, int samplingRate, int headerSize, bool create,
         StoreIo* io = nullptr);

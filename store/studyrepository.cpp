@@ -34,6 +34,18 @@ const char kCreateTable[] = "create table Study(id integer primary key, data tex
     throw StoreError(message.toStdString());
 }
 
+QString indexPathOf(const QString& root)
+{
+    return QString("%1/data/studies.sqlite").arg(root);
+}
+
+// The driver's own text, and which index it is about.
+[[noreturn]] void failIndex(const QString& driverText, const QString& root)
+{
+    fail(QString("%1 (study index %2)")
+             .arg(driverText, QDir::toNativeSeparators(indexPathOf(root))));
+}
+
 QJsonObject rowJson(const StudyInfo& info)
 {
     QJsonObject o;
@@ -153,14 +165,14 @@ void StudyRepository::openIndex()
 {
     if (!QSqlDatabase::drivers().contains("QSQLITE"))
         fail("SQLite driver not available");
-    const QString indexPath = QString("%1/data/studies.sqlite").arg(m_rootPath);
+    const QString indexPath = indexPathOf(m_rootPath);
     bool existed = QFileInfo::exists(indexPath);
     // One connection per repository, so that tests and tools may hold more than one.
     m_connectionName = "holter-" + QUuid::createUuid().toString(QUuid::WithoutBraces);
     QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", m_connectionName);
     db.setDatabaseName(indexPath);
     if (!db.open())
-        fail(db.lastError().text());
+        failIndex(db.lastError().text(), m_rootPath);
     if (existed) {
         // The rows are trusted, but a file that isn't an index at all (damaged, or something
         // else under that name) is only a cache: set it aside and rebuild from the studies.
@@ -175,12 +187,12 @@ void StudyRepository::openIndex()
             fail(QString("The study index %1 is damaged and cannot be replaced")
                      .arg(QDir::toNativeSeparators(indexPath)));
         if (!db.open())
-            fail(db.lastError().text());
+            failIndex(db.lastError().text(), m_rootPath);
         existed = false;
     }
     QSqlQuery create(db);
     if (!create.exec(kCreateTable))
-        fail(create.lastError().text());
+        failIndex(create.lastError().text(), m_rootPath);
     rebuildIndex();
 }
 
@@ -237,7 +249,7 @@ void StudyRepository::writeRow(const StudyInfo& info, bool insert)
     q.bindValue(
         ":data", QString::fromUtf8(QJsonDocument(rowJson(info)).toJson(QJsonDocument::Compact)));
     if (!q.exec())
-        fail(q.lastError().text());
+        failIndex(q.lastError().text(), m_rootPath);
 }
 
 bool StudyRepository::studyExists(int id, StudyInfo& info) const
@@ -257,7 +269,7 @@ QList<StudyInfo> StudyRepository::listStudies()
     QSqlQuery q(QSqlDatabase::database(m_connectionName));
     q.setForwardOnly(true);
     if (!q.exec("select id, data from Study"))
-        fail(q.lastError().text());
+        failIndex(q.lastError().text(), m_rootPath);
     QList<StudyInfo> list;
     while (q.next()) {
         StudyInfo info;
@@ -384,7 +396,7 @@ std::unique_ptr<Study> StudyRepository::loadStudyFile(const QString& path)
         return nullptr;
     study->setSignal(std::move(ecg));
     study->setBeats(std::move(beats));
-    resultsFromJson(root.value("results").toObject(), study->results());
+    resultsFromJson(root.value("results").toObject(), study->results(), path);
     return study;
 }
 
@@ -442,7 +454,7 @@ void StudyRepository::deleteStudy(int id)
     q.prepare("delete from Study where id = ?");
     q.addBindValue(id);
     if (!q.exec())
-        fail(q.lastError().text());
+        failIndex(q.lastError().text(), m_rootPath);
 }
 
 bool StudyRepository::isStudyOpen(int id) const
@@ -482,7 +494,8 @@ std::unique_ptr<EcgFile> StudyRepository::createEcgFile(
 {
     const SignalSource* s = study->signal();
     if (!s)
-        fail("The study has no signal");
+        fail(QString("Cannot create file %1: the study has no signal")
+                 .arg(QDir::toNativeSeparators(studyPath(baseName, kEcgExt))));
     auto ecg = std::make_unique<EcgFile>(studyPath(baseName, kEcgExt), s->channelCount(),
         s->samplingRate(), EcgFile::kHeaderSize, true, m_io);
     ecg->setGainRange(s->gainMin(), s->gainMax());

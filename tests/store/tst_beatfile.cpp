@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QtEndian>
 
+#include <QDir>
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -164,7 +166,8 @@ TEST_F(BeatFileTest, FailedWriteThrowsAndKeepsWhatWasThere)
     FailingIo io;
     auto file = create(&io, 1);
     io.setBudget(io.written() + 100); // the next record gets only 100 of its 296 bytes
-    EXPECT_EQ(testsupport::errorOf([&] { file->append(sampleBeat(&source, 2.0)); }), "Write error");
+    EXPECT_EQ(testsupport::errorOf([&] { file->append(sampleBeat(&source, 2.0)); }),
+        "Write error in file " + QDir::toNativeSeparators(path()).toStdString());
     EXPECT_EQ(file->count(), 1);
     Beat b;
     ASSERT_TRUE(file->get(0, b));

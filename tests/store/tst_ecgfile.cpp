@@ -6,6 +6,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <QDir>
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -197,7 +199,8 @@ TEST(EcgFileTest, ShortWriteThrowsAndKeepsWhatWasWritten)
     // Room for the header and 16 whole 3-channel frames plus 4 bytes.
     testsupport::FailingIo io(4096 + 16 * 6 + 4);
     EcgFile f(root.file("full.vtecg"), 3, 500, EcgFile::kHeaderSize, true, &io);
-    EXPECT_EQ(testsupport::errorOf([&] { appendPattern(f, 0, 100); }), "Write error");
+    EXPECT_EQ(testsupport::errorOf([&] { appendPattern(f, 0, 100); }),
+        "Write error in file " + QDir::toNativeSeparators(f.path()).toStdString());
     EXPECT_EQ(f.sampleCount(), 16);
     EXPECT_EQ(f.sampleAt(2, 15), pattern(2, 15));
 }
