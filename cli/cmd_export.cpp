@@ -2,7 +2,7 @@
 #include "cli/commands.h"
 #include "recorder/beatannotations.h"
 #include "recorder/wfdbannotation.h"
-#include "results/model/resultset.h"
+#include "store/resultset.h"
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 #include "store/study.h"

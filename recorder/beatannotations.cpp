@@ -1,6 +1,6 @@
 #include "recorder/beatannotations.h"
 
-#include "results/model/resultset.h"
+#include "store/resultset.h"
 #include "store/beatlist.h"
 
 #include <algorithm>

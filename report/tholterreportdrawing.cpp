@@ -7,9 +7,9 @@
 #include "report/plotgraphic.h"
 #include "report/signalcompressedgraphic.h"
 #include "report/signalgraphic.h"
-#include "results/model/result.h"
-#include "results/model/resultset.h"
-#include "results/model/trend.h"
+#include "store/result.h"
+#include "store/resultset.h"
+#include "store/trend.h"
 #include "store/signalsource.h"
 #include "store/study.h"
 

@@ -1,6 +1,6 @@
 #include "results/arrhythmiaanalyzer.h"
 
-#include "results/model/trend.h"
+#include "store/trend.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
 

@@ -2,7 +2,7 @@
 
 #include "results/bigeminyanalyzer.h"
 #include "results/ectopyanalyzer.h"
-#include "results/model/trend.h"
+#include "store/trend.h"
 #include "results/pauseanalyzer.h"
 #include "results/trigeminyanalyzer.h"
 #include "store/beat.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "results/model/trend.h"
+#include "store/trend.h"
 #include "results/resultanalyzer.h"
 
 // Heart rate ("HR"): the trend of 30-second medians of the running median RR, its minimum,

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "results/hrvspectrum.h"
-#include "results/model/trend.h"
+#include "store/trend.h"
 #include "results/resultanalyzer.h"
 
 #include <map>

@@ -9,7 +9,7 @@
 #include "results/ectopyanalyzer.h"
 #include "results/heartrateanalyzer.h"
 #include "results/hrvanalyzer.h"
-#include "results/model/resultset.h"
+#include "store/resultset.h"
 #include "results/pauseanalyzer.h"
 #include "results/pranalyzer.h"
 #include "results/qtanalyzer.h"

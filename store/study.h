@@ -1,6 +1,6 @@
 #pragma once
 
-#include "results/model/resultset.h"
+#include "store/resultset.h"
 #include "store/studyevent.h"
 #include "store/studyinfo.h"
 

@@ -1,7 +1,7 @@
 #include "store/studyedits.h"
 
-#include "results/model/resultset.h"
-#include "results/model/trend.h"
+#include "store/resultset.h"
+#include "store/trend.h"
 #include "store/beatclass.h"
 #include "store/beatlist.h"
 

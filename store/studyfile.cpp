@@ -1,7 +1,7 @@
 #include "store/studyfile.h"
 
-#include "results/model/resultset.h"
-#include "results/model/trend.h"
+#include "store/resultset.h"
+#include "store/trend.h"
 #include "store/storeio.h"
 #include "store/study.h"
 #include "store/studyinfo.h"

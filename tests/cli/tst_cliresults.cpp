@@ -1,4 +1,4 @@
-#include "results/model/resultset.h"
+#include "store/resultset.h"
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 #include "tests/cli/clistudy.h"

@@ -1,5 +1,5 @@
 #include "recorder/wfdbannotation.h"
-#include "results/model/resultset.h"
+#include "store/resultset.h"
 #include "store/beatlist.h"
 #include "tests/cli/clistudy.h"
 #include "tests/support/testsupport.h"

@@ -3,7 +3,7 @@
 #include "analysis/averagebeatdelineator.h"
 #include "analysis/memorybeatlist.h"
 #include "results/averagebeatsnapshot.h"
-#include "results/model/trend.h"
+#include "store/trend.h"
 #include "results/resultanalyzer.h"
 #include "store/signalsource.h"
 

@@ -1,7 +1,7 @@
 #include "fakebeats.h"
 #include "results/bigeminyanalyzer.h"
 #include "results/ectopyanalyzer.h"
-#include "results/model/trend.h"
+#include "store/trend.h"
 #include "results/trigeminyanalyzer.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "fakebeats.h"
 #include "results/arrhythmiaanalyzer.h"
-#include "results/model/trend.h"
+#include "store/trend.h"
 #include "results/pauseanalyzer.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include "fakebeats.h"
 #include "results/beatcountanalyzer.h"
 #include "results/heartrateanalyzer.h"
-#include "results/model/resultset.h"
+#include "store/resultset.h"
 #include "results/resultsdriver.h"
 #include "store/study.h"
 #include "store/studyevent.h"

@@ -1,6 +1,6 @@
 #include "analysis/memorybeatlist.h"
-#include "results/model/resultset.h"
-#include "results/model/trend.h"
+#include "store/resultset.h"
+#include "store/trend.h"
 #include "store/beatclass.h"
 #include "store/studyedits.h"
 

@@ -1,6 +1,6 @@
 #include "tests/store/studytestutil.h"
 
-#include "results/model/trend.h"
+#include "store/trend.h"
 #include "store/beatlist.h"
 #include "store/ecgfile.h"
 #include "store/studyfile.h"

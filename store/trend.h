@@ -1,6 +1,6 @@
 #pragma once
 
-#include "results/model/result.h"
+#include "store/result.h"
 
 #include <QMetaType>
 #include <QVector>
