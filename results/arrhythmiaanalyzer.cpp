@@ -1,8 +1,8 @@
 #include "results/arrhythmiaanalyzer.h"
 
-#include "store/trend.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
+#include "store/trend.h"
 
 #include <algorithm>
 

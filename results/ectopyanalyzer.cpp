@@ -1,8 +1,8 @@
 #include "results/ectopyanalyzer.h"
 
-#include "store/trend.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
+#include "store/trend.h"
 
 EctopyAnalyzer::EctopyAnalyzer(int beatType)
     : m_watchedType(beatType)

@@ -1,8 +1,8 @@
 #include "results/patternanalyzer.h"
 
-#include "store/trend.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
+#include "store/trend.h"
 
 PatternAnalyzer::PatternAnalyzer(Pattern pattern)
     : m_pattern(std::move(pattern))

@@ -1,8 +1,8 @@
 #include "results/pauseanalyzer.h"
 
-#include "store/trend.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
+#include "store/trend.h"
 
 PauseAnalyzer::PauseAnalyzer(double intervalSecs)
     : m_interval(intervalSecs)

@@ -1,10 +1,10 @@
 #include "store/studyfile.h"
 
 #include "store/resultset.h"
-#include "store/trend.h"
 #include "store/storeio.h"
 #include "store/study.h"
 #include "store/studyinfo.h"
+#include "store/trend.h"
 
 #include <QFile>
 #include <QSaveFile>

@@ -1,8 +1,8 @@
 #include "tests/store/studytestutil.h"
 
-#include "store/trend.h"
 #include "store/storeio.h"
 #include "store/studyfile.h"
+#include "store/trend.h"
 
 #include <QFile>
 #include <QJsonArray>

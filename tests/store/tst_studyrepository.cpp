@@ -1,9 +1,9 @@
 #include "tests/store/studytestutil.h"
 
-#include "store/trend.h"
 #include "store/beatlist.h"
 #include "store/ecgfile.h"
 #include "store/studyfile.h"
+#include "store/trend.h"
 
 #include <QDir>
 #include <QFile>
