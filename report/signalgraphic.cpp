@@ -23,7 +23,7 @@ QFont labelFont()
 
 double rTimeOf(const Beat& b)
 {
-    return b.hasTiming(Beat::RTime) ? b.measure0() : b.time() + 0.2;
+    return b.hasTiming(Beat::RTime) ? b.rInstant() : b.windowStartTime() + 0.2;
 }
 
 } // namespace

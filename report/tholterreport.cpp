@@ -89,7 +89,7 @@ double THolterReport::computeNoiseSeconds() const
     for (int i = 0; i < n; ++i) {
         if (!beats->get(i, b))
             continue;
-        const double r = b.hasTiming(Beat::RTime) ? b.measure0() : b.time() + 0.2;
+        const double r = b.hasTiming(Beat::RTime) ? b.rInstant() : b.windowStartTime() + 0.2;
         if (!b.isBeat) {
             inNoise = true;
             continue;

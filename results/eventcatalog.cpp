@@ -233,7 +233,7 @@ bool EventCatalog::refresh(double from, double to)
     bool have = beats.firstWithWindowAfter(from, b);
     if (have && !b.isBeat)
         have = beats.nextBeat(b.index, b);
-    for (; have && b.time() < to; have = beats.nextBeat(b.index, b)) {
+    for (; have && b.windowStartTime() < to; have = beats.nextBeat(b.index, b)) {
         for (ResultAnalyzer* a : analyzers)
             a->addBeat(b);
     }

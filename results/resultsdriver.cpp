@@ -128,9 +128,9 @@ void ResultsDriver::step()
         if (!m_accumulator)
             continue;
         m_accumulator->push(beat);
-        if (beat.time() - m_lastAverageTime > kAverageSeconds) {
-            averageBeat(beat.time());
-            m_lastAverageTime = beat.time();
+        if (beat.windowStartTime() - m_lastAverageTime > kAverageSeconds) {
+            averageBeat(beat.windowStartTime());
+            m_lastAverageTime = beat.windowStartTime();
         }
     }
     for (Observer* o : m_observers)

@@ -81,7 +81,7 @@ Link linkBetween(const Beat* prev, const Beat& cur)
 {
     if (!prev)
         return { true, 0.0 };
-    const double interval = cur.measure0() - prev->measure0();
+    const double interval = cur.rInstant() - prev->rInstant();
     if (interval == 0.0 || (cur.index > prev->index + 1 && interval > kBreakSeconds))
         return { true, interval };
     return { false, interval };
@@ -137,7 +137,7 @@ void setBeatRrAndType(
             == target->members.end())
             target->add(beat.index, true);
     }
-    updateBeatCounts(results, beat.time(), oldType, type);
+    updateBeatCounts(results, beat.windowStartTime(), oldType, type);
 }
 
 bool restoreBeat(BeatList& beats, BeatClassSet* classes, ResultSet& results, int index)

@@ -149,9 +149,9 @@ TEST_F(BeatFileTest, ReplaceIsSeenByTheNextGet)
     Beat back;
     ASSERT_TRUE(file->get(4, back));
     EXPECT_EQ(back.classId, 9);
-    EXPECT_EQ(back.measure0(), 100.0);
+    EXPECT_EQ(back.rInstant(), 100.0);
     ASSERT_TRUE(file->get(5, back));
-    EXPECT_EQ(back.measure0(), 6.0);
+    EXPECT_EQ(back.rInstant(), 6.0);
 
     const QByteArray before = testsupport::readAll(path());
     for (int index : { -1, 15 }) {
@@ -171,7 +171,7 @@ TEST_F(BeatFileTest, FailedWriteThrowsAndKeepsWhatWasThere)
     EXPECT_EQ(file->count(), 1);
     Beat b;
     ASSERT_TRUE(file->get(0, b));
-    EXPECT_EQ(b.measure0(), 1.0);
+    EXPECT_EQ(b.rInstant(), 1.0);
     EXPECT_THROW(file->replace(b), StoreError);
 
     // Once the disk has room again the list carries on over the torn tail.
@@ -181,7 +181,7 @@ TEST_F(BeatFileTest, FailedWriteThrowsAndKeepsWhatWasThere)
     ASSERT_TRUE(reopened);
     EXPECT_EQ(reopened->count(), 2);
     ASSERT_TRUE(reopened->get(1, b));
-    EXPECT_EQ(b.measure0(), 3.0);
+    EXPECT_EQ(b.rInstant(), 3.0);
 }
 
 TEST_F(BeatFileTest, OpenWantsTheMagic)
@@ -206,10 +206,10 @@ TEST_F(BeatFileTest, ShortReadGivesZeroedRecordsNotStaleOnes)
     ASSERT_TRUE(file->get(0, b)); // buffer now holds beats 0-9
     QFile::resize(path(), 256 + 12 * 296); // cut short behind the reader's back
     ASSERT_TRUE(file->get(15, b));
-    EXPECT_EQ(b.measure0(), 0.0);
+    EXPECT_EQ(b.rInstant(), 0.0);
     EXPECT_EQ(b.windowStart, 0.0);
     ASSERT_TRUE(file->get(11, b)); // still inside what remains
-    EXPECT_EQ(b.measure0(), 12.0);
+    EXPECT_EQ(b.rInstant(), 12.0);
 }
 
 } // namespace
