@@ -3,6 +3,7 @@
 #include "analysis/classifierfilters.h"
 #include "analysis/morphologymatcher.h"
 #include "analysis/recentbeatwindow.h"
+#include "analysis/typeassignment.h"
 
 #include <functional>
 #include <memory>
@@ -33,7 +34,8 @@ public:
     // Options, copied in before init().
     bool excludeType[5] = { false, false, false, false, false }; // by type code; such classes end N
     bool svpbUserDefined = false;
-    double svpbPrematurityRatio = 20.0; // with the user rule: (100 - percent) x 0.01
+    // With the user rule: a ratio of the median RR (see prematurityRatioOfPercent).
+    double svpbPrematurityRatio = prematurityRatioOfPercent(kDefaultSvpbPrematurityPercent);
     bool svpbCompensatory = false;
 
     // list, source250 (the 250 Hz analysis source) and classSet are not owned and must outlive

@@ -70,7 +70,7 @@ std::vector<double> MorphologyMatcher::unitWindow(const Beat& beat, int channel)
     std::vector<double> w(size_t(m_length), 0.0);
     if (!m_source || m_length == 0)
         return w;
-    const qint64 start = qint64((beat.time() - m_pre) * m_rate + 0.5);
+    const qint64 start = qint64((beat.windowStartTime() - m_pre) * m_rate + 0.5);
     m_source->readSamples(channel, start, m_length, w.data());
     double mean = 0.0;
     for (double x : w)

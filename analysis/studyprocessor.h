@@ -1,5 +1,6 @@
 #pragma once
 
+#include "analysis/typeassignment.h"
 #include "store/progresssink.h"
 
 #include <QObject>
@@ -14,8 +15,8 @@ struct ProcessingOptions
 {
     bool excludeType[5] = { false, false, false, false, false }; // by type code U N V F S
     bool svpbUserDefined = false;
-    // Used only with svpbUserDefined: (100 - prematurity percentage) x 0.01.
-    double svpbPrematurityRatio = 20.0;
+    // Used only with svpbUserDefined: a ratio of the median RR, not a percentage.
+    double svpbPrematurityRatio = prematurityRatioOfPercent(kDefaultSvpbPrematurityPercent);
     bool svpbCompensatory = false;
 };
 

@@ -162,7 +162,7 @@ ClassProfile TypeAssignment::profile(const BeatClass& cls)
         if (!m_list->get(cls.members[size_t(i)], beat))
             continue;
         // From 0.3 s before the R instant, so that R lies where the delineator is told it does.
-        const qint64 start = qint64((beat.measure0() - 0.3) * rate + 0.5);
+        const qint64 start = qint64((beat.rInstant() - 0.3) * rate + 0.5);
         for (int c = 0; c < channels; ++c) {
             if (beat.measure[c][Beat::HasQrs] == 0.0)
                 continue;

@@ -12,6 +12,14 @@ class BeatClassSet;
 class BeatList;
 class SignalSource;
 
+// The user's prematurity rule is chosen as a percentage ("at least 20 % early") and applied as
+// a ratio of the median RR: a beat is early when RR / median RR <= (100 - percent) x 0.01.
+constexpr double kDefaultSvpbPrematurityPercent = 20.0;
+constexpr double prematurityRatioOfPercent(double percent)
+{
+    return (100.0 - percent) * 0.01;
+}
+
 // What the type rules compare between a class and the reference class, per channel.
 struct ClassProfile
 {

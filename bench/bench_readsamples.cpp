@@ -67,7 +67,7 @@ struct ReadResult
 
 ReadResult readAll(const QString& path)
 {
-    std::unique_ptr<EcgFile> f(EcgFile::open(path));
+    std::unique_ptr<EcgFile> f = EcgFile::open(path);
     if (!f)
         throw std::runtime_error("cannot open " + path.toStdString());
     std::vector<double> buffer(kChunk);

@@ -2,8 +2,8 @@
 #include "cli/commands.h"
 #include "recorder/beatannotations.h"
 #include "recorder/wfdbannotation.h"
-#include "results/model/resultset.h"
 #include "store/beatlist.h"
+#include "store/resultset.h"
 #include "store/signalsource.h"
 #include "store/study.h"
 #include "store/studyrepository.h"
@@ -54,8 +54,8 @@ int runExport(CliContext& ctx, const QStringList& argv)
         Beat b;
         for (int i = 0; i < study->beats()->count(); ++i)
             if (study->beats()->get(i, b) && b.isBeat)
-                rTimes.push_back(b.hasTiming(Beat::RTime) ? b.timing[Beat::RTime]
-                                                          : b.windowStart + 0.2);
+                rTimes.push_back(
+                    b.hasTiming(Beat::RTime) ? b.timing[Beat::RTime] : b.windowStart + 0.2);
     }
     if (args.has("annotations"))
         writeWfdbAnnotations(args.value("annotations"), annotations);

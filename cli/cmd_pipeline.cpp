@@ -33,9 +33,10 @@ ProcessingOptions processingOptions(const Args& args)
         }
     }
     if (args.has("svpb-prematurity") || args.flag("svpb-compensatory")) {
-        const double percent = args.doubleValue("svpb-prematurity", 20.0, 0.0, 100.0);
+        const double percent
+            = args.doubleValue("svpb-prematurity", kDefaultSvpbPrematurityPercent, 0.0, 100.0);
         options.svpbUserDefined = true;
-        options.svpbPrematurityRatio = (100.0 - percent) * 0.01;
+        options.svpbPrematurityRatio = prematurityRatioOfPercent(percent);
         options.svpbCompensatory = args.flag("svpb-compensatory");
     }
     return options;

@@ -1,13 +1,14 @@
 #include "cli/args.h"
 #include "cli/commands.h"
 #include "cli/interrupt.h"
-#include "results/model/resultset.h"
-#include "results/model/trend.h"
 #include "store/beatlist.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
 #include "store/signalsource.h"
 #include "store/study.h"
 #include "store/studyfile.h"
 #include "store/studyrepository.h"
+#include "store/trend.h"
 #include "workflow/studyresults.h"
 
 #include <QDateTime>
@@ -138,11 +139,11 @@ void printEctopy(QTextStream& out, const Reader& r, const QByteArray& name)
 
 void printRhythm(QTextStream& out, const Reader& r)
 {
-    out << "Bigeminy:        episodes " << r.count("bigeminy/bigeminyCount") << '\n';
-    out << "Trigeminy:       episodes " << r.count("trigeminy/trigeminyCount") << '\n';
+    out << "Bigeminy:        episodes " << r.count(ResultKeys::Bigeminy::kCount) << '\n';
+    out << "Trigeminy:       episodes " << r.count(ResultKeys::Trigeminy::kCount) << '\n';
 
-    QString pauses = r.count("pause/pauseCount");
-    if (const EventListResult* l = r.events("pause/pauseEvents")) {
+    QString pauses = r.count(ResultKeys::Pause::kCount);
+    if (const EventListResult* l = r.events(ResultKeys::Pause::kEvents)) {
         const EventResult* longest = nullptr;
         for (const EventResult& e : l->events)
             if (!longest || e.duration > longest->duration)
@@ -153,39 +154,46 @@ void printRhythm(QTextStream& out, const Reader& r)
                           .arg(r.clock().at(longest->timestamp));
     }
     out << "Pauses:          " << pauses << '\n';
-    out << "Bradycardia:     episodes " << r.count("arrhythmia/totalBradyCount") << '\n';
-    out << "Tachycardia:     episodes " << r.count("arrhythmia/totalTachyCount") << '\n';
-    const ValueResult* afTime = r.value("afib/afibTotalTime");
-    out << "Atrial fibr.:    episodes " << r.eventCount("afib/afibEvents") << ", total "
+    out << "Bradycardia:     episodes " << r.count(ResultKeys::Arrhythmia::kTotalBradyCount)
+        << '\n';
+    out << "Tachycardia:     episodes " << r.count(ResultKeys::Arrhythmia::kTotalTachyCount)
+        << '\n';
+    const ValueResult* afTime = r.value(ResultKeys::AFib::kTotalTime);
+    out << "Atrial fibr.:    episodes " << r.eventCount(ResultKeys::AFib::kEvents) << ", total "
         << (afTime ? Clock::duration(afTime->value) : QString(kMissing)) << '\n';
 }
 
 void printIntervals(QTextStream& out, const Reader& r, int channels)
 {
     for (int c = 0; c < channels; ++c) {
-        const QByteArray n = "(" + QByteArray::number(c) + ")";
         out << QString("Channel %1:       PR %2 ms, QRS %3 ms, QT %4 ms, QTc %5 ms, ST %6 mm\n")
                    .arg(c + 1)
-                   .arg(r.measure("PR/PRIntervalAvg" + n))
-                   .arg(r.measure("QT/QRSIntervalAvg" + n))
-                   .arg(r.measure("QT/QTIntervalAvg" + n))
-                   .arg(r.measure("QT/QTcIntervalAvg" + n))
-                   .arg(r.measure("ST/STLevelAvg" + n, 2));
+                   .arg(r.measure(ResultKeys::channelKey(ResultKeys::PR::kPRIntervalAvg, c)))
+                   .arg(r.measure(ResultKeys::channelKey(ResultKeys::QT::kQRSIntervalAvg, c)))
+                   .arg(r.measure(ResultKeys::channelKey(ResultKeys::QT::kQTIntervalAvg, c)))
+                   .arg(r.measure(ResultKeys::channelKey(ResultKeys::QT::kQTcIntervalAvg, c)))
+                   .arg(r.measure(ResultKeys::channelKey(ResultKeys::ST::kLevelAvg, c), 2));
     }
 }
 
 void printHrv(QTextStream& out, const Reader& r)
 {
-    out << "HRV time:        AVGNN " << r.measure("HRV/AVGNN") << " ms, SDNN "
-        << r.measure("HRV/SDNN") << " ms, SDANN index " << r.measure("HRV/SDANNIndex")
-        << " ms, SDNN index " << r.measure("HRV/SDNNIndex") << " ms, RMSSD "
-        << r.measure("HRV/RMSSD") << " ms, pNN50 " << r.measure("HRV/PNN50", 1) << " %, HRV index "
-        << r.measure("HRV/HRVIndex", 1) << ", TINN " << r.measure("HRV/TINNIndex") << " ms\n";
-    out << "HRV frequency:   total " << r.measure("HRV/totalPower", 1) << ", ULF "
-        << r.measure("HRV/ULFPower", 1) << ", VLF " << r.measure("HRV/VLFPower", 1) << ", LF "
-        << r.measure("HRV/LFPower", 1) << ", HF " << r.measure("HRV/HFPower", 1) << " ms2; LF norm "
-        << r.measure("HRV/LFNorm", 1) << ", HF norm " << r.measure("HRV/HFNorm", 1) << ", LF/HF "
-        << r.measure("HRV/LFHFRatio", 2) << '\n';
+    out << "HRV time:        AVGNN " << r.measure(ResultKeys::HRV::kAVGNN) << " ms, SDNN "
+        << r.measure(ResultKeys::HRV::kSDNN) << " ms, SDANN index "
+        << r.measure(ResultKeys::HRV::kSDANNIndex) << " ms, SDNN index "
+        << r.measure(ResultKeys::HRV::kSDNNIndex) << " ms, RMSSD "
+        << r.measure(ResultKeys::HRV::kRMSSD) << " ms, pNN50 "
+        << r.measure(ResultKeys::HRV::kPNN50, 1) << " %, HRV index "
+        << r.measure(ResultKeys::HRV::kHRVIndex, 1) << ", TINN "
+        << r.measure(ResultKeys::HRV::kTINNIndex) << " ms\n";
+    out << "HRV frequency:   total " << r.measure(ResultKeys::HRV::kTotalPower, 1) << ", ULF "
+        << r.measure(ResultKeys::HRV::kULFPower, 1) << ", VLF "
+        << r.measure(ResultKeys::HRV::kVLFPower, 1) << ", LF "
+        << r.measure(ResultKeys::HRV::kLFPower, 1) << ", HF "
+        << r.measure(ResultKeys::HRV::kHFPower, 1) << " ms2; LF norm "
+        << r.measure(ResultKeys::HRV::kLFNorm, 1) << ", HF norm "
+        << r.measure(ResultKeys::HRV::kHFNorm, 1) << ", LF/HF "
+        << r.measure(ResultKeys::HRV::kLFHFRatio, 2) << '\n';
 }
 
 // One row per hour of the recording, the columns of the review's summary table.
@@ -196,21 +204,21 @@ void printHourly(QTextStream& out, const Reader& r)
         const char* header;
         const char* key;
     } columns[] = {
-        { "AvgHR", "HR/avgBPMPerHour" },
-        { "MinHR", "HR/minBPMPerHour" },
-        { "MaxHR", "HR/maxBPMPerHour" },
-        { "PVC", "PVC/totalCountPerHour" },
-        { "Coupl", "PVC/coupletCountPerHour" },
-        { "Tripl", "PVC/tripletCountPerHour" },
-        { "Tachy", "PVC/runCountPerHour" },
-        { "Bigmn", "bigeminy/bigeminyCountPerHour" },
-        { "Trgmn", "trigeminy/trigeminyCountPerHour" },
-        { "SVPB", "SVPB/totalCountPerHour" },
-        { "Coupl", "SVPB/coupletCountPerHour" },
-        { "Tripl", "SVPB/tripletCountPerHour" },
-        { "Tachy", "SVPB/runCountPerHour" },
+        { "AvgHR", ResultKeys::HeartRate::kAvgBpmPerHour },
+        { "MinHR", ResultKeys::HeartRate::kMinBpmPerHour },
+        { "MaxHR", ResultKeys::HeartRate::kMaxBpmPerHour },
+        { "PVC", ResultKeys::kPvc.totalCountPerHour },
+        { "Coupl", ResultKeys::kPvc.coupletCountPerHour },
+        { "Tripl", ResultKeys::kPvc.tripletCountPerHour },
+        { "Tachy", ResultKeys::kPvc.runCountPerHour },
+        { "Bigmn", ResultKeys::Bigeminy::kCountPerHour },
+        { "Trgmn", ResultKeys::Trigeminy::kCountPerHour },
+        { "SVPB", ResultKeys::kSvpb.totalCountPerHour },
+        { "Coupl", ResultKeys::kSvpb.coupletCountPerHour },
+        { "Tripl", ResultKeys::kSvpb.tripletCountPerHour },
+        { "Tachy", ResultKeys::kSvpb.runCountPerHour },
     };
-    const TTrend* rows = r.trend("HR/avgBPMPerHour");
+    const TTrend* rows = r.trend(ResultKeys::HeartRate::kAvgBpmPerHour);
     const int n = rows ? rows->size() : 0;
     out << "\nHour ";
     for (const auto& c : columns)
@@ -236,7 +244,7 @@ void printSummary(QTextStream& out, const Study& study, int id)
     const SignalSource* signal = study.signal();
     const double recorded = signal ? signal->duration() : 0.0;
     // Analysed: the 30-second stretches whose rate was accepted, the rest being noise or gaps.
-    const TTrend* bpm = r.trend("HR/BPMTrend");
+    const TTrend* bpm = r.trend(ResultKeys::HeartRate::kBpmTrend);
 
     out << "Study " << id << ": " << study.property(QByteArray("patient/lastName")) << ", "
         << study.property(QByteArray("patient/firstName")) << '\n';
@@ -244,12 +252,15 @@ void printSummary(QTextStream& out, const Study& study, int id)
     out << "Recording:       " << Clock::duration(recorded) << '\n';
     out << "Analysed:        " << (bpm ? Clock::duration(bpm->size() * 30.0) : QString(kMissing))
         << '\n';
-    out << "Heart rate:      average " << r.measure("HR/avgBPM") << " bpm, minimum "
-        << r.rateAt("HR/minBPM") << ", maximum " << r.rateAt("HR/maxBPM") << '\n';
-    out << "Beats:           total " << r.count("HR/totalBeatCount") << ": N "
-        << r.count("count/totalCountN") << ", V " << r.count("count/totalCountV") << ", S "
-        << r.count("count/totalCountS") << ", F " << r.count("count/totalCountF") << ", U "
-        << r.count("count/totalCountU") << '\n';
+    out << "Heart rate:      average " << r.measure(ResultKeys::HeartRate::kAvgBpm)
+        << " bpm, minimum " << r.rateAt(ResultKeys::HeartRate::kMinBpm) << ", maximum "
+        << r.rateAt(ResultKeys::HeartRate::kMaxBpm) << '\n';
+    out << "Beats:           total " << r.count(ResultKeys::HeartRate::kTotalBeatCount) << ": N "
+        << r.count(ResultKeys::BeatCount::kTotalCountN) << ", V "
+        << r.count(ResultKeys::BeatCount::kTotalCountV) << ", S "
+        << r.count(ResultKeys::BeatCount::kTotalCountS) << ", F "
+        << r.count(ResultKeys::BeatCount::kTotalCountF) << ", U "
+        << r.count(ResultKeys::BeatCount::kTotalCountU) << '\n';
     printEctopy(out, r, "PVC");
     printEctopy(out, r, "SVPB");
     printRhythm(out, r);

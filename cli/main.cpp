@@ -1,10 +1,11 @@
 #include "cli/args.h"
 #include "cli/command.h"
+#include "resources/applicationinfo.h"
 #include "store/studyrepository.h"
 
 #include <QCoreApplication>
-#include <QGuiApplication>
 #include <QDir>
+#include <QGuiApplication>
 #include <QStandardPaths>
 #include <QTextStream>
 
@@ -29,8 +30,9 @@ void printUsage(QTextStream& s)
          "Batch tool of Holter ECG: the whole road from a recorder card to a report, headless.\n\n"
          "Global options:\n"
          "  --data-dir DIR   root of the study store (default: the workstation's, "
-      << QDir::toNativeSeparators(QStandardPaths::writableLocation(
-             QStandardPaths::GenericDataLocation) + "/VeltronaHolter")
+      << QDir::toNativeSeparators(
+             QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+             + "/VeltronaHolter")
       << ")\n"
          "  --help, -h       show this help, or a command's with COMMAND --help\n"
          "  --version        show the version\n\n"
@@ -46,7 +48,8 @@ void printUsage(QTextStream& s)
 void printCommandHelp(QTextStream& s, const CliCommand& c)
 {
     s << "Usage: holter-cli [--data-dir DIR] " << QString("%1 %2").arg(c.name, c.synopsis).trimmed()
-      << "\n\n" << c.summary << ".\n";
+      << "\n\n"
+      << c.summary << ".\n";
     if (c.help && *c.help)
         s << '\n' << c.help;
     s.flush();
@@ -87,9 +90,7 @@ int main(int argc, char** argv)
         application = std::make_unique<QCoreApplication>(argc, argv);
     }
     QCoreApplication& app = *application;
-    QCoreApplication::setOrganizationName("Veltrona");
-    QCoreApplication::setApplicationName("Holter ECG");
-    QCoreApplication::setApplicationVersion("1.19");
+    ApplicationInfo::apply();
 
     QTextStream out(stdout);
     QTextStream err(stderr);

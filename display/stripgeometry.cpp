@@ -13,7 +13,7 @@ constexpr double kMmPerInch = 25.4;
 
 double beatTimeSeconds(const Beat& beat)
 {
-    return beat.hasTiming(Beat::RTime) ? beat.measure0() : beat.time() + 0.2;
+    return beat.hasTiming(Beat::RTime) ? beat.rInstant() : beat.windowStartTime() + 0.2;
 }
 
 StripGeometry StripGeometry::fromPixelsPerMillimetre(

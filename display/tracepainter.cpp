@@ -146,16 +146,16 @@ void TracePainter::paintBeatColours(QPainter* painter, const StripGeometry& g,
     Beat previous;
     bool havePrevious = beats->previousBeat(first, previous);
     for (int i = first; beats->get(i, b); ++i) {
-        if (b.time() >= g.endSeconds())
+        if (b.windowStartTime() >= g.endSeconds())
             break;
         if (!b.isBeat)
             continue;
         if (m_style.paleGaps && havePrevious && !(b.rr() > 0.0))
-            overdraw(previous.time() + kGapMarginSeconds, b.time() - kGapMarginSeconds,
+            overdraw(previous.windowStartTime() + kGapMarginSeconds, b.windowStartTime() - kGapMarginSeconds,
                 m_style.gapColor);
         const QColor color = typeColor(b.type);
         if (m_style.colorByBeatType && color.isValid())
-            overdraw(b.time(), b.time() + b.span(), color);
+            overdraw(b.windowStartTime(), b.windowStartTime() + b.span(), color);
         previous = b;
         havePrevious = true;
     }

@@ -1,7 +1,8 @@
 #include "recorder/beatannotations.h"
 
-#include "results/model/resultset.h"
 #include "store/beatlist.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,7 +29,7 @@ QVector<WfdbAnnotation> beatAnnotations(BeatList& beats, const ResultSet* result
         = [rate](double seconds) { return std::max<qint64>(0, std::llround(seconds * rate)); };
     QVector<WfdbAnnotation> out;
     if (results) {
-        if (const auto* af = results->findAs<EventListResult>("afib/afibEvents")) {
+        if (const auto* af = results->findAs<EventListResult>(ResultKeys::AFib::kEvents)) {
             for (const EventResult& e : af->events) {
                 WfdbAnnotation on, off;
                 on.code = off.code = 28;

@@ -7,6 +7,7 @@
 #include "store/studyrepository.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 
 #include <algorithm>
@@ -81,17 +82,19 @@ void convertBlock(const char* in, char* out, const std::array<bool, 3>& invert)
 
 const QStringList& cardLeadNames()
 {
-    static const QStringList names = {"I",  "II", "III", "aVR", "aVL", "aVF",
-                                      "V1", "V2", "V3",  "V4",  "V5",  "V6"};
+    static const QStringList names
+        = { "I", "II", "III", "aVR", "aVL", "aVF", "V1", "V2", "V3", "V4", "V5", "V6" };
     return names;
 }
 
 int importCard(StudyRepository& repository, const QString& cardFile, qint64 dataOffset,
-               const CardImportOptions& options, ProgressSink* progress, const CancelFlag* cancel)
+    const CardImportOptions& options, ProgressSink* progress, const CancelFlag* cancel)
 {
     QFile card(cardFile);
     if (!card.open(QIODevice::ReadOnly))
-        throw StoreError(tr("Cannot open file in memory card").toStdString());
+        throw StoreError(tr("Cannot open file in memory card %1")
+                             .arg(QDir::toNativeSeparators(cardFile))
+                             .toStdString());
     qint64 blocks = std::max<qint64>(0, (card.size() - dataOffset) / CardSignalFile::kBlockBytes);
     if (options.limitHours > 0)
         blocks = std::min<qint64>(blocks, qint64(options.limitHours) * 3600 / kSecondsPerBlock);
@@ -100,10 +103,10 @@ int importCard(StudyRepository& repository, const QString& cardFile, qint64 data
     options.patient.fillInfo(info);
     info.channelCount = 3;
     info.gain = 450.0;
-    info.channelNames = QString("%1,%2,%3")
-                            .arg(options.leads.value(0), options.leads.value(1),
-                                 options.leads.value(2))
-                            .toUtf8();
+    info.channelNames
+        = QString("%1,%2,%3")
+              .arg(options.leads.value(0), options.leads.value(1), options.leads.value(2))
+              .toUtf8();
     info.resolution = 16;
     info.samplingRate = CardSignalFile::kSamplingRate;
     info.sampleFormat = "short";
@@ -114,7 +117,7 @@ int importCard(StudyRepository& repository, const QString& cardFile, qint64 data
         study = repository.createStudy(info);
         id = info.id;
         if (!card.seek(dataOffset))
-            throw StoreError("seek");
+            throw StoreError("Cannot read file in memory card", cardFile);
         QByteArray block(CardSignalFile::kBlockBytes, '\0');
         QByteArray frames(CardSignalFile::kDataBytes, '\0');
         StatusEvents status;

@@ -18,9 +18,12 @@ const char* const CardSignalFile::kFileName = "HECG.VTF";
 
 namespace {
 
-[[noreturn]] void fail(const char* text)
+// `text` has one place, %1, for the file.
+[[noreturn]] void fail(const char* text, const QString& path)
 {
-    throw StoreError(QCoreApplication::translate("CardSignalFile", text).toStdString());
+    throw StoreError(QCoreApplication::translate("CardSignalFile", text)
+                         .arg(QDir::toNativeSeparators(path))
+                         .toStdString());
 }
 
 bool hasMarker(const QByteArray& buffer, qint64 position)
@@ -73,12 +76,15 @@ qint64 CardSignalFile::findDataOffset(const QString& pathOrFolder)
 {
     QFile file(dataFilePath(pathOrFolder));
     if (pathOrFolder.isEmpty() || !file.open(QIODevice::ReadOnly))
-        fail(QT_TRANSLATE_NOOP("CardSignalFile", "Cannot open file in memory card"));
+        fail(QT_TRANSLATE_NOOP("CardSignalFile", "Cannot open file in memory card %1"),
+            dataFilePath(pathOrFolder));
     const QByteArray head = file.read(kSearchBytes);
     const qint64 offset = findDataOffsetIn(head);
     if (offset < 0)
         fail(QT_TRANSLATE_NOOP("CardSignalFile",
-            "File in memory card may be corrupted.\nPlease contact technical support."));
+                 "File in memory card %1 may be corrupted.\n"
+                 "Please contact technical support."),
+            dataFilePath(pathOrFolder));
     return offset;
 }
 
@@ -88,12 +94,12 @@ CardSignalFile::CardSignalFile(const QString& path, qint64 dataOffset)
     , m_dataOffset(dataOffset)
 {
     if (dataOffset < 0)
-        fail(QT_TRANSLATE_NOOP("CardSignalFile", "Invalid data offset"));
+        fail(QT_TRANSLATE_NOOP("CardSignalFile", "Invalid data offset for file %1"), m_path);
     if (path.isEmpty())
-        fail(QT_TRANSLATE_NOOP("CardSignalFile", "Cannot open file"));
+        fail(QT_TRANSLATE_NOOP("CardSignalFile", "Cannot open file %1"), m_path);
     m_file = std::fopen(QFile::encodeName(m_path).constData(), "rb+");
     if (!m_file)
-        fail(QT_TRANSLATE_NOOP("CardSignalFile", "Cannot open file"));
+        fail(QT_TRANSLATE_NOOP("CardSignalFile", "Cannot open file %1"), m_path);
 
     qint64 size = -1;
     if (fseeko(m_file, 0, SEEK_END) == 0)
@@ -101,7 +107,7 @@ CardSignalFile::CardSignalFile(const QString& path, qint64 dataOffset)
     if (size < 0) {
         std::fclose(m_file);
         m_file = nullptr;
-        fail(QT_TRANSLATE_NOOP("CardSignalFile", "Cannot open file"));
+        fail(QT_TRANSLATE_NOOP("CardSignalFile", "Cannot open file %1"), m_path);
     }
     const qint64 blocks = size > m_dataOffset ? (size - m_dataOffset) / kBlockBytes : 0;
     // The cache addresses at most 65536 blocks (72 hours); the rest can't be shown.
@@ -175,15 +181,15 @@ bool CardSignalFile::isInverted(int channel) const
 
 void CardSignalFile::appendRaw(const char*, qint64)
 {
-    fail(QT_TRANSLATE_NOOP("CardSignalFile", "unsupported (file is read only)"));
+    fail(QT_TRANSLATE_NOOP("CardSignalFile", "unsupported (file %1 is read only)"), m_path);
 }
 
 void CardSignalFile::appendChannels(const qint16* const*, qint64)
 {
-    fail(QT_TRANSLATE_NOOP("CardSignalFile", "unsupported (file is read only)"));
+    fail(QT_TRANSLATE_NOOP("CardSignalFile", "unsupported (file %1 is read only)"), m_path);
 }
 
 void CardSignalFile::appendChannelsF64(const double* const*, qint64)
 {
-    fail(QT_TRANSLATE_NOOP("CardSignalFile", "unsupported (file is read only)"));
+    fail(QT_TRANSLATE_NOOP("CardSignalFile", "unsupported (file %1 is read only)"), m_path);
 }

@@ -36,20 +36,21 @@ public:
     // without regard to case, as card file systems may show it either way); else the path.
     static QString dataFilePath(const QString& pathOrFolder);
 
-    // Where the blocks begin. Throws StoreError "Cannot open file in memory card" or, when no
-    // alignment shows the status marker through the first 15 block lengths, "File in memory
-    // card may be corrupted.\nPlease contact technical support.".
+    // Where the blocks begin. Throws StoreError "Cannot open file in memory card <path>" or,
+    // when no alignment shows the status marker through the first 15 block lengths, "File in
+    // memory card <path> may be corrupted.\nPlease contact technical support.".
     static qint64 findDataOffset(const QString& pathOrFolder);
     // The search on the first kSearchBytes of the file (shorter means zeros); -1 if none.
     static qint64 findDataOffsetIn(const QByteArray& head);
 
     // Opens for read and update ("rb+"), so a write-protected card fails here. Throws
-    // StoreError "Cannot open file"; a negative offset throws "Invalid data offset".
+    // StoreError "Cannot open file <path>"; a negative offset throws "Invalid data offset for
+    // file <path>".
     CardSignalFile(const QString& path, qint64 dataOffset);
     ~CardSignalFile() override;
 
     qint16* loadBlock(int channel, int block) override;
-    // Always throw StoreError "unsupported (file is read only)".
+    // Always throw StoreError "unsupported (file <path> is read only)".
     void appendRaw(const char* bytes, qint64 size) override;
     void appendChannels(const qint16* const* channels, qint64 count) override;
     void appendChannelsF64(const double* const* channels, qint64 count) override;

@@ -4,13 +4,14 @@
 #include "report/holterreportformat.h"
 #include "report/treportengine.h"
 #include "resources/holterresources.h"
-#include "results/model/result.h"
-#include "results/model/resultset.h"
-#include "results/model/trend.h"
 #include "store/beatlist.h"
+#include "store/result.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
 #include "store/signalsource.h"
 #include "store/study.h"
 #include "store/studyrepository.h"
+#include "store/trend.h"
 
 #include <QFont>
 #include <QSettings>
@@ -50,10 +51,12 @@ THolterReport::THolterReport(Study* study, QObject* parent)
 {
     m_startTime = Fmt::startOf(study ? study->studyDateTime() : QByteArray());
     m_noiseSeconds = computeNoiseSeconds();
-    for (const char* key :
-        { "HRV/PNN50", "HRV/HRVIndex", "ST/STLevelAvg(0)", "ST/STLevelAvg(1)", "ST/STLevelAvg(2)" })
+    for (const char* key : { ResultKeys::HRV::kPNN50, ResultKeys::HRV::kHRVIndex })
         m_formats.insert(key, QStringLiteral("%.1f"));
-    m_formats.insert("HRV/LFHFRatio", QStringLiteral("%.2f"));
+    for (int channel = 0; channel < 3; ++channel)
+        m_formats.insert(
+            ResultKeys::channelKey(ResultKeys::ST::kLevelAvg, channel), QStringLiteral("%.1f"));
+    m_formats.insert(ResultKeys::HRV::kLFHFRatio, QStringLiteral("%.2f"));
 
     connect(m_engine.get(), &TReportEngine::setValue, this, &THolterReport::reportValue);
     connect(m_engine.get(), &TReportEngine::setValueImage, this, &THolterReport::reportImage);
@@ -86,7 +89,7 @@ double THolterReport::computeNoiseSeconds() const
     for (int i = 0; i < n; ++i) {
         if (!beats->get(i, b))
             continue;
-        const double r = b.hasTiming(Beat::RTime) ? b.measure0() : b.time() + 0.2;
+        const double r = b.hasTiming(Beat::RTime) ? b.rInstant() : b.windowStartTime() + 0.2;
         if (!b.isBeat) {
             inNoise = true;
             continue;
@@ -293,7 +296,7 @@ QString THolterReport::value(int recNo, const QString& paramName, int reportPage
     if (name == QLatin1String("measurementChannel"))
         return measurementChannel();
     if (name == QLatin1String("maxPause")) {
-        const auto* pauses = results.findAs<EventListResult>("pause/pauseEvents");
+        const auto* pauses = results.findAs<EventListResult>(ResultKeys::Pause::kEvents);
         const EventResult* longest = nullptr;
         if (pauses) {
             for (const EventResult& e : pauses->events) {
@@ -305,13 +308,13 @@ QString THolterReport::value(int recNo, const QString& paramName, int reportPage
                        : Fmt::missing();
     }
     if (name == QLatin1String("afibTotalTime")) {
-        const auto* t = results.findAs<ValueResult>("afib/afibTotalTime");
+        const auto* t = results.findAs<ValueResult>(ResultKeys::AFib::kTotalTime);
         return Fmt::afibTotal(t != nullptr, t ? t->value : 0.0, durationSeconds());
     }
     if (name == QLatin1String("pvcTotalCount") || name == QLatin1String("svpbTotalCount")) {
         const auto* c = results.findAs<ValueResult>(
-            name.startsWith('p') ? "PVC/totalCount" : "SVPB/totalCount");
-        const auto* n = results.findAs<ValueResult>("HR/totalBeatCount");
+            name.startsWith('p') ? ResultKeys::kPvc.totalCount : ResultKeys::kSvpb.totalCount);
+        const auto* n = results.findAs<ValueResult>(ResultKeys::HeartRate::kTotalBeatCount);
         return Fmt::countWithPercent(
             c != nullptr, c ? c->value : 0.0, n != nullptr, n ? n->value : 0.0);
     }

@@ -7,11 +7,12 @@
 #include "report/plotgraphic.h"
 #include "report/signalcompressedgraphic.h"
 #include "report/signalgraphic.h"
-#include "results/model/result.h"
-#include "results/model/resultset.h"
-#include "results/model/trend.h"
+#include "store/result.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
 #include "store/signalsource.h"
 #include "store/study.h"
+#include "store/trend.h"
 
 #include <QImage>
 #include <QPainter>
@@ -182,10 +183,11 @@ void THolterReport::drawTrendPlot(
     const QVector<double>& ys = g.ys();
     const double top = largest(ys);
 
-    if (key == "HR/BPMTrend") {
+    if (key == ResultKeys::HeartRate::kBpmTrend) {
         fitYRange(g, ys, 20.0);
         QVector<double> ticks;
-        for (const char* mark : { "HR/minBPM", "HR/maxBPM" }) {
+        for (const char* mark :
+            { ResultKeys::HeartRate::kMinBpm, ResultKeys::HeartRate::kMaxBpm }) {
             const auto* e = dynamic_cast<const EventResult*>(result(mark));
             if (e && e->value > 0.0)
                 ticks.append(e->value);
@@ -197,18 +199,18 @@ void THolterReport::drawTrendPlot(
         g.setYRange(0.0, std::max(1.2 * top, 10.0));
         g.setKind(PlotGraphic::Bars);
         g.setBarWidth(3000.0); // a gap between the hours
-    } else if (key.startsWith("ST/")) {
+    } else if (key.startsWith(QByteArray(ResultKeys::ST::kAnalyzer) + '/')) {
         fitYRange(g, ys, 2.0);
         g.setYFormat(QStringLiteral("%.1f"));
-    } else if (key.startsWith("HRV/")) {
+    } else if (key.startsWith(QByteArray(ResultKeys::HRV::kAnalyzer) + '/')) {
         double floor = 1.0;
-        if (key == "HRV/AVGNNPerHour")
+        if (key == ResultKeys::HRV::kAVGNNPerHour)
             floor = 1500.0;
-        else if (key == "HRV/SDNNPerHour")
+        else if (key == ResultKeys::HRV::kSDNNPerHour)
             floor = 300.0;
-        else if (key == "HRV/RMSSDPerHour")
+        else if (key == ResultKeys::HRV::kRMSSDPerHour)
             floor = 150.0;
-        else if (key == "HRV/PNN50PerHour")
+        else if (key == ResultKeys::HRV::kPNN50PerHour)
             floor = 75.0;
         g.setYRange(0.0, std::max(1.2 * top, floor));
     } else {
@@ -225,7 +227,8 @@ void THolterReport::drawHistogram(QPainter* painter, const QRect& bounds) const
     PlotGraphic g;
     QVector<double> x;
     QVector<double> y;
-    if (const auto* h = dynamic_cast<const ValueArrayResult*>(result("HRV/NNHistogram"))) {
+    if (const auto* h
+        = dynamic_cast<const ValueArrayResult*>(result(ResultKeys::HRV::kNNHistogram))) {
         for (int i = 0; i < h->values.size() && i * binMs < 2000.0; ++i) {
             x.append(i * binMs);
             y.append(h->values.at(i));
@@ -241,8 +244,8 @@ void THolterReport::drawHistogram(QPainter* painter, const QRect& bounds) const
 
 void THolterReport::drawLorenz(QPainter* painter, const QRect& bounds) const
 {
-    const auto* xs = dynamic_cast<const ValueArrayResult*>(result("HRV/LorenzX"));
-    const auto* ys = dynamic_cast<const ValueArrayResult*>(result("HRV/LorenzY"));
+    const auto* xs = dynamic_cast<const ValueArrayResult*>(result(ResultKeys::HRV::kLorenzX));
+    const auto* ys = dynamic_cast<const ValueArrayResult*>(result(ResultKeys::HRV::kLorenzY));
     PlotGraphic g;
     QVector<double> x;
     QVector<double> y;
@@ -265,7 +268,7 @@ void THolterReport::drawSpectrum(QPainter* painter, const QRect& bounds) const
     PlotGraphic g;
     QVector<double> x;
     QVector<double> y;
-    if (const auto* psd = dynamic_cast<const ValueArrayResult*>(result("HRV/PSD"))) {
+    if (const auto* psd = dynamic_cast<const ValueArrayResult*>(result(ResultKeys::HRV::kPSD))) {
         const int n = psd->values.size();
         for (int i = 0; i < n; ++i) {
             x.append(i * 0.5 / n);
@@ -280,8 +283,8 @@ void THolterReport::drawSpectrum(QPainter* painter, const QRect& bounds) const
 
 void THolterReport::drawPie(QPainter* painter, const QRect& bounds) const
 {
-    const auto* lf = dynamic_cast<const ValueResult*>(result("HRV/LFPower"));
-    const auto* hf = dynamic_cast<const ValueResult*>(result("HRV/HFPower"));
+    const auto* lf = dynamic_cast<const ValueResult*>(result(ResultKeys::HRV::kLFPower));
+    const auto* hf = dynamic_cast<const ValueResult*>(result(ResultKeys::HRV::kHFPower));
     const double a = lf ? lf->value : 0.0;
     const double b = hf ? hf->value : 0.0;
     if (!(a + b > 0.0))
@@ -294,24 +297,29 @@ void THolterReport::drawPie(QPainter* painter, const QRect& bounds) const
 
 bool THolterReport::drawPlot(const QString& name, QPainter* painter, const QRect& bounds) const
 {
-    const QByteArray channel = QByteArray::number(channelOf(m_trendLead));
+    namespace K = ResultKeys;
     static const struct
     {
         const char* name;
         const char* key;
-    } trends[] = { { "plotHR", "HR/BPMTrend" }, { "plotPVC", "PVC/totalCountPerHour" },
-        { "plotSVPB", "SVPB/totalCountPerHour" }, { "plotRR", "QT/RRTrend" },
-        { "plotPR", "PR/PRTrend(%1)" }, { "plotQT", "QT/QTTrend(%1)" },
-        { "plotQTc", "QT/QTcTrend(%1)" }, { "plotST", "ST/STLevelTrend(%1)" },
-        { "plotAVGNN", "HRV/AVGNNPerHour" }, { "plotSDNN", "HRV/SDNNPerHour" },
-        { "plotRMSSD", "HRV/RMSSDPerHour" }, { "plotPNN50", "HRV/PNN50PerHour" },
-        { "plotULF", "HRV/ULFPowerPerHour" }, { "plotVLF", "HRV/VLFPowerPerHour" },
-        { "plotLF", "HRV/LFPowerPerHour" }, { "plotHF", "HRV/HFPowerPerHour" } };
+        bool perChannel; // the key is a base for the trend lead's channel
+    } trends[] = { { "plotHR", K::HeartRate::kBpmTrend, false },
+        { "plotPVC", K::kPvc.totalCountPerHour, false },
+        { "plotSVPB", K::kSvpb.totalCountPerHour, false }, { "plotRR", K::QT::kRRTrend, false },
+        { "plotPR", K::PR::kPRTrend, true }, { "plotQT", K::QT::kQTTrend, true },
+        { "plotQTc", K::QT::kQTcTrend, true }, { "plotST", K::ST::kLevelTrend, true },
+        { "plotAVGNN", K::HRV::kAVGNNPerHour, false }, { "plotSDNN", K::HRV::kSDNNPerHour, false },
+        { "plotRMSSD", K::HRV::kRMSSDPerHour, false },
+        { "plotPNN50", K::HRV::kPNN50PerHour, false },
+        { "plotULF", K::HRV::kULFPowerPerHour, false },
+        { "plotVLF", K::HRV::kVLFPowerPerHour, false },
+        { "plotLF", K::HRV::kLFPowerPerHour, false },
+        { "plotHF", K::HRV::kHFPowerPerHour, false } };
     for (const auto& t : trends) {
         if (name == QLatin1String(t.name)) {
-            QByteArray key(t.key);
-            key.replace("%1", channel);
-            drawTrendPlot(key, painter, bounds);
+            drawTrendPlot(
+                t.perChannel ? K::channelKey(t.key, channelOf(m_trendLead)) : QByteArray(t.key),
+                painter, bounds);
             return true;
         }
     }

@@ -34,7 +34,7 @@ void AFibDetector::addBeat(const Beat& beat)
 
 double AFibDetector::scoreAt(BeatList& beats, const Beat& beat, int channels)
 {
-    const double from = beat.time() - kHalfWindow;
+    const double from = beat.windowStartTime() - kHalfWindow;
     const double to = from + 2.0 * kHalfWindow;
     Beat first;
     if (!beats.firstWithWindowAfter(from, first))
@@ -53,7 +53,7 @@ double AFibDetector::scoreAt(BeatList& beats, const Beat& beat, int channels)
     int jumps = 0;
     double pSum[Beat::kChannels] = { 0.0, 0.0, 0.0, 0.0 };
     Beat b;
-    for (int i = first.index; beats.nextBeat(i, b) && b.time() < to; i = b.index) {
+    for (int i = first.index; beats.nextBeat(i, b) && b.windowStartTime() < to; i = b.index) {
         const double rr = b.rr();
         // V beats and the beats after them have intervals shaped by the ectopy.
         if (rr != 0.0 && b.type != BeatV && havePrev && prev.type != BeatV) {
@@ -153,7 +153,7 @@ void AFibDetector::finish()
     Beat b;
     for (size_t i = 0; i < times.size(); ++i) {
         if (m_beats->get(int(i), b))
-            times[i] = b.time();
+            times[i] = b.windowStartTime();
     }
     m_episodes = episodesFrom(m_scores, times);
 }

@@ -1,8 +1,8 @@
 #include "results/arrhythmiaanalyzer.h"
 
-#include "results/model/trend.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
+#include "store/trend.h"
 
 #include <algorithm>
 
@@ -57,7 +57,7 @@ void ArrhythmiaAnalyzer::addBeat(const Beat& beat)
 
     const double medianRR = beat.medianRR();
     const double bpm = medianRR > 0.0 ? 60.0 / medianRR : 0.0;
-    const double t = beat.time();
+    const double t = beat.windowStartTime();
 
     if (m_state == Bradycardia) {
         if (bpm > 0.0 && bpm < m_bradyLimit) {

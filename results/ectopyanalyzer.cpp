@@ -1,8 +1,8 @@
 #include "results/ectopyanalyzer.h"
 
-#include "results/model/trend.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
+#include "store/trend.h"
 
 EctopyAnalyzer::EctopyAnalyzer(int beatType)
     : m_watchedType(beatType)
@@ -41,15 +41,15 @@ void EctopyAnalyzer::addBeat(const Beat& beat)
 
     if (beat.type == m_watchedType) {
         if (++m_runLength == 1)
-            m_runStart = beat.time();
+            m_runStart = beat.windowStartTime();
         m_totalCount->value += 1.0;
-        m_totalPerHour->add(beat.time(), 1.0);
-        m_totalPerMinute->add(beat.time(), 1.0);
+        m_totalPerHour->add(beat.windowStartTime(), 1.0);
+        m_totalPerMinute->add(beat.windowStartTime(), 1.0);
         return;
     }
 
     // Any other type, the other ectopic type included, ends the series here.
-    reportSeries(beat.time());
+    reportSeries(beat.windowStartTime());
     m_runLength = 0;
 }
 

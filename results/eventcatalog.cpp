@@ -2,12 +2,13 @@
 
 #include "results/bigeminyanalyzer.h"
 #include "results/ectopyanalyzer.h"
-#include "results/model/trend.h"
 #include "results/pauseanalyzer.h"
 #include "results/trigeminyanalyzer.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
+#include "store/resultkeys.h"
 #include "store/study.h"
+#include "store/trend.h"
 
 #include <QCoreApplication>
 #include <QSettings>
@@ -29,30 +30,38 @@ struct TypeInfo
 
 // Indexed by type number - 1.
 const TypeInfo kTypes[kArrhythmiaTypeCount] = {
-    { QT_TRANSLATE_NOOP("EventCatalog", "Tachycardia"), "arrhythmia/tachycardiaEvents",
-        "arrhythmia/totalTachyCount", "arrhythmia/tachyCountPerHour", qRgba(128, 255, 128, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "Bradycardia"), "arrhythmia/bradycardiaEvents",
-        "arrhythmia/totalBradyCount", "arrhythmia/bradyCountPerHour", qRgba(192, 192, 255, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "Pause"), "pause/pauseEvents", "pause/pauseCount",
-        "pause/pauseCountPerHour", qRgba(255, 192, 192, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "Bigeminy"), "bigeminy/bigeminyEvents",
-        "bigeminy/bigeminyCount", "bigeminy/bigeminyCountPerHour", qRgba(255, 255, 128, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "Trigeminy"), "trigeminy/trigeminyEvents",
-        "trigeminy/trigeminyCount", "trigeminy/trigeminyCountPerHour", qRgba(255, 255, 128, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "PVC couplet"), "PVC/coupletEvents", "PVC/coupletCount",
-        "PVC/coupletCountPerHour", qRgba(255, 255, 128, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "PVC triplet"), "PVC/tripletEvents", "PVC/tripletCount",
-        "PVC/tripletCountPerHour", qRgba(255, 255, 128, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "PVC tachy"), "PVC/runEvents", "PVC/runCount",
-        "PVC/runCountPerHour", qRgba(255, 255, 128, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "SVPB couplet"), "SVPB/coupletEvents", "SVPB/coupletCount",
-        "SVPB/coupletCountPerHour", qRgba(255, 192, 255, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "SVPB triplet"), "SVPB/tripletEvents", "SVPB/tripletCount",
-        "SVPB/tripletCountPerHour", qRgba(255, 192, 255, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "SVPB tachy"), "SVPB/runEvents", "SVPB/runCount",
-        "SVPB/runCountPerHour", qRgba(255, 192, 255, 255) },
-    { QT_TRANSLATE_NOOP("EventCatalog", "Atrial fibrillation"), "afib/afibEvents", nullptr, nullptr,
+    { QT_TRANSLATE_NOOP("EventCatalog", "Tachycardia"), ResultKeys::Arrhythmia::kTachycardiaEvents,
+        ResultKeys::Arrhythmia::kTotalTachyCount, ResultKeys::Arrhythmia::kTachyCountPerHour,
+        qRgba(128, 255, 128, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "Bradycardia"), ResultKeys::Arrhythmia::kBradycardiaEvents,
+        ResultKeys::Arrhythmia::kTotalBradyCount, ResultKeys::Arrhythmia::kBradyCountPerHour,
         qRgba(192, 192, 255, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "Pause"), ResultKeys::Pause::kEvents,
+        ResultKeys::Pause::kCount, ResultKeys::Pause::kCountPerHour, qRgba(255, 192, 192, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "Bigeminy"), ResultKeys::Bigeminy::kEvents,
+        ResultKeys::Bigeminy::kCount, ResultKeys::Bigeminy::kCountPerHour,
+        qRgba(255, 255, 128, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "Trigeminy"), ResultKeys::Trigeminy::kEvents,
+        ResultKeys::Trigeminy::kCount, ResultKeys::Trigeminy::kCountPerHour,
+        qRgba(255, 255, 128, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "PVC couplet"), ResultKeys::kPvc.coupletEvents,
+        ResultKeys::kPvc.coupletCount, ResultKeys::kPvc.coupletCountPerHour,
+        qRgba(255, 255, 128, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "PVC triplet"), ResultKeys::kPvc.tripletEvents,
+        ResultKeys::kPvc.tripletCount, ResultKeys::kPvc.tripletCountPerHour,
+        qRgba(255, 255, 128, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "PVC tachy"), ResultKeys::kPvc.runEvents,
+        ResultKeys::kPvc.runCount, ResultKeys::kPvc.runCountPerHour, qRgba(255, 255, 128, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "SVPB couplet"), ResultKeys::kSvpb.coupletEvents,
+        ResultKeys::kSvpb.coupletCount, ResultKeys::kSvpb.coupletCountPerHour,
+        qRgba(255, 192, 255, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "SVPB triplet"), ResultKeys::kSvpb.tripletEvents,
+        ResultKeys::kSvpb.tripletCount, ResultKeys::kSvpb.tripletCountPerHour,
+        qRgba(255, 192, 255, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "SVPB tachy"), ResultKeys::kSvpb.runEvents,
+        ResultKeys::kSvpb.runCount, ResultKeys::kSvpb.runCountPerHour, qRgba(255, 192, 255, 255) },
+    { QT_TRANSLATE_NOOP("EventCatalog", "Atrial fibrillation"), ResultKeys::AFib::kEvents, nullptr,
+        nullptr, qRgba(192, 192, 255, 255) },
 };
 
 const TypeInfo* info(ArrhythmiaType type)
@@ -224,7 +233,7 @@ bool EventCatalog::refresh(double from, double to)
     bool have = beats.firstWithWindowAfter(from, b);
     if (have && !b.isBeat)
         have = beats.nextBeat(b.index, b);
-    for (; have && b.time() < to; have = beats.nextBeat(b.index, b)) {
+    for (; have && b.windowStartTime() < to; have = beats.nextBeat(b.index, b)) {
         for (ResultAnalyzer* a : analyzers)
             a->addBeat(b);
     }

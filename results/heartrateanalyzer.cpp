@@ -30,7 +30,7 @@ void HeartRateAnalyzer::addBeat(const Beat& beat)
         return;
     // Every valid beat counts, ventricular ones too.
     m_total->value += 1.0;
-    m_countPerHour->add(beat.time(), 1.0);
+    m_countPerHour->add(beat.windowStartTime(), 1.0);
 
     // The running median, not the beat's own interval, so one ectopic beat hardly moves it.
     const double rr = beat.medianRR();
@@ -39,7 +39,7 @@ void HeartRateAnalyzer::addBeat(const Beat& beat)
     const double bpm = 60.0 / rr;
     if (!(bpm > 0.0))
         return;
-    m_bins.add(beat.time(), bpm);
+    m_bins.add(beat.windowStartTime(), bpm);
 }
 
 int HeartRateAnalyzer::neededBeats(double bpm)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "results/model/trend.h"
 #include "results/resultanalyzer.h"
+#include "store/trend.h"
 
 // Heart rate ("HR"): the trend of 30-second medians of the running median RR, its minimum,
 // maximum and median, hourly figures and the beat count. A 30-second bin that holds fewer than

@@ -51,7 +51,7 @@ void HRVAnalyzer::addBeat(const Beat& beat)
         return;
     }
     if (m_havePrevious && m_previousNN > 0.0) {
-        const double t = beat.time();
+        const double t = beat.windowStartTime();
         result<BinnedCount>("NNCountPerHour")->add(t, 1.0);
         m_nnSeries.add(t, rr);
         m_fiveMinuteMeans.add(t, rr * 1000.0);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "results/hrvspectrum.h"
-#include "results/model/trend.h"
 #include "results/resultanalyzer.h"
+#include "store/trend.h"
 
 #include <map>
 #include <utility>

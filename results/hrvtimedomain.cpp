@@ -1,6 +1,6 @@
 #include "results/hrvtimedomain.h"
 
-#include "results/model/trend.h"
+#include "store/trend.h"
 
 #include <algorithm>
 #include <cmath>

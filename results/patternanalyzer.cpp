@@ -1,8 +1,8 @@
 #include "results/patternanalyzer.h"
 
-#include "results/model/trend.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
+#include "store/trend.h"
 
 PatternAnalyzer::PatternAnalyzer(Pattern pattern)
     : m_pattern(std::move(pattern))
@@ -27,9 +27,9 @@ void PatternAnalyzer::addBeat(const Beat& beat)
     const int input = beat.type == BeatN ? InputN : beat.type == BeatV ? InputV : InputOther;
 
     if (m_state == m_pattern.startState)
-        m_eventStart = beat.time() - beat.span() * m_pattern.startSpans;
+        m_eventStart = beat.windowStartTime() - beat.span() * m_pattern.startSpans;
     if (m_state == m_pattern.endState)
-        m_eventEnd = beat.time();
+        m_eventEnd = beat.windowStartTime();
 
     // The end test looks at the state before this beat's transition.
     const int sustaining = m_pattern.sustainingInput[size_t(m_state)];

@@ -1,8 +1,8 @@
 #include "results/pauseanalyzer.h"
 
-#include "results/model/trend.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
+#include "store/trend.h"
 
 PauseAnalyzer::PauseAnalyzer(double intervalSecs)
     : m_interval(intervalSecs)
@@ -23,7 +23,7 @@ void PauseAnalyzer::addBeat(const Beat& beat)
     if (!(rr > m_interval))
         return;
     m_count->value += 1.0;
-    m_perHour->add(beat.time(), 1.0);
+    m_perHour->add(beat.windowStartTime(), 1.0);
     // The pause runs from the previous R wave to this one.
-    m_events->events.append(EventResult(beat.measure0() - rr, rr, rr));
+    m_events->events.append(EventResult(beat.rInstant() - rr, rr, rr));
 }

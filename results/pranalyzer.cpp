@@ -1,7 +1,7 @@
 #include "results/pranalyzer.h"
 
 #include "analysis/averagebeatdelineator.h"
-#include "results/model/trend.h"
+#include "store/trend.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "results/model/result.h"
+#include "store/result.h"
 
 #include <QByteArray>
 
@@ -28,12 +28,13 @@ public:
 
     // Resets every result and sizes the bins for the recording behind `beats`.
     virtual void beginRecording(BeatList& beats) = 0;
-    virtual void addBeat(const Beat&) {}
+    virtual void addBeat(const Beat&) { }
     // `delineators` has one entry per channel, already run on that channel's average.
-    virtual void addAverageBeat(double, RecentBeatWindow&, const std::vector<AverageBeatDelineator*>&)
+    virtual void addAverageBeat(
+        double, RecentBeatWindow&, const std::vector<AverageBeatDelineator*>&)
     {
     }
-    virtual void finishRecording() {}
+    virtual void finishRecording() { }
 
     // Results by name ("avgBPM"); the driver prefixes the analyzer's name.
     const ResultMap& results() const { return m_results; }
@@ -48,16 +49,14 @@ public:
 
 protected:
     // Creates (or replaces) the result under `name` and returns it.
-    template <typename T, typename... Args>
-    T* makeResult(const QByteArray& name, Args&&... args)
+    template <typename T, typename... Args> T* makeResult(const QByteArray& name, Args&&... args)
     {
         auto r = std::make_unique<T>(std::forward<Args>(args)...);
         T* raw = r.get();
         m_results[name] = std::move(r);
         return raw;
     }
-    template <typename T>
-    T* result(const QByteArray& name) const
+    template <typename T> T* result(const QByteArray& name) const
     {
         const auto it = m_results.find(name);
         return it == m_results.end() ? nullptr : dynamic_cast<T*>(it->second.get());

@@ -9,13 +9,14 @@
 #include "results/ectopyanalyzer.h"
 #include "results/heartrateanalyzer.h"
 #include "results/hrvanalyzer.h"
-#include "results/model/resultset.h"
 #include "results/pauseanalyzer.h"
 #include "results/pranalyzer.h"
 #include "results/qtanalyzer.h"
 #include "results/stanalyzer.h"
 #include "results/trigeminyanalyzer.h"
 #include "store/beatlist.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
 #include "store/signalsource.h"
 #include "store/study.h"
 #include "store/studyevent.h"
@@ -41,25 +42,27 @@ ResultsDriver::~ResultsDriver() = default;
 ResultsDriver::AnalyzerMap ResultsDriver::makeAnalyzers(const AnalysisParams& params, bool withAfib)
 {
     AnalyzerMap map;
-    map["HR"] = std::make_unique<HeartRateAnalyzer>();
-    map["count"] = std::make_unique<BeatCountAnalyzer>();
-    map["PVC"] = std::make_unique<EctopyAnalyzer>(BeatV);
-    map["SVPB"] = std::make_unique<EctopyAnalyzer>(BeatS);
-    map["bigeminy"] = std::make_unique<BigeminyAnalyzer>();
-    map["trigeminy"] = std::make_unique<TrigeminyAnalyzer>();
-    map["pause"] = std::make_unique<PauseAnalyzer>(params.value("pause/intervalSecs"));
+    map[ResultKeys::HeartRate::kAnalyzer] = std::make_unique<HeartRateAnalyzer>();
+    map[ResultKeys::BeatCount::kAnalyzer] = std::make_unique<BeatCountAnalyzer>();
+    map[ResultKeys::kPvc.analyzer] = std::make_unique<EctopyAnalyzer>(BeatV);
+    map[ResultKeys::kSvpb.analyzer] = std::make_unique<EctopyAnalyzer>(BeatS);
+    map[ResultKeys::Bigeminy::kAnalyzer] = std::make_unique<BigeminyAnalyzer>();
+    map[ResultKeys::Trigeminy::kAnalyzer] = std::make_unique<TrigeminyAnalyzer>();
+    map[ResultKeys::Pause::kAnalyzer]
+        = std::make_unique<PauseAnalyzer>(params.value("pause/intervalSecs"));
     // The rate limits are whole bpm.
-    map["arrhythmia"]
+    map[ResultKeys::Arrhythmia::kAnalyzer]
         = std::make_unique<ArrhythmiaAnalyzer>(int(params.value("arrhythmia/bradycardiaBPMLimit")),
             int(params.value("arrhythmia/tachycardiaBPMLimit")),
             params.value("arrhythmia/minDurationSecs"));
     if (withAfib)
-        map["afib"] = std::make_unique<AFibAnalyzer>();
-    map["PR"] = std::make_unique<PRAnalyzer>();
-    map["QT"] = std::make_unique<QTAnalyzer>(int(params.value("QT/correctionFormulaId")));
-    map["ST"] = std::make_unique<STAnalyzer>(
+        map[ResultKeys::AFib::kAnalyzer] = std::make_unique<AFibAnalyzer>();
+    map[ResultKeys::PR::kAnalyzer] = std::make_unique<PRAnalyzer>();
+    map[ResultKeys::QT::kAnalyzer]
+        = std::make_unique<QTAnalyzer>(int(params.value("QT/correctionFormulaId")));
+    map[ResultKeys::ST::kAnalyzer] = std::make_unique<STAnalyzer>(
         params.value("ST/depressionThresholdMM"), params.value("ST/elevationThresholdMM"));
-    map["HRV"] = std::make_unique<HRVAnalyzer>();
+    map[ResultKeys::HRV::kAnalyzer] = std::make_unique<HRVAnalyzer>();
     return map;
 }
 
@@ -110,9 +113,9 @@ void ResultsDriver::step()
         if (!m_accumulator)
             continue;
         m_accumulator->push(beat);
-        if (beat.time() - m_lastAverageTime > kAverageSeconds) {
-            averageBeat(beat.time());
-            m_lastAverageTime = beat.time();
+        if (beat.windowStartTime() - m_lastAverageTime > kAverageSeconds) {
+            averageBeat(beat.windowStartTime());
+            m_lastAverageTime = beat.windowStartTime();
         }
     }
 }
@@ -181,97 +184,97 @@ int ResultsDriver::moveResults(ResultSet& results, bool overwrite)
 const QList<QByteArray>& ResultsDriver::requiredKeys()
 {
     static const QList<QByteArray> keys = {
-        "HR/BPMTrend",
-        "HR/minBPM",
-        "HR/maxBPM",
-        "HR/avgBPMPerHour",
-        "HR/minBPMPerHour",
-        "HR/maxBPMPerHour",
-        "count/totalCountN",
-        "count/totalCountV",
-        "count/totalCountF",
-        "count/totalCountS",
-        "count/totalCountU",
-        "PVC/totalCount",
-        "PVC/totalCountPerHour",
-        "PVC/totalCountPerMinute",
-        "PVC/coupletEvents",
-        "PVC/coupletCount",
-        "PVC/coupletCountPerHour",
-        "PVC/tripletEvents",
-        "PVC/tripletCount",
-        "PVC/tripletCountPerHour",
-        "PVC/runEvents",
-        "PVC/runCount",
-        "PVC/runCountPerHour",
-        "SVPB/totalCount",
-        "SVPB/totalCountPerHour",
-        "SVPB/totalCountPerMinute",
-        "SVPB/coupletEvents",
-        "SVPB/coupletCount",
-        "SVPB/coupletCountPerHour",
-        "SVPB/tripletEvents",
-        "SVPB/tripletCount",
-        "SVPB/tripletCountPerHour",
-        "SVPB/runEvents",
-        "SVPB/runCount",
-        "SVPB/runCountPerHour",
-        "bigeminy/bigeminyEvents",
-        "bigeminy/bigeminyCount",
-        "bigeminy/bigeminyCountPerHour",
-        "trigeminy/trigeminyEvents",
-        "trigeminy/trigeminyCount",
-        "trigeminy/trigeminyCountPerHour",
-        "arrhythmia/tachycardiaEvents",
-        "arrhythmia/totalTachyCount",
-        "arrhythmia/tachyCountPerHour",
-        "arrhythmia/bradycardiaEvents",
-        "arrhythmia/totalBradyCount",
-        "arrhythmia/bradyCountPerHour",
-        "pause/pauseEvents",
-        "pause/pauseCount",
-        "pause/pauseCountPerHour",
-        "PR/PRTrend(0)",
-        "PR/PRIntervalAvg(0)",
-        "QT/QTTrend(0)",
-        "QT/QTcTrend(0)",
-        "QT/RRIntervalAvg",
-        "QT/QTIntervalAvg(0)",
-        "QT/QTcIntervalAvg(0)",
-        "QT/QRSIntervalAvg(0)",
-        "ST/STLevelTrend(0)",
-        "ST/STLevelAvg(0)",
-        "HRV/AVGNN",
-        "HRV/SDNN",
-        "HRV/SDNNIndex",
-        "HRV/SDANNIndex",
-        "HRV/RMSSD",
-        "HRV/PNN50",
-        "HRV/TINNIndex",
-        "HRV/HRVIndex",
-        "HRV/AVGNNPerHour",
-        "HRV/SDNNPerHour",
-        "HRV/RMSSDPerHour",
-        "HRV/PNN50PerHour",
-        "HRV/totalPower",
-        "HRV/ULFPower",
-        "HRV/VLFPower",
-        "HRV/LFPower",
-        "HRV/HFPower",
-        "HRV/LFNorm",
-        "HRV/HFNorm",
-        "HRV/LFHFRatio",
-        "HRV/ULFPowerPerHour",
-        "HRV/VLFPowerPerHour",
-        "HRV/LFPowerPerHour",
-        "HRV/HFPowerPerHour",
-        "HRV/NNHistogram",
-        "HRV/LorenzX",
-        "HRV/LorenzY",
-        "HRV/LorenzZ",
-        "HRV/PSD",
-        "afib/afibEvents",
-        "afib/afibTotalTime",
+        ResultKeys::HeartRate::kBpmTrend,
+        ResultKeys::HeartRate::kMinBpm,
+        ResultKeys::HeartRate::kMaxBpm,
+        ResultKeys::HeartRate::kAvgBpmPerHour,
+        ResultKeys::HeartRate::kMinBpmPerHour,
+        ResultKeys::HeartRate::kMaxBpmPerHour,
+        ResultKeys::BeatCount::kTotalCountN,
+        ResultKeys::BeatCount::kTotalCountV,
+        ResultKeys::BeatCount::kTotalCountF,
+        ResultKeys::BeatCount::kTotalCountS,
+        ResultKeys::BeatCount::kTotalCountU,
+        ResultKeys::kPvc.totalCount,
+        ResultKeys::kPvc.totalCountPerHour,
+        ResultKeys::kPvc.totalCountPerMinute,
+        ResultKeys::kPvc.coupletEvents,
+        ResultKeys::kPvc.coupletCount,
+        ResultKeys::kPvc.coupletCountPerHour,
+        ResultKeys::kPvc.tripletEvents,
+        ResultKeys::kPvc.tripletCount,
+        ResultKeys::kPvc.tripletCountPerHour,
+        ResultKeys::kPvc.runEvents,
+        ResultKeys::kPvc.runCount,
+        ResultKeys::kPvc.runCountPerHour,
+        ResultKeys::kSvpb.totalCount,
+        ResultKeys::kSvpb.totalCountPerHour,
+        ResultKeys::kSvpb.totalCountPerMinute,
+        ResultKeys::kSvpb.coupletEvents,
+        ResultKeys::kSvpb.coupletCount,
+        ResultKeys::kSvpb.coupletCountPerHour,
+        ResultKeys::kSvpb.tripletEvents,
+        ResultKeys::kSvpb.tripletCount,
+        ResultKeys::kSvpb.tripletCountPerHour,
+        ResultKeys::kSvpb.runEvents,
+        ResultKeys::kSvpb.runCount,
+        ResultKeys::kSvpb.runCountPerHour,
+        ResultKeys::Bigeminy::kEvents,
+        ResultKeys::Bigeminy::kCount,
+        ResultKeys::Bigeminy::kCountPerHour,
+        ResultKeys::Trigeminy::kEvents,
+        ResultKeys::Trigeminy::kCount,
+        ResultKeys::Trigeminy::kCountPerHour,
+        ResultKeys::Arrhythmia::kTachycardiaEvents,
+        ResultKeys::Arrhythmia::kTotalTachyCount,
+        ResultKeys::Arrhythmia::kTachyCountPerHour,
+        ResultKeys::Arrhythmia::kBradycardiaEvents,
+        ResultKeys::Arrhythmia::kTotalBradyCount,
+        ResultKeys::Arrhythmia::kBradyCountPerHour,
+        ResultKeys::Pause::kEvents,
+        ResultKeys::Pause::kCount,
+        ResultKeys::Pause::kCountPerHour,
+        ResultKeys::channelKey(ResultKeys::PR::kPRTrend, 0),
+        ResultKeys::channelKey(ResultKeys::PR::kPRIntervalAvg, 0),
+        ResultKeys::channelKey(ResultKeys::QT::kQTTrend, 0),
+        ResultKeys::channelKey(ResultKeys::QT::kQTcTrend, 0),
+        ResultKeys::QT::kRRIntervalAvg,
+        ResultKeys::channelKey(ResultKeys::QT::kQTIntervalAvg, 0),
+        ResultKeys::channelKey(ResultKeys::QT::kQTcIntervalAvg, 0),
+        ResultKeys::channelKey(ResultKeys::QT::kQRSIntervalAvg, 0),
+        ResultKeys::channelKey(ResultKeys::ST::kLevelTrend, 0),
+        ResultKeys::channelKey(ResultKeys::ST::kLevelAvg, 0),
+        ResultKeys::HRV::kAVGNN,
+        ResultKeys::HRV::kSDNN,
+        ResultKeys::HRV::kSDNNIndex,
+        ResultKeys::HRV::kSDANNIndex,
+        ResultKeys::HRV::kRMSSD,
+        ResultKeys::HRV::kPNN50,
+        ResultKeys::HRV::kTINNIndex,
+        ResultKeys::HRV::kHRVIndex,
+        ResultKeys::HRV::kAVGNNPerHour,
+        ResultKeys::HRV::kSDNNPerHour,
+        ResultKeys::HRV::kRMSSDPerHour,
+        ResultKeys::HRV::kPNN50PerHour,
+        ResultKeys::HRV::kTotalPower,
+        ResultKeys::HRV::kULFPower,
+        ResultKeys::HRV::kVLFPower,
+        ResultKeys::HRV::kLFPower,
+        ResultKeys::HRV::kHFPower,
+        ResultKeys::HRV::kLFNorm,
+        ResultKeys::HRV::kHFNorm,
+        ResultKeys::HRV::kLFHFRatio,
+        ResultKeys::HRV::kULFPowerPerHour,
+        ResultKeys::HRV::kVLFPowerPerHour,
+        ResultKeys::HRV::kLFPowerPerHour,
+        ResultKeys::HRV::kHFPowerPerHour,
+        ResultKeys::HRV::kNNHistogram,
+        ResultKeys::HRV::kLorenzX,
+        ResultKeys::HRV::kLorenzY,
+        ResultKeys::HRV::kLorenzZ,
+        ResultKeys::HRV::kPSD,
+        ResultKeys::AFib::kEvents,
+        ResultKeys::AFib::kTotalTime,
     };
     return keys;
 }
@@ -291,7 +294,8 @@ void ResultsDriver::addHeartRateMarks(const ResultSet& results, StudyEventList& 
     {
         const char* key;
         const char* text;
-    } marks[] = { { "HR/minBPM", "Minimum HR (%1 bpm)" }, { "HR/maxBPM", "Maximum HR (%1 bpm)" } };
+    } marks[] = { { ResultKeys::HeartRate::kMinBpm, "Minimum HR (%1 bpm)" },
+        { ResultKeys::HeartRate::kMaxBpm, "Maximum HR (%1 bpm)" } };
     for (const auto& m : marks) {
         const EventResult* r = results.findAs<EventResult>(m.key);
         if (!r || !(r->value > 0.0))
@@ -311,7 +315,7 @@ bool computeStudyResults(Study& study, const AnalysisParams& params, bool recomp
         return false;
     if (!recompute && !ResultsDriver::needsResults(study.results()))
         return false;
-    const bool firstTime = !study.results().find("HR/minBPM");
+    const bool firstTime = !study.results().find(ResultKeys::HeartRate::kMinBpm);
     ResultsDriver driver;
     driver.params() = params;
     if (!driver.run(*study.beats(), true, progress, cancel))

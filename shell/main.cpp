@@ -1,3 +1,4 @@
+#include "resources/applicationinfo.h"
 #include "resources/holterresources.h"
 #include "shell/instanceguard.h"
 #include "shell/mainwindow.h"
@@ -48,9 +49,7 @@ int main(int argc, char** argv)
     // The message boxes of the handlers below need the application object.
     QApplication app(argc, argv);
     try {
-        QCoreApplication::setOrganizationName("Veltrona");
-        QCoreApplication::setApplicationName("Holter ECG");
-        QCoreApplication::setApplicationVersion("1.19");
+        ApplicationInfo::apply();
         initHolterResources();
 
         // Spanish is always tried; without the catalogs the program runs in English.

@@ -46,10 +46,12 @@ struct Beat
     void setChannelMeasure(int channel, int slot, double value);
     int channelCount() const; // of the source, 0 without one
 
-    // The short names the rest of the system reads a beat by.
-    double time() const { return windowStart; }
+    // The short names the rest of the system reads a beat by. Times are seconds from the start
+    // of the recording: windowStartTime is where the beat's window begins (0.2 s before the R
+    // wave as detection writes it), rInstant the detected R wave itself.
+    double windowStartTime() const { return windowStart; }
     double span() const { return windowLength; }
-    double measure0() const { return timing[RTime]; }
+    double rInstant() const { return timing[RTime]; }
     double rr() const { return timing[RR]; }
     double medianRR() const { return timing[MedianRR]; }
 

@@ -92,12 +92,12 @@ BeatFile::BeatFile(
     if (create) {
         m_file = openFile(path, "wb+");
         if (!m_file)
-            throw StoreError("Cannot create file");
+            throw StoreError("Cannot create file", m_path);
         return;
     }
     m_file = openFile(path, "rb+");
     if (!m_file)
-        throw StoreError("Cannot open file");
+        throw StoreError("Cannot open file", m_path);
     qint64 size = 0;
     if (seekTo(m_file, 0, SEEK_END))
         size = tellPos(m_file);
@@ -111,7 +111,7 @@ BeatFile::~BeatFile()
         std::fclose(m_file);
 }
 
-BeatFile* BeatFile::open(SignalSource* source, const QString& path, StoreIo* io)
+std::unique_ptr<BeatFile> BeatFile::open(SignalSource* source, const QString& path, StoreIo* io)
 {
     QFile probe(path);
     if (!probe.open(QIODevice::ReadOnly))
@@ -119,19 +119,19 @@ BeatFile* BeatFile::open(SignalSource* source, const QString& path, StoreIo* io)
     if (probe.read(8) != QByteArray(kMagic, 8))
         return nullptr;
     probe.close();
-    return new BeatFile(source, path, kHeaderSize, false, io);
+    return std::make_unique<BeatFile>(source, path, kHeaderSize, false, io);
 }
 
 void BeatFile::writeChecked(const void* data, size_t size)
 {
     if (!m_file || StoreIo::orStandard(m_io).write(m_file, data, size) != size)
-        throw StoreError("Write error");
+        throw StoreError("Write error in file", m_path);
 }
 
 void BeatFile::writeHeader(const QByteArray& bytes)
 {
     if (!m_file || !seekTo(m_file, 0))
-        throw StoreError("Write error");
+        throw StoreError("Write error in file", m_path);
     QByteArray header = bytes.left(m_headerSize);
     header.append(QByteArray(m_headerSize - header.size(), '\0'));
     writeChecked(header.constData(), size_t(header.size()));
@@ -153,12 +153,12 @@ void BeatFile::clear()
     m_cache.clear();
     m_file = openFile(m_path, "wb+");
     if (!m_file)
-        throw StoreError("Cannot create file");
+        throw StoreError("Cannot create file", m_path);
     writeChecked(header.constData(), size_t(header.size()));
     std::fclose(m_file);
     m_file = openFile(m_path, "rb+");
     if (!m_file)
-        throw StoreError("Cannot open file");
+        throw StoreError("Cannot open file", m_path);
 }
 
 void BeatFile::encode(const Beat& beat, char* record) const
@@ -192,7 +192,7 @@ int BeatFile::append(const Beat& beat)
     // instead of shifting every later record.
     const qint64 offset = m_headerSize + qint64(m_recordSize) * m_count;
     if (!m_file || !seekTo(m_file, offset))
-        throw StoreError("Write error");
+        throw StoreError("Write error in file", m_path);
     encode(beat, m_buffer.data());
     writeChecked(m_buffer.data(), size_t(m_recordSize));
     std::fflush(m_file);
@@ -206,7 +206,7 @@ void BeatFile::replace(const Beat& beat)
         return;
     const qint64 offset = m_headerSize + qint64(m_recordSize) * beat.index;
     if (!m_file || !seekTo(m_file, offset))
-        throw StoreError("Write error");
+        throw StoreError("Write error in file", m_path);
     encode(beat, m_buffer.data());
     writeChecked(m_buffer.data(), size_t(m_recordSize));
     std::fflush(m_file);

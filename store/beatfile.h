@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <vector>
 
 class SignalSource;
@@ -21,13 +22,15 @@ public:
     static constexpr int kRunLength = 10;
     static const char kMagic[]; // "VTBEATS1"
 
-    // create: "wb+" (throws "Cannot create file"); else "rb+" (throws "Cannot open file").
+    // create: "wb+" (throws "Cannot create file <path>"); else "rb+" (throws "Cannot open file
+    // <path>"); a failed write throws "Write error in file <path>".
     BeatFile(SignalSource* source, const QString& path, int headerSize, bool create,
-             StoreIo* io = nullptr);
+        StoreIo* io = nullptr);
     ~BeatFile() override;
 
     // Opens an existing file whose first 8 bytes are the magic; null otherwise.
-    static BeatFile* open(SignalSource* source, const QString& path, StoreIo* io = nullptr);
+    static std::unique_ptr<BeatFile> open(
+        SignalSource* source, const QString& path, StoreIo* io = nullptr);
 
     static int recordSize(int channelCount) { return 56 + 80 * channelCount; }
 

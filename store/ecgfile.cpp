@@ -46,19 +46,19 @@ EcgFile::EcgFile(
     if (create) {
         m_file = openFile(path, "wb+");
         if (!m_file)
-            throw StoreError("Cannot create file");
+            throw StoreError("Cannot create file", m_path);
         const std::vector<char> zeros(size_t(m_headerSize), 0);
         if (StoreIo::orStandard(m_io).write(m_file, zeros.data(), zeros.size()) != zeros.size()) {
             std::fclose(m_file);
             m_file = nullptr;
-            throw StoreError("Write error");
+            throw StoreError("Write error in file", m_path);
         }
         setSampleCount(0);
         setBlockCount(0);
     } else {
         m_file = openFile(path, "rb+");
         if (!m_file)
-            throw StoreError("Cannot open file");
+            throw StoreError("Cannot open file", m_path);
         qint64 size = 0;
         if (fseeko(m_file, 0, SEEK_END) == 0)
             size = ftello(m_file);
@@ -85,7 +85,7 @@ EcgFile::~EcgFile()
         std::fclose(m_file);
 }
 
-EcgFile* EcgFile::open(const QString& path, StoreIo* io)
+std::unique_ptr<EcgFile> EcgFile::open(const QString& path, StoreIo* io)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
@@ -132,7 +132,7 @@ EcgFile* EcgFile::open(const QString& path, StoreIo* io)
     ecgFile->setResolution(resolution);
     for (int c = 0; c < names.size(); ++c)
         ecgFile->channel(c)->setName(names.at(c).toString().toUtf8());
-    return ecgFile.release();
+    return ecgFile;
 }
 
 QJsonObject EcgFile::ecgHeaderObject() const
@@ -162,7 +162,7 @@ void EcgFile::writeHeader(const QJsonObject& study, const QJsonObject& patient)
     text.truncate(m_headerSize);
     text.append(QByteArray(m_headerSize - text.size(), '\0'));
     if (fseeko(m_file, 0, SEEK_SET) != 0)
-        throw StoreError("Write error");
+        throw StoreError("Write error in file", m_path);
     writeChecked(text.constData(), size_t(text.size()));
     std::fflush(m_file);
 }
@@ -214,10 +214,10 @@ qint16* EcgFile::loadBlock(int channel, int block)
     // Only whole frames count: the bytes of a torn last frame must not leak into the tail.
     std::array<qint16, kMaxChannels * kBlockSize> frames;
     const size_t want = size_t(n) * kBlockSize;
-    const qint64 framesHere = std::clamp<qint64>(sampleCount() - qint64(block) * kBlockSize, 0,
-                                                 kBlockSize);
-    const size_t got = std::min(std::fread(frames.data(), 2, want, m_file),
-                                size_t(framesHere) * size_t(n));
+    const qint64 framesHere
+        = std::clamp<qint64>(sampleCount() - qint64(block) * kBlockSize, 0, kBlockSize);
+    const size_t got
+        = std::min(std::fread(frames.data(), 2, want, m_file), size_t(framesHere) * size_t(n));
     std::fill(frames.begin() + got, frames.begin() + want, qint16(0));
 
     qint16* out = new qint16[kBlockSize];
@@ -230,7 +230,7 @@ qint16* EcgFile::loadBlock(int channel, int block)
 void EcgFile::writeChecked(const void* data, size_t size)
 {
     if (StoreIo::orStandard(m_io).write(m_file, data, size) != size)
-        throw StoreError("Write error");
+        throw StoreError("Write error in file", m_path);
 }
 
 void EcgFile::appendRaw(const char* bytes, qint64 size)

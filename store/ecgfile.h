@@ -21,15 +21,16 @@ public:
     static constexpr int kBlockSize = 4096;
     static constexpr int kTailWindow = 65536; // samples per channel
 
-    // Creates ("wb+", throws "Cannot create file") or opens ("rb+", throws "Cannot open file").
+    // Creates ("wb+", throws "Cannot create file <path>") or opens ("rb+", throws "Cannot open
+    // file <path>"); a failed write throws "Write error in file <path>".
     // `io` is not owned; null means the standard writer.
     EcgFile(const QString& path, int channels, int samplingRate, int headerSize, bool create,
-            StoreIo* io = nullptr);
+        StoreIo* io = nullptr);
     ~EcgFile() override;
 
     // Reads the header of an existing vtecg file; null if it is missing, has a bad magic or a
     // header that does not give rate, resolution, format and channel names.
-    static EcgFile* open(const QString& path, StoreIo* io = nullptr);
+    static std::unique_ptr<EcgFile> open(const QString& path, StoreIo* io = nullptr);
 
     // Header JSON: {"study": ..., "patient": ..., "ecg": {...}}; the "ecg" object is built here.
     QJsonObject ecgHeaderObject() const;

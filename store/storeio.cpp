@@ -1,7 +1,14 @@
 #include "store/storeio.h"
 
+#include <QDir>
 #include <QIODevice>
 #include <QSaveFile>
+
+StoreError::StoreError(const char* what, const QString& path)
+    : std::runtime_error(
+        QString("%1 %2").arg(QString::fromUtf8(what), QDir::toNativeSeparators(path)).toStdString())
+{
+}
 
 qint64 StoreIo::write(QIODevice& device, const char* data, qint64 size)
 {

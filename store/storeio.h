@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QtGlobal>
 
 #include <cstdio>
@@ -13,8 +14,16 @@ class QSaveFile;
 class StoreError : public std::runtime_error
 {
 public:
-    explicit StoreError(const std::string& message) : std::runtime_error(message) {}
-    explicit StoreError(const char* message) : std::runtime_error(message) {}
+    explicit StoreError(const std::string& message)
+        : std::runtime_error(message)
+    {
+    }
+    explicit StoreError(const char* message)
+        : std::runtime_error(message)
+    {
+    }
+    // "<what> <path>", the path with the platform's separators: the user learns which file.
+    StoreError(const char* what, const QString& path);
 };
 
 // Every write of the store goes through one of these, so that tests can make writes fail

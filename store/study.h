@@ -1,6 +1,6 @@
 #pragma once
 
-#include "results/model/resultset.h"
+#include "store/resultset.h"
 #include "store/studyevent.h"
 #include "store/studyinfo.h"
 
@@ -35,7 +35,10 @@ public:
     QByteArray property(const QByteArray& key);
     QByteArray property(const QByteArray& key) const; // const read: does not enter the key
     void setProperty(const QByteArray& key, const QByteArray& value);
-    const std::vector<std::pair<QByteArray, QByteArray>>& properties() const { return m_properties; }
+    const std::vector<std::pair<QByteArray, QByteArray>>& properties() const
+    {
+        return m_properties;
+    }
 
     QList<QByteArray> riskFactorNames() const;
     // Status of the factor, false for an unknown name; `comment` gets its comment.

@@ -1,9 +1,10 @@
 #include "store/studyedits.h"
 
-#include "results/model/resultset.h"
-#include "results/model/trend.h"
 #include "store/beatclass.h"
 #include "store/beatlist.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
+#include "store/trend.h"
 
 #include <algorithm>
 #include <cmath>
@@ -43,25 +44,25 @@ void countType(ResultSet& results, double time, int type, double delta)
 {
     switch (type) {
     case BeatU:
-        addToValue(results, "count/totalCountU", delta);
+        addToValue(results, ResultKeys::BeatCount::kTotalCountU, delta);
         break;
     case BeatN:
-        addToValue(results, "count/totalCountN", delta);
+        addToValue(results, ResultKeys::BeatCount::kTotalCountN, delta);
         break;
     case BeatV:
-        addToValue(results, "count/totalCountV", delta);
-        addToValue(results, "PVC/totalCount", delta);
-        addToBin(results, "PVC/totalCountPerHour", kHour, time, delta);
-        addToBin(results, "PVC/totalCountPerMinute", kMinute, time, delta);
+        addToValue(results, ResultKeys::BeatCount::kTotalCountV, delta);
+        addToValue(results, ResultKeys::kPvc.totalCount, delta);
+        addToBin(results, ResultKeys::kPvc.totalCountPerHour, kHour, time, delta);
+        addToBin(results, ResultKeys::kPvc.totalCountPerMinute, kMinute, time, delta);
         break;
     case BeatF:
-        addToValue(results, "count/totalCountF", delta);
+        addToValue(results, ResultKeys::BeatCount::kTotalCountF, delta);
         break;
     case BeatS:
-        addToValue(results, "count/totalCountS", delta);
-        addToValue(results, "SVPB/totalCount", delta);
-        addToBin(results, "SVPB/totalCountPerHour", kHour, time, delta);
-        addToBin(results, "SVPB/totalCountPerMinute", kMinute, time, delta);
+        addToValue(results, ResultKeys::BeatCount::kTotalCountS, delta);
+        addToValue(results, ResultKeys::kSvpb.totalCount, delta);
+        addToBin(results, ResultKeys::kSvpb.totalCountPerHour, kHour, time, delta);
+        addToBin(results, ResultKeys::kSvpb.totalCountPerMinute, kMinute, time, delta);
         break;
     default:
         break;
@@ -80,7 +81,7 @@ Link linkBetween(const Beat* prev, const Beat& cur)
 {
     if (!prev)
         return { true, 0.0 };
-    const double interval = cur.measure0() - prev->measure0();
+    const double interval = cur.rInstant() - prev->rInstant();
     if (interval == 0.0 || (cur.index > prev->index + 1 && interval > kBreakSeconds))
         return { true, interval };
     return { false, interval };
@@ -98,11 +99,11 @@ bool followsNormally(const Beat& prev, double interval)
 void updateBeatCounts(ResultSet& results, double time, int oldType, int newType)
 {
     if (newType < 0 && oldType >= 0) {
-        addToValue(results, "HR/totalBeatCount", -1.0);
-        addToBin(results, "HR/beatCountPerHour", kHour, time, -1.0);
+        addToValue(results, ResultKeys::HeartRate::kTotalBeatCount, -1.0);
+        addToBin(results, ResultKeys::HeartRate::kBeatCountPerHour, kHour, time, -1.0);
     } else if (newType >= 0 && oldType < 0) {
-        addToValue(results, "HR/totalBeatCount", 1.0);
-        addToBin(results, "HR/beatCountPerHour", kHour, time, 1.0);
+        addToValue(results, ResultKeys::HeartRate::kTotalBeatCount, 1.0);
+        addToBin(results, ResultKeys::HeartRate::kBeatCountPerHour, kHour, time, 1.0);
     }
     countType(results, time, newType, 1.0);
     countType(results, time, oldType, -1.0);
@@ -136,7 +137,7 @@ void setBeatRrAndType(
             == target->members.end())
             target->add(beat.index, true);
     }
-    updateBeatCounts(results, beat.time(), oldType, type);
+    updateBeatCounts(results, beat.windowStartTime(), oldType, type);
 }
 
 bool restoreBeat(BeatList& beats, BeatClassSet* classes, ResultSet& results, int index)

@@ -1,10 +1,10 @@
 #include "store/studyfile.h"
 
-#include "results/model/resultset.h"
-#include "results/model/trend.h"
+#include "store/resultset.h"
 #include "store/storeio.h"
 #include "store/study.h"
 #include "store/studyinfo.h"
+#include "store/trend.h"
 
 #include <QFile>
 #include <QSaveFile>
@@ -12,19 +12,18 @@
 namespace StudyFile {
 const char kMagicV1[] = "VTSTUDY1";
 const char kMagicV2[] = "VTSTUDY2";
-}
+} // namespace StudyFile
 
 namespace {
 
 const int kMagicSize = 8;
 
 // Members of the "study" object, all strings; the two dates are the study's own fields.
-const char* const kStudyStringKeys[] = {"baseFilename", "status", "studyType", "institutionName",
-                                        "technicianName", "doctorName", "referringDoctorName",
-                                        "treatment", "indication", "comments", "conclusion",
-                                        nullptr};
+const char* const kStudyStringKeys[]
+    = { "baseFilename", "status", "studyType", "institutionName", "technicianName", "doctorName",
+          "referringDoctorName", "treatment", "indication", "comments", "conclusion", nullptr };
 
-const char* const kAnimalKeys[] = {"animalSpecies", "animalBreed"};
+const char* const kAnimalKeys[] = { "animalSpecies", "animalBreed" };
 
 QString text(const QByteArray& utf8)
 {
@@ -197,7 +196,7 @@ QJsonObject resultsToJson(const ResultSet& results)
     return out;
 }
 
-void resultsFromJson(const QJsonObject& object, ResultSet& results)
+void resultsFromJson(const QJsonObject& object, ResultSet& results, const QString& path)
 {
     for (auto it = object.begin(); it != object.end(); ++it) {
         const QJsonObject o = it.value().toObject();
@@ -212,8 +211,7 @@ void resultsFromJson(const QJsonObject& object, ResultSet& results)
             r = std::move(a);
         } else if (type == "event") {
             r = std::make_unique<EventResult>(o.value("timestamp").toDouble(),
-                                              o.value("duration").toDouble(),
-                                              o.value("value").toDouble());
+                o.value("duration").toDouble(), o.value("value").toDouble());
         } else if (type == "eventList") {
             // The length is that of "values"; the other arrays are read at the same places.
             auto l = std::make_unique<EventListResult>();
@@ -221,8 +219,8 @@ void resultsFromJson(const QJsonObject& object, ResultSet& results)
             const QJsonArray ds = o.value("durations").toArray();
             const QJsonArray vs = o.value("values").toArray();
             for (int i = 0; i < vs.size(); ++i)
-                l->events.append(EventResult(ts.at(i).toDouble(), ds.at(i).toDouble(),
-                                             vs.at(i).toDouble()));
+                l->events.append(
+                    EventResult(ts.at(i).toDouble(), ds.at(i).toDouble(), vs.at(i).toDouble()));
             r = std::move(l);
         } else if (type == "trend") {
             auto t = std::make_unique<TTrend>();
@@ -232,7 +230,7 @@ void resultsFromJson(const QJsonObject& object, ResultSet& results)
                 t->add(ts.at(i).toDouble(), vs.at(i).toDouble());
             r = std::move(t);
         } else {
-            unsupported();
+            throw StoreError("Unsupported result type in file", path);
         }
         results.insert(it.key().toUtf8(), std::move(r));
     }
@@ -261,8 +259,8 @@ void studyFromJson(const QJsonObject& root, Study& study)
     }
     for (const QJsonValue& v : p.value("riskFactors").toArray()) {
         const QJsonObject f = v.toObject();
-        study.setRiskFactor(bytes(f.value("name")), f.value("status").toBool(),
-                            bytes(f.value("comment")));
+        study.setRiskFactor(
+            bytes(f.value("name")), f.value("status").toBool(), bytes(f.value("comment")));
     }
     for (const QJsonValue& v : root.value("events").toArray()) {
         const QJsonObject o = v.toObject();
@@ -290,16 +288,21 @@ QByteArray encodeStudyDocument(const Study& study)
 
 void writeStudyFile(const Study& study, const QString& path, StoreIo& io)
 {
-    const QByteArray data = encodeStudyDocument(study);
+    QByteArray data;
+    try {
+        data = encodeStudyDocument(study);
+    } catch (const StoreError&) {
+        throw StoreError("Unsupported result type for file", path);
+    }
     QSaveFile f(path);
     if (!f.open(QIODevice::WriteOnly))
-        throw StoreError("Cannot create study file");
+        throw StoreError("Cannot create study file", path);
     if (io.write(f, data.constData(), data.size()) != data.size()) {
         f.cancelWriting();
-        throw StoreError("Write error");
+        throw StoreError("Write error in file", path);
     }
     if (!io.commit(f))
-        throw StoreError("Write error");
+        throw StoreError("Write error in file", path);
 }
 
 QJsonObject studyInfoToJson(const StudyInfo& i)
@@ -307,45 +310,45 @@ QJsonObject studyInfoToJson(const StudyInfo& i)
     QJsonObject o;
     o["id"] = i.id;
     const std::pair<const char*, const QByteArray*> fields[] = {
-        {"baseFilename", &i.baseFilename},
-        {"status", &i.status},
-        {"studyType", &i.studyType},
-        {"studyDateTime", &i.studyDateTime},
-        {"recordingDateTime", &i.recordingDateTime},
-        {"institutionName", &i.institutionName},
-        {"technicianName", &i.technicianName},
-        {"doctorName", &i.doctorName},
-        {"referringDoctorName", &i.referringDoctorName},
-        {"treatment", &i.treatment},
-        {"indication", &i.indication},
-        {"comments", &i.comments},
-        {"conclusion", &i.conclusion},
-        {"patientFirstName", &i.patientFirstName},
-        {"patientLastName", &i.patientLastName},
-        {"patientSex", &i.patientSex},
-        {"patientBirthDate", &i.patientBirthDate},
-        {"patientPersonIdType", &i.patientPersonIdType},
-        {"patientPersonIdNumber", &i.patientPersonIdNumber},
-        {"patientAnimalSpecies", &i.patientAnimalSpecies},
-        {"patientAnimalBreed", &i.patientAnimalBreed},
-        {"patientMedicalGroupName", &i.patientMedicalGroupName},
-        {"patientMedicalGroupNumber", &i.patientMedicalGroupNumber},
-        {"patientMedicalHistoryNumber", &i.patientMedicalHistoryNumber},
-        {"patientAddress", &i.patientAddress},
-        {"patientCity", &i.patientCity},
-        {"patientState", &i.patientState},
-        {"patientCountry", &i.patientCountry},
-        {"patientPhoneNumber", &i.patientPhoneNumber},
-        {"patientAge", &i.patientAge},
-        {"patientWeight", &i.patientWeight},
-        {"patientHeight", &i.patientHeight},
+        { "baseFilename", &i.baseFilename },
+        { "status", &i.status },
+        { "studyType", &i.studyType },
+        { "studyDateTime", &i.studyDateTime },
+        { "recordingDateTime", &i.recordingDateTime },
+        { "institutionName", &i.institutionName },
+        { "technicianName", &i.technicianName },
+        { "doctorName", &i.doctorName },
+        { "referringDoctorName", &i.referringDoctorName },
+        { "treatment", &i.treatment },
+        { "indication", &i.indication },
+        { "comments", &i.comments },
+        { "conclusion", &i.conclusion },
+        { "patientFirstName", &i.patientFirstName },
+        { "patientLastName", &i.patientLastName },
+        { "patientSex", &i.patientSex },
+        { "patientBirthDate", &i.patientBirthDate },
+        { "patientPersonIdType", &i.patientPersonIdType },
+        { "patientPersonIdNumber", &i.patientPersonIdNumber },
+        { "patientAnimalSpecies", &i.patientAnimalSpecies },
+        { "patientAnimalBreed", &i.patientAnimalBreed },
+        { "patientMedicalGroupName", &i.patientMedicalGroupName },
+        { "patientMedicalGroupNumber", &i.patientMedicalGroupNumber },
+        { "patientMedicalHistoryNumber", &i.patientMedicalHistoryNumber },
+        { "patientAddress", &i.patientAddress },
+        { "patientCity", &i.patientCity },
+        { "patientState", &i.patientState },
+        { "patientCountry", &i.patientCountry },
+        { "patientPhoneNumber", &i.patientPhoneNumber },
+        { "patientAge", &i.patientAge },
+        { "patientWeight", &i.patientWeight },
+        { "patientHeight", &i.patientHeight },
     };
     for (const auto& f : fields)
         o[f.first] = text(*f.second);
     QJsonArray factors;
     for (const RiskFactorEntry& r : i.riskFactors)
-        factors.append(QJsonObject{{"name", text(r.name)}, {"status", r.status},
-                                   {"comment", text(r.comment)}});
+        factors.append(QJsonObject {
+            { "name", text(r.name) }, { "status", r.status }, { "comment", text(r.comment) } });
     o["riskFactors"] = factors;
     return o;
 }

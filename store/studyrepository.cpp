@@ -14,11 +14,11 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSet>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStandardPaths>
-#include <QSet>
 #include <QUuid>
 
 #include <random>
@@ -33,6 +33,18 @@ const char kCreateTable[] = "create table Study(id integer primary key, data tex
 [[noreturn]] void fail(const QString& message)
 {
     throw StoreError(message.toStdString());
+}
+
+QString indexPathOf(const QString& root)
+{
+    return QString("%1/data/studies.sqlite").arg(root);
+}
+
+// The driver's own text, and which index it is about.
+[[noreturn]] void failIndex(const QString& driverText, const QString& root)
+{
+    fail(QString("%1 (study index %2)")
+             .arg(driverText, QDir::toNativeSeparators(indexPathOf(root))));
 }
 
 QJsonObject rowJson(const StudyInfo& info)
@@ -73,46 +85,45 @@ struct InfoField
 };
 
 const InfoField kInfoFields[] = {
-    {&StudyInfo::baseFilename, "baseFilename"},
-    {&StudyInfo::status, "status"},
-    {&StudyInfo::studyType, "studyType"},
-    {&StudyInfo::institutionName, "institutionName"},
-    {&StudyInfo::technicianName, "technicianName"},
-    {&StudyInfo::doctorName, "doctorName"},
-    {&StudyInfo::referringDoctorName, "referringDoctorName"},
-    {&StudyInfo::treatment, "treatment"},
-    {&StudyInfo::indication, "indication"},
-    {&StudyInfo::comments, "comments"},
-    {&StudyInfo::conclusion, "conclusion"},
-    {&StudyInfo::patientFirstName, "patient/firstName"},
-    {&StudyInfo::patientLastName, "patient/lastName"},
-    {&StudyInfo::patientSex, "patient/sex"},
-    {&StudyInfo::patientAge, "patient/age"},
-    {&StudyInfo::patientWeight, "patient/weight"},
-    {&StudyInfo::patientHeight, "patient/height"},
-    {&StudyInfo::patientBirthDate, "patient/birthDate"},
-    {&StudyInfo::patientPersonIdType, "patient/personIdType"},
-    {&StudyInfo::patientPersonIdNumber, "patient/personIdNumber"},
-    {&StudyInfo::patientAnimalSpecies, "patient/animalSpecies"},
-    {&StudyInfo::patientAnimalBreed, "patient/animalBreed"},
-    {&StudyInfo::patientMedicalGroupName, "patient/medicalGroupName"},
-    {&StudyInfo::patientMedicalGroupNumber, "patient/medicalGroupNumber"},
-    {&StudyInfo::patientMedicalHistoryNumber, "patient/medicalHistoryNumber"},
-    {&StudyInfo::patientAddress, "patient/address"},
-    {&StudyInfo::patientCity, "patient/city"},
-    {&StudyInfo::patientState, "patient/state"},
-    {&StudyInfo::patientCountry, "patient/country"},
-    {&StudyInfo::patientPhoneNumber, "patient/phoneNumber"},
+    { &StudyInfo::baseFilename, "baseFilename" },
+    { &StudyInfo::status, "status" },
+    { &StudyInfo::studyType, "studyType" },
+    { &StudyInfo::institutionName, "institutionName" },
+    { &StudyInfo::technicianName, "technicianName" },
+    { &StudyInfo::doctorName, "doctorName" },
+    { &StudyInfo::referringDoctorName, "referringDoctorName" },
+    { &StudyInfo::treatment, "treatment" },
+    { &StudyInfo::indication, "indication" },
+    { &StudyInfo::comments, "comments" },
+    { &StudyInfo::conclusion, "conclusion" },
+    { &StudyInfo::patientFirstName, "patient/firstName" },
+    { &StudyInfo::patientLastName, "patient/lastName" },
+    { &StudyInfo::patientSex, "patient/sex" },
+    { &StudyInfo::patientAge, "patient/age" },
+    { &StudyInfo::patientWeight, "patient/weight" },
+    { &StudyInfo::patientHeight, "patient/height" },
+    { &StudyInfo::patientBirthDate, "patient/birthDate" },
+    { &StudyInfo::patientPersonIdType, "patient/personIdType" },
+    { &StudyInfo::patientPersonIdNumber, "patient/personIdNumber" },
+    { &StudyInfo::patientAnimalSpecies, "patient/animalSpecies" },
+    { &StudyInfo::patientAnimalBreed, "patient/animalBreed" },
+    { &StudyInfo::patientMedicalGroupName, "patient/medicalGroupName" },
+    { &StudyInfo::patientMedicalGroupNumber, "patient/medicalGroupNumber" },
+    { &StudyInfo::patientMedicalHistoryNumber, "patient/medicalHistoryNumber" },
+    { &StudyInfo::patientAddress, "patient/address" },
+    { &StudyInfo::patientCity, "patient/city" },
+    { &StudyInfo::patientState, "patient/state" },
+    { &StudyInfo::patientCountry, "patient/country" },
+    { &StudyInfo::patientPhoneNumber, "patient/phoneNumber" },
 };
 
 } // namespace
 
 const QStringList& StudyRepository::defaultRiskFactorNames()
 {
-    static const QStringList names = {
-        QString::fromUtf8("Hipertensión"), "Tabaquismo actual", "Ex-tabaquismo", "Sedentarismo",
-        "Obesidad", "Diabetes", "Dislipemia", "Stress", "Angor", "Infarto agudo de miocardio",
-        "Gota"};
+    static const QStringList names = { QString::fromUtf8("Hipertensión"), "Tabaquismo actual",
+        "Ex-tabaquismo", "Sedentarismo", "Obesidad", "Diabetes", "Dislipemia", "Stress", "Angor",
+        "Infarto agudo de miocardio", "Gota" };
     return names;
 }
 
@@ -122,12 +133,13 @@ StudyRepository::StudyRepository(const QString& folderName)
 }
 
 StudyRepository::StudyRepository(const QString& folderName, const Options& options)
-    : m_io(options.io), m_freeSpaceQuery(options.freeSpaceQuery),
-      m_riskFactorNames(defaultRiskFactorNames())
+    : m_io(options.io)
+    , m_freeSpaceQuery(options.freeSpaceQuery)
+    , m_riskFactorNames(defaultRiskFactorNames())
 {
     m_rootPath = options.rootOverride.isEmpty()
-        ? QString("%1/%2").arg(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation),
-                               folderName)
+        ? QString("%1/%2").arg(
+            QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation), folderName)
         : options.rootOverride;
     QDir().mkpath(m_rootPath);
     QDir root(m_rootPath);
@@ -154,14 +166,14 @@ void StudyRepository::openIndex()
 {
     if (!QSqlDatabase::drivers().contains("QSQLITE"))
         fail("SQLite driver not available");
-    const QString indexPath = QString("%1/data/studies.sqlite").arg(m_rootPath);
+    const QString indexPath = indexPathOf(m_rootPath);
     bool existed = QFileInfo::exists(indexPath);
     // One connection per repository, so that tests and tools may hold more than one.
     m_connectionName = "holter-" + QUuid::createUuid().toString(QUuid::WithoutBraces);
     QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", m_connectionName);
     db.setDatabaseName(indexPath);
     if (!db.open())
-        fail(db.lastError().text());
+        failIndex(db.lastError().text(), m_rootPath);
     if (existed) {
         // The rows are trusted, but a file that isn't an index at all (damaged, or something
         // else under that name) is only a cache: set it aside and rebuild from the studies.
@@ -169,18 +181,19 @@ void StudyRepository::openIndex()
         if (probe.exec("select count(*) from Study"))
             return;
         db.close();
-        const QString aside = QString("%1.damaged-%2").arg(indexPath).arg(
-            QDateTime::currentDateTime().toString("yyyyMMddHHmmss"));
+        const QString aside = QString("%1.damaged-%2")
+                                  .arg(indexPath)
+                                  .arg(QDateTime::currentDateTime().toString("yyyyMMddHHmmss"));
         if (!QFile::rename(indexPath, aside))
             fail(QString("The study index %1 is damaged and cannot be replaced")
                      .arg(QDir::toNativeSeparators(indexPath)));
         if (!db.open())
-            fail(db.lastError().text());
+            failIndex(db.lastError().text(), m_rootPath);
         existed = false;
     }
     QSqlQuery create(db);
     if (!create.exec(kCreateTable))
-        fail(create.lastError().text());
+        failIndex(create.lastError().text(), m_rootPath);
     rebuildIndex();
 }
 
@@ -189,8 +202,8 @@ void StudyRepository::rebuildIndex()
     QSqlDatabase db = QSqlDatabase::database(m_connectionName);
     db.transaction();
     const QDir root(m_rootPath);
-    const QStringList files =
-        root.entryList({QString("*.") + kStudyExt}, QDir::Files, QDir::Name);
+    const QStringList files
+        = root.entryList({ QString("*.") + kStudyExt }, QDir::Files, QDir::Name);
     QSet<int> seen;
     for (const QString& name : files) {
         QJsonDocument doc;
@@ -208,7 +221,8 @@ void StudyRepository::rebuildIndex()
         if (info.id < 1 || info.id > 999999999 || seen.contains(info.id))
             continue;
         seen.insert(info.id);
-        auto str = [](const QJsonObject& o, const char* k) { return o.value(k).toString().toUtf8(); };
+        auto str
+            = [](const QJsonObject& o, const char* k) { return o.value(k).toString().toUtf8(); };
         info.baseFilename = str(s, "baseFilename");
         info.status = str(s, "status");
         info.studyType = str(s, "studyType");
@@ -233,10 +247,10 @@ void StudyRepository::writeRow(const StudyInfo& info, bool insert)
     q.prepare(insert ? "insert into Study(id, data) values (:id, :data)"
                      : "update Study set data = :data where id = :id");
     q.bindValue(":id", info.id);
-    q.bindValue(":data",
-                QString::fromUtf8(QJsonDocument(rowJson(info)).toJson(QJsonDocument::Compact)));
+    q.bindValue(
+        ":data", QString::fromUtf8(QJsonDocument(rowJson(info)).toJson(QJsonDocument::Compact)));
     if (!q.exec())
-        fail(q.lastError().text());
+        failIndex(q.lastError().text(), m_rootPath);
 }
 
 bool StudyRepository::studyExists(int id, StudyInfo& info) const
@@ -256,7 +270,7 @@ QList<StudyInfo> StudyRepository::listStudies()
     QSqlQuery q(QSqlDatabase::database(m_connectionName));
     q.setForwardOnly(true);
     if (!q.exec("select id, data from Study"))
-        fail(q.lastError().text());
+        failIndex(q.lastError().text(), m_rootPath);
     QList<StudyInfo> list;
     while (q.next()) {
         StudyInfo info;
@@ -269,8 +283,8 @@ QList<StudyInfo> StudyRepository::listStudies()
 
 QString StudyRepository::studyPath(const QByteArray& baseName, const char* extension) const
 {
-    return QString("%1/%2.%3").arg(m_rootPath, QString::fromUtf8(baseName),
-                                   QString::fromLatin1(extension));
+    return QString("%1/%2.%3")
+        .arg(m_rootPath, QString::fromUtf8(baseName), QString::fromLatin1(extension));
 }
 
 int StudyRepository::newStudyId() const
@@ -288,8 +302,8 @@ int StudyRepository::newStudyId() const
 QByteArray StudyRepository::newBaseName(const StudyInfo& info) const
 {
     QByteArray base;
-    for (const QByteArray* part : {&info.patientMedicalHistoryNumber, &info.patientPersonIdNumber,
-                                   &info.patientLastName, &info.patientFirstName})
+    for (const QByteArray* part : { &info.patientMedicalHistoryNumber, &info.patientPersonIdNumber,
+             &info.patientLastName, &info.patientFirstName })
         if (!part->isEmpty())
             base += *part + "-";
     base += info.studyDateTime;
@@ -306,7 +320,9 @@ Study* StudyRepository::createStudy(StudyInfo& info)
     if (info.channelCount < 1 || info.channelCount > SignalSource::kMaxChannels
         || info.samplingRate < 1 || info.resolution < 1 || info.resolution > 16)
         fail(QString("Invalid signal parameters: %1 channels at %2 Hz, %3 bits")
-                 .arg(info.channelCount).arg(info.samplingRate).arg(info.resolution));
+                 .arg(info.channelCount)
+                 .arg(info.samplingRate)
+                 .arg(info.resolution));
     if (info.status.isEmpty())
         info.status = StudyStatus::Downloaded;
     if (info.studyType.isEmpty())
@@ -319,8 +335,8 @@ Study* StudyRepository::createStudy(StudyInfo& info)
     const QString beatsFile = studyPath(info.baseFilename, kBeatsExt);
     auto study = std::make_unique<Study>(info.id);
     try {
-        auto ecg = std::make_unique<EcgFile>(ecgFile, info.channelCount, info.samplingRate,
-                                             EcgFile::kHeaderSize, true, m_io);
+        auto ecg = std::make_unique<EcgFile>(
+            ecgFile, info.channelCount, info.samplingRate, EcgFile::kHeaderSize, true, m_io);
         ecg->setGainRange(-info.gain, info.gain);
         ecg->setResolution(info.resolution);
         const QList<QByteArray> names = info.channelNames.split(',');
@@ -328,8 +344,8 @@ Study* StudyRepository::createStudy(StudyInfo& info)
             ecg->channel(c)->setName(names[c].trimmed());
         EcgFile* ecgRaw = ecg.get();
         study->setSignal(std::move(ecg));
-        auto beats =
-            std::make_unique<BeatFile>(ecgRaw, beatsFile, BeatFile::kHeaderSize, true, m_io);
+        auto beats
+            = std::make_unique<BeatFile>(ecgRaw, beatsFile, BeatFile::kHeaderSize, true, m_io);
         BeatFile* beatsRaw = beats.get();
         study->setBeats(std::move(beats));
         applyInfo(study.get(), info);
@@ -352,7 +368,7 @@ Study* StudyRepository::createStudy(StudyInfo& info)
     return raw;
 }
 
-Study* StudyRepository::loadStudyFile(const QString& path)
+std::unique_ptr<Study> StudyRepository::loadStudyFile(const QString& path)
 {
     QJsonDocument doc;
     if (!readStudyDocument(path, doc) || doc.isNull() || doc.isEmpty())
@@ -368,7 +384,7 @@ Study* StudyRepository::loadStudyFile(const QString& path)
 
     auto study = std::make_unique<Study>();
     studyFromJson(root, *study);
-    std::unique_ptr<EcgFile> ecg(EcgFile::open(ecgPath, m_io));
+    std::unique_ptr<EcgFile> ecg = EcgFile::open(ecgPath, m_io);
     if (!ecg)
         return nullptr;
     // A study moved without its beats is still usable: it just needs processing.
@@ -376,13 +392,13 @@ Study* StudyRepository::loadStudyFile(const QString& path)
         BeatFile empty(ecg.get(), beatsPath, BeatFile::kHeaderSize, true, m_io);
         empty.writeHeader();
     }
-    std::unique_ptr<BeatFile> beats(BeatFile::open(ecg.get(), beatsPath, m_io));
+    std::unique_ptr<BeatFile> beats = BeatFile::open(ecg.get(), beatsPath, m_io);
     if (!beats)
         return nullptr;
     study->setSignal(std::move(ecg));
     study->setBeats(std::move(beats));
-    resultsFromJson(root.value("results").toObject(), study->results());
-    return study.release();
+    resultsFromJson(root.value("results").toObject(), study->results(), path);
+    return study;
 }
 
 void StudyRepository::saveStudyFile(Study* study, const QString& path)
@@ -395,11 +411,12 @@ Study* StudyRepository::openStudy(int id)
     StudyInfo row;
     if (!studyExists(id, row) || isStudyOpen(id))
         return nullptr;
-    Study* study = loadStudyFile(studyPath(row.baseFilename, kStudyExt));
+    std::unique_ptr<Study> study = loadStudyFile(studyPath(row.baseFilename, kStudyExt));
     if (!study)
         return nullptr;
-    m_openStudies[id] = std::unique_ptr<Study>(study);
-    return study;
+    Study* raw = study.get();
+    m_openStudies[id] = std::move(study);
+    return raw;
 }
 
 void StudyRepository::saveStudy(Study* study)
@@ -438,18 +455,12 @@ void StudyRepository::deleteStudy(int id)
     q.prepare("delete from Study where id = ?");
     q.addBindValue(id);
     if (!q.exec())
-        fail(q.lastError().text());
+        failIndex(q.lastError().text(), m_rootPath);
 }
 
 bool StudyRepository::isStudyOpen(int id) const
 {
     return m_openStudies.count(id) > 0;
-}
-
-Study* StudyRepository::openedStudy(int id) const
-{
-    const auto it = m_openStudies.find(id);
-    return it == m_openStudies.end() ? nullptr : it->second.get();
 }
 
 StudyInfo StudyRepository::studyInfo(const Study* study) const
@@ -461,7 +472,7 @@ StudyInfo StudyRepository::studyInfo(const Study* study) const
     info.studyDateTime = study->studyDateTime();
     info.recordingDateTime = study->recordingDateTime();
     for (const auto& kv : study->riskFactors())
-        info.riskFactors.append({kv.first, kv.second.status, kv.second.comment});
+        info.riskFactors.append({ kv.first, kv.second.status, kv.second.comment });
     return info;
 }
 
@@ -479,29 +490,31 @@ void StudyRepository::applyInfo(Study* study, const StudyInfo& info) const
     study->setRecordingDateTime(info.recordingDateTime);
 }
 
-EcgFile* StudyRepository::createEcgFile(const QByteArray& baseName, const Study* study)
+std::unique_ptr<EcgFile> StudyRepository::createEcgFile(
+    const QByteArray& baseName, const Study* study)
 {
     const SignalSource* s = study->signal();
     if (!s)
-        fail("The study has no signal");
+        fail(QString("Cannot create file %1: the study has no signal")
+                 .arg(QDir::toNativeSeparators(studyPath(baseName, kEcgExt))));
     auto ecg = std::make_unique<EcgFile>(studyPath(baseName, kEcgExt), s->channelCount(),
-                                         s->samplingRate(), EcgFile::kHeaderSize, true, m_io);
+        s->samplingRate(), EcgFile::kHeaderSize, true, m_io);
     ecg->setGainRange(s->gainMin(), s->gainMax());
     ecg->setResolution(s->resolution());
     for (int c = 0; c < s->channelCount(); ++c)
         ecg->channel(c)->setName(s->channel(c)->name());
     ecg->writeHeader(studyToJson(*study), patientToJson(*study));
-    return ecg.release();
+    return ecg;
 }
 
-EcgFile* StudyRepository::openEcgFile(const QByteArray& baseName)
+std::unique_ptr<EcgFile> StudyRepository::openEcgFile(const QByteArray& baseName)
 {
     return EcgFile::open(studyPath(baseName, kEcgExt), m_io);
 }
 
-void StudyRepository::destroySource(SignalSource* source)
+void StudyRepository::destroySource(std::unique_ptr<SignalSource> source)
 {
-    delete source;
+    source.reset();
 }
 
 void StudyRepository::removeEcgFile(const QByteArray& baseName)

@@ -44,9 +44,12 @@ public:
     StudyRepository& operator=(const StudyRepository&) = delete;
     virtual ~StudyRepository();
 
-    virtual Study* loadStudyFile(const QString& path);
+    // A new study read from the file and everything beside it, owned by the caller; null when
+    // the file or its samples are missing or unreadable.
+    virtual std::unique_ptr<Study> loadStudyFile(const QString& path);
     virtual void saveStudyFile(Study* study, const QString& path);
     virtual QList<StudyInfo> listStudies();
+    // The repository owns the open studies it hands out; closeStudy destroys them.
     virtual Study* createStudy(StudyInfo& info);
     virtual Study* openStudy(int id);
     virtual void saveStudy(Study* study);
@@ -55,9 +58,10 @@ public:
     virtual bool isStudyOpen(int id) const;
     virtual StudyInfo studyInfo(const Study* study) const;
     virtual void applyInfo(Study* study, const StudyInfo& info) const;
-    virtual EcgFile* createEcgFile(const QByteArray& baseName, const Study* study);
-    virtual EcgFile* openEcgFile(const QByteArray& baseName);
-    virtual void destroySource(SignalSource* source);
+    // Sample files owned by the caller, e.g. for rewriting a study's samples under a new name.
+    virtual std::unique_ptr<EcgFile> createEcgFile(const QByteArray& baseName, const Study* study);
+    virtual std::unique_ptr<EcgFile> openEcgFile(const QByteArray& baseName);
+    virtual void destroySource(std::unique_ptr<SignalSource> source);
     virtual void removeEcgFile(const QByteArray& baseName);
     virtual void replaceEcgFile(const QByteArray& fromBase, const QByteArray& toBase);
     // Study archives (vtz), in studyrepositoryarchive.cpp. Export writes "<folder>/<base>.vtz"
@@ -78,8 +82,6 @@ public:
     QString rootPath() const { return m_rootPath; }
     QString studyPath(const QByteArray& baseName, const char* extension) const;
     const QStringList& riskFactorNames() const { return m_riskFactorNames; }
-    // The open study with that id, or null.
-    Study* openedStudy(int id) const;
 
     // Internal helper made visible for the list and the tools: the row of `id`, if any.
     bool studyExists(int id, StudyInfo& info) const;

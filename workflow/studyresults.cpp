@@ -1,7 +1,7 @@
 #include "workflow/studyresults.h"
 
 #include "results/analysisparams.h"
-#include "results/model/resultset.h"
+#include "store/resultset.h"
 #include "results/resultsdriver.h"
 #include "store/study.h"
 #include "store/studyrepository.h"

@@ -169,7 +169,8 @@ TEST(MorphologyMatcher, TemplateWeightsHalveWithEachBeat)
     for (int b = 0; b < 3; ++b) {
         const Beat beat = matcherBeat(b, times[b] + 0.2, 1.0, 1.0);
         EXPECT_EQ(matcher.classify(beat), 1);
-        const auto w = unit(rawWindow(source, 0, qint64((beat.time() - 0.15) * 125 + 0.5), 63));
+        const auto w
+            = unit(rawWindow(source, 0, qint64((beat.windowStartTime() - 0.15) * 125 + 0.5), 63));
         for (size_t k = 0; k < 63; ++k)
             expected[k] = weight * w[k] + (1.0 - weight) * expected[k];
         expected = unit(expected);

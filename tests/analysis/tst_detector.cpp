@@ -42,7 +42,7 @@ TEST(WaveletBeatDetector, FindsEveryBeatWhileAFlatChannelNeitherDetectsNorDelays
     EXPECT_FALSE(run.detector.reliable(1));
     for (const Beat& beat : run.beats.beats()) {
         EXPECT_EQ(beat.channelMeasure(1, Beat::HasQrs), 0.0);
-        if (beat.time() > 10.0 && beat.time() < 45.0) {
+        if (beat.windowStartTime() > 10.0 && beat.windowStartTime() < 45.0) {
             EXPECT_DOUBLE_EQ(beat.getTiming(Beat::QrsShare), 1.0); // both good channels
             EXPECT_EQ(beat.channelMeasure(2, Beat::QrsPolarity), -1.0);
             EXPECT_NEAR(beat.medianRR(), 0.8, 1e-9); // the centred median of a regular rhythm

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <random>
 #include <string>
@@ -130,6 +131,49 @@ TEST(StudyProcessor, CompleteRunLabelsEveryBeatAndEndsWithDone)
         EXPECT_EQ(inner[i]->type, BeatN) << rTimes[i];
         EXPECT_NE(inner[i]->classId, 0) << rTimes[i];
     }
+}
+
+// The user's prematurity rule with the options left at their defaults: a beat 25 % early
+// leaves the normal class as S, one 10 % early stays N, regular beats stay N.
+TEST(StudyProcessor, DefaultUserPrematurityRuleIsTwentyPercent)
+{
+    const double seconds = 120.0;
+    std::vector<double> r;
+    std::vector<double> early25, early10;
+    int n = 0;
+    for (double t = 0.6; t < seconds - 1.0; ++n) {
+        const bool inner = t > 10.0 && t < seconds - 10.0;
+        double rr = kRr;
+        if (inner && n % 9 == 4)
+            rr = kRr * 0.75;
+        else if (inner && n % 9 == 8)
+            rr = kRr * 0.9;
+        t += rr;
+        r.push_back(t);
+        if (rr < kRr)
+            (rr < kRr * 0.8 ? early25 : early10).push_back(t);
+    }
+    std::vector<std::vector<qint16>> ch = { detecttest::ecg(r, seconds, 800.0),
+        detecttest::ecg(r, seconds, -500.0, -80.0), detecttest::ecg(r, seconds, 600.0) };
+    MemoryStudy s(std::make_unique<MemorySource>(detecttest::kRate, 1024, ch));
+    ProcessingOptions options;
+    options.svpbUserDefined = true;
+    StudyProcessor p(&s.study);
+    p.setOptions(options);
+    p.run();
+
+    auto typeNear = [&](double t) {
+        for (const Beat& b : s.list->beats())
+            if (b.isBeat && std::abs(b.timing[Beat::RTime] - t) < 0.05)
+                return b.type;
+        return -1;
+    };
+    ASSERT_GT(early25.size(), 5u);
+    for (double t : early25)
+        EXPECT_EQ(typeNear(t), BeatS) << "25 % early at " << t;
+    for (double t : early10)
+        EXPECT_EQ(typeNear(t), BeatN) << "10 % early at " << t;
+    EXPECT_EQ(typeNear(r[9 * (r.size() / 18) + 1]), BeatN); // not early, mid-recording
 }
 
 // Cancelling when stage k first reports progress after its start.

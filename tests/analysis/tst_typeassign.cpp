@@ -192,7 +192,7 @@ TEST(UserRule, EarlyBeatsLeaveTheNClass)
         p[4].rr = c.next;
         Study s(p);
         BeatClass* normal = s.makeClass(10001, BeatN, 0, 6);
-        s.assignment().userRule((100 - 20) * 0.01, c.compensatory);
+        s.assignment().userRule(prematurityRatioOfPercent(20.0), c.compensatory);
         const BeatClass* moved = s.classes.find(10002);
         ASSERT_EQ(moved != nullptr, c.moves) << c.rr << " " << c.next;
         if (!moved)

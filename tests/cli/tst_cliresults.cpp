@@ -1,5 +1,6 @@
-#include "results/model/resultset.h"
 #include "store/beatlist.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
 #include "store/signalsource.h"
 #include "tests/cli/clistudy.h"
 #include "tests/support/testsupport.h"
@@ -73,14 +74,16 @@ TEST(CliResults, ComputesSavesSummarisesAndKeepsCorrectionsUnlessRecomputing)
     withStudy(
         root.path(), id.toInt(),
         [](Study& s) {
-            ASSERT_TRUE(s.results().findAs<ValueResult>("HR/totalBeatCount"));
-            EXPECT_EQ(s.results().findAs<ValueResult>("HR/totalBeatCount")->value, 140.0);
+            ASSERT_TRUE(s.results().findAs<ValueResult>(ResultKeys::HeartRate::kTotalBeatCount));
+            EXPECT_EQ(
+                s.results().findAs<ValueResult>(ResultKeys::HeartRate::kTotalBeatCount)->value,
+                140.0);
             ASSERT_EQ(s.events().count(), 2);
             EXPECT_EQ(s.events().at(0).description, QByteArray("Minimum HR (60 bpm)"));
             EXPECT_EQ(s.events().at(1).description, QByteArray("Maximum HR (60 bpm)"));
             EXPECT_EQ(s.events().at(0).duration, 5.0);
             EXPECT_TRUE(s.events().at(0).print);
-            s.results().findAs<ValueResult>("count/totalCountN")->value = 5.0;
+            s.results().findAs<ValueResult>(ResultKeys::BeatCount::kTotalCountN)->value = 5.0;
         },
         true);
     r = cli(root.path(), { "results", id });

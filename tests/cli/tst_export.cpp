@@ -1,6 +1,7 @@
 #include "recorder/wfdbannotation.h"
-#include "results/model/resultset.h"
 #include "store/beatlist.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
 #include "tests/cli/clistudy.h"
 #include "tests/support/testsupport.h"
 
@@ -48,11 +49,11 @@ int makeBeatStudy(const QString& root, bool withResults = false)
         auto list = std::make_unique<EventListResult>();
         list->events.append(EventResult(1.0, 2.1, 0.0));
         list->events.append(EventResult(3.9, 10.0, 0.0));
-        s.results().insert("afib/afibEvents", std::move(list));
+        s.results().insert(ResultKeys::AFib::kEvents, std::move(list));
         // Another event list of the same kind, which must not turn into rhythm changes.
         auto pauses = std::make_unique<EventListResult>();
         pauses->events.append(EventResult(2.0, 2.5, 2.5));
-        s.results().insert("pause/pauseEvents", std::move(pauses));
+        s.results().insert(ResultKeys::Pause::kEvents, std::move(pauses));
     });
 }
 

@@ -10,9 +10,18 @@ using namespace rectest;
 
 namespace {
 
-const char* const kCorrupt
-    = "File in memory card may be corrupted.\nPlease contact technical support.";
-const char* const kNoCard = "Cannot open file in memory card";
+// The messages name the card file, with the platform's separators.
+std::string corruptCard(const QString& file)
+{
+    return QString("File in memory card %1 may be corrupted.\nPlease contact technical support.")
+        .arg(QDir::toNativeSeparators(file))
+        .toStdString();
+}
+
+std::string noCard(const QString& file)
+{
+    return "Cannot open file in memory card " + QDir::toNativeSeparators(file).toStdString();
+}
 
 std::string offsetOf(const QString& path)
 {
@@ -48,6 +57,7 @@ TEST(CardSignalFileOffset, FilesAndFoldersAndBadMarkersInTheCheckedBlocks)
         QByteArray bytes;
         std::string expected;
     };
+    const std::string kCorrupt = corruptCard(root.file("HECG.VTF"));
     const Row rows[] = {
         // Block 0's marker at 12000 lies below the first candidate and wins there.
         { "no preamble skips block 0", cardBlocks(16), "12002" },
@@ -67,8 +77,8 @@ TEST(CardSignalFileOffset, FilesAndFoldersAndBadMarkersInTheCheckedBlocks)
         EXPECT_EQ(offsetOf(root.path()), row.expected) << row.what << " (folder)";
     }
     QFile::remove(root.file("HECG.VTF"));
-    EXPECT_EQ(offsetOf(root.path()), kNoCard); // no HECG.VTF in it
-    EXPECT_EQ(offsetOf(root.file("absent.vtf")), kNoCard);
+    EXPECT_EQ(offsetOf(root.path()), noCard(root.file("HECG.VTF"))); // no HECG.VTF in it
+    EXPECT_EQ(offsetOf(root.file("absent.vtf")), noCard(root.file("absent.vtf")));
     writeCard(root, cardPreamble(100) + cardBlocks(15), "hecg.vtf");
     EXPECT_EQ(offsetOf(root.path()), "100");
 }
@@ -132,7 +142,15 @@ TEST(CardSignalFile, StatusWordsAndShrunkFile)
 TEST(CardSignalFile, OpenFailures)
 {
     testsupport::TempRoot root;
-    EXPECT_EQ(errorOf([&] { CardSignalFile(root.file("absent"), 0); }), "Cannot open file");
+    const std::string absent = QDir::toNativeSeparators(root.file("absent")).toStdString();
+    EXPECT_EQ(
+        errorOf([&] { CardSignalFile(root.file("absent"), 0); }), "Cannot open file " + absent);
     const QString path = writeCard(root, cardPreamble(2) + cardBlocks(1));
-    EXPECT_EQ(errorOf([&] { CardSignalFile(path, -2); }), "Invalid data offset");
+    const std::string card = QDir::toNativeSeparators(path).toStdString();
+    EXPECT_EQ(errorOf([&] { CardSignalFile(path, -2); }), "Invalid data offset for file " + card);
+    CardSignalFile readOnly(path, 2);
+    const qint16 sample = 0;
+    const qint16* channels[3] = { &sample, &sample, &sample };
+    EXPECT_EQ(errorOf([&] { readOnly.appendChannels(channels, 1); }),
+        "unsupported (file " + card + " is read only)");
 }

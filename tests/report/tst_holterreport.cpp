@@ -5,10 +5,11 @@
 #include "report/treportengine.h"
 #include "resources/holterresources.h"
 #include "results/analysisparams.h"
-#include "results/model/result.h"
-#include "results/model/trend.h"
 #include "results/resultsdriver.h"
+#include "store/result.h"
+#include "store/resultkeys.h"
 #include "store/study.h"
+#include "store/trend.h"
 #include "tests/support/testsupport.h"
 
 #include <QSettings>
@@ -61,31 +62,43 @@ TEST(HolterReportValues, EachPlaceholderFollowsItsRule)
     // A 25-hour study starting 05/03/2024 08:30:42, shown from 08:30.
     using R = THolterReport;
     const std::vector<ValueCase> cases = {
-        { "zero count", "results/PVC/coupletCount", "-", { { "PVC/coupletCount", 0 } } },
+        { "zero count", "results/PVC/coupletCount", "-", { { ResultKeys::kPvc.coupletCount, 0 } } },
         { "absent count", "results/PVC/coupletCount", "-" },
         { "rare PVCs", "pvcTotalCount", "3 (< 0.1%)",
-            { { "PVC/totalCount", 3 }, { "HR/totalBeatCount", 100000 } } },
+            { { ResultKeys::kPvc.totalCount, 3 },
+                { ResultKeys::HeartRate::kTotalBeatCount, 100000 } } },
         { "SVPB percent", "svpbTotalCount", "250 (2.5%)",
-            { { "SVPB/totalCount", 250 }, { "HR/totalBeatCount", 10000 } } },
-        { "PVCs without total", "pvcTotalCount", "3", { { "PVC/totalCount", 3 } } },
-        { "AF 599 s", "afibTotalTime", "9 m. 59 s. (< 1%)", { { "afib/afibTotalTime", 599 } } },
-        { "AF 600 s", "afibTotalTime", "0 h. 10 m. (< 1%)", { { "afib/afibTotalTime", 600 } } },
-        { "AF a tenth", "afibTotalTime", "2 h. 30 m. (10%)", { { "afib/afibTotalTime", 9000 } } },
-        { "AF none", "afibTotalTime", "-", { { "afib/afibTotalTime", 0 } } },
+            { { ResultKeys::kSvpb.totalCount, 250 },
+                { ResultKeys::HeartRate::kTotalBeatCount, 10000 } } },
+        { "PVCs without total", "pvcTotalCount", "3", { { ResultKeys::kPvc.totalCount, 3 } } },
+        { "AF 599 s", "afibTotalTime", "9 m. 59 s. (< 1%)",
+            { { ResultKeys::AFib::kTotalTime, 599 } } },
+        { "AF 600 s", "afibTotalTime", "0 h. 10 m. (< 1%)",
+            { { ResultKeys::AFib::kTotalTime, 600 } } },
+        { "AF a tenth", "afibTotalTime", "2 h. 30 m. (10%)",
+            { { ResultKeys::AFib::kTotalTime, 9000 } } },
+        { "AF none", "afibTotalTime", "-", { { ResultKeys::AFib::kTotalTime, 0 } } },
         { "event", "results/HR/minBPM", "52 [5/3 09:32]", {}, {},
             [](Study& s, R&) {
-                put(s, "HR/minBPM", std::make_unique<EventResult>(kHour + 120.0, 0.0, 52.0));
+                put(s, ResultKeys::HeartRate::kMinBpm,
+                    std::make_unique<EventResult>(kHour + 120.0, 0.0, 52.0));
             } },
         { "event without value", "results/HR/maxBPM", "-", {}, {},
-            [](Study& s, R&) { put(s, "HR/maxBPM", std::make_unique<EventResult>(50, 0, 0)); } },
-        { "two decimals", "results/HRV/LFHFRatio", "1.23", { { "HRV/LFHFRatio", 1.234 } } },
-        { "one decimal", "results/HRV/PNN50", "12.3", { { "HRV/PNN50", 12.34 } } },
-        { "no decimals", "results/HR/avgBPM", "72", { { "HR/avgBPM", 71.6 } } },
+            [](Study& s, R&) {
+                put(s, ResultKeys::HeartRate::kMaxBpm, std::make_unique<EventResult>(50, 0, 0));
+            } },
+        { "two decimals", "results/HRV/LFHFRatio", "1.23",
+            { { ResultKeys::HRV::kLFHFRatio, 1.234 } } },
+        { "one decimal", "results/HRV/PNN50", "12.3", { { ResultKeys::HRV::kPNN50, 12.34 } } },
+        { "no decimals", "results/HR/avgBPM", "72", { { ResultKeys::HeartRate::kAvgBpm, 71.6 } } },
         { "channel of the trend lead", "results/QT/QTIntervalAvg(%measurementChannel)", "410",
+            // The stored spelling of channel keys, which the placeholder is built to match.
             { { "QT/QTIntervalAvg(0)", 400 }, { "QT/QTIntervalAvg(1)", 410 } }, {},
             [](Study&, R& r) { r.setTrendLead("V2"); } },
         { "list kind prints nothing", "results/PVC/runEvents", "", {}, {},
-            [](Study& s, R&) { put(s, "PVC/runEvents", std::make_unique<EventListResult>()); } },
+            [](Study& s, R&) {
+                put(s, ResultKeys::kPvc.runEvents, std::make_unique<EventListResult>());
+            } },
         { "hour on the first page", "hour", "11:30", {}, {}, nullptr, 3, 1 },
         { "hour 25", "hour", "08:30", {}, {}, nullptr, 0, 2 },
         { "hour 26", "hour", "09:30", {}, {}, nullptr, 1, 2 },
@@ -110,7 +123,7 @@ TEST(HolterReportValues, EachPlaceholderFollowsItsRule)
                 auto list = std::make_unique<EventListResult>();
                 for (double at : { 100.0, 2 * kHour, 3 * kHour }) // 3.26 s is the longest
                     list->events.append(EventResult(at, at == 2 * kHour ? 3.26 : 2.5, 0.0));
-                put(s, "pause/pauseEvents", std::move(list));
+                put(s, ResultKeys::Pause::kEvents, std::move(list));
             } },
         { "default limit", "analysisParam/pause/intervalSecs", "2" },
         { "user's limit", "analysisParam/pause/intervalSecs", "2.5", {}, {},
@@ -340,7 +353,7 @@ TEST(HolterReportPdf, ProcessedDayPrintsEverySectionWithItsFigures)
     }
     const ResultSet& r = study->results();
     // AF never happens in this rhythm; drop the key so the cover shows its dash either way.
-    study->results().remove("afib/afibTotalTime");
+    study->results().remove(ResultKeys::AFib::kTotalTime);
 
     THolterReport report(study.get());
     report.setHeaderTitle("Centro Cardiológico");
@@ -358,19 +371,19 @@ TEST(HolterReportPdf, ProcessedDayPrintsEverySectionWithItsFigures)
             "Ritmo sinusal.", "Registro desde 5/3 08:30 hasta 6/3 08:30", "(total: 24 h. 0 m.)" })
         EXPECT_TRUE(cover.contains(QString::fromUtf8(label))) << label;
 
-    const double beats = r.findAs<ValueResult>("HR/totalBeatCount")->value;
-    const double pvcs = r.findAs<ValueResult>("PVC/totalCount")->value;
+    const double beats = r.findAs<ValueResult>(ResultKeys::HeartRate::kTotalBeatCount)->value;
+    const double pvcs = r.findAs<ValueResult>(ResultKeys::kPvc.totalCount)->value;
     EXPECT_EQ(lineWith(cover, "Total latidos").section("Total latidos ", 1, 1).section(' ', 0, 0),
         QString::number(qint64(beats)));
     EXPECT_TRUE(lineWith(cover, "EV total").contains(QString::number(qint64(pvcs)) + " ("));
     EXPECT_TRUE(lineWith(cover, "Fib. auricular").endsWith("Fib. auricular -"));
-    const double avg = r.findAs<ValueResult>("HR/avgBPM")->value;
+    const double avg = r.findAs<ValueResult>(ResultKeys::HeartRate::kAvgBpm)->value;
     EXPECT_TRUE(lineWith(cover, "FC media").contains(QString::number(qRound(avg)) + " lpm"));
 
     const QString table = pages.at(1);
     EXPECT_TRUE(table.contains("Hora"));
     // The first row: the clock and the first hour's median rate.
-    const auto* perHour = r.findAs<TTrend>("HR/avgBPMPerHour");
+    const auto* perHour = r.findAs<TTrend>(ResultKeys::HeartRate::kAvgBpmPerHour);
     ASSERT_NE(perHour, nullptr);
     EXPECT_TRUE(lineWith(table, "08:30")
                     .startsWith("08:30 " + QString::number(qRound(perHour->valueAt(0)))))
@@ -394,7 +407,7 @@ TEST(HolterReportPdf, TwentyFiveHoursPrintASecondTablePage)
         if (h != 5) // an hour without beats
             median->add(h * kHour + 1.0, 60.0 + h);
     }
-    put(*study, "HR/avgBPMPerHour", std::move(median));
+    put(*study, ResultKeys::HeartRate::kAvgBpmPerHour, std::move(median));
 
     THolterReport report(study.get());
     report.setPrintExtraTrends(false);

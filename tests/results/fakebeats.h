@@ -3,9 +3,9 @@
 #include "analysis/averagebeatdelineator.h"
 #include "analysis/memorybeatlist.h"
 #include "results/averagebeatsnapshot.h"
-#include "results/model/trend.h"
 #include "results/resultanalyzer.h"
 #include "store/signalsource.h"
+#include "store/trend.h"
 
 #include <cmath>
 #include <memory>

@@ -1,8 +1,8 @@
 #include "fakebeats.h"
 #include "results/bigeminyanalyzer.h"
 #include "results/ectopyanalyzer.h"
-#include "results/model/trend.h"
 #include "results/trigeminyanalyzer.h"
+#include "store/trend.h"
 
 #include <gtest/gtest.h>
 

@@ -2,10 +2,11 @@
 #include "results/bigeminyanalyzer.h"
 #include "results/ectopyanalyzer.h"
 #include "results/eventcatalog.h"
-#include "results/model/trend.h"
 #include "results/pauseanalyzer.h"
 #include "results/trigeminyanalyzer.h"
+#include "store/resultkeys.h"
 #include "store/study.h"
+#include "store/trend.h"
 
 #include <gtest/gtest.h>
 
@@ -98,7 +99,7 @@ TEST(EventCatalog, BuildsOneListSortedByTime)
     auto tachy = std::make_unique<EventListResult>();
     tachy->events.append(EventResult(pauseAt, 6.0, 130.0)); // same time as the pause
     tachy->events.append(EventResult(5.0, 6.0, 125.0));
-    study->results().insert("arrhythmia/tachycardiaEvents", std::move(tachy));
+    study->results().insert(ResultKeys::Arrhythmia::kTachycardiaEvents, std::move(tachy));
 
     EventCatalog catalog(study.get());
     ASSERT_EQ(catalog.count(), 4);
@@ -118,10 +119,10 @@ TEST(EventCatalog, AddAndRemoveKeepCountsAndHourBins)
     catalog.add({ T::PVCCouplet, 3700.0, 2.0, 2.0 });
     catalog.add({ T::PVCCouplet, 5.0, 1.5, 2.0 });
     catalog.add({ T::PVCCouplet, 9000.0, 1.0, 2.0 });
-    EXPECT_EQ(value(*study, "PVC/coupletCount"), 4.0);
-    EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 0), 2.0);
-    EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 1), 1.0);
-    const auto* list = study->results().findAs<EventListResult>("PVC/coupletEvents");
+    EXPECT_EQ(value(*study, ResultKeys::kPvc.coupletCount), 4.0);
+    EXPECT_EQ(bin(*study, ResultKeys::kPvc.coupletCountPerHour, 0), 2.0);
+    EXPECT_EQ(bin(*study, ResultKeys::kPvc.coupletCountPerHour, 1), 1.0);
+    const auto* list = study->results().findAs<EventListResult>(ResultKeys::kPvc.coupletEvents);
     ASSERT_EQ(list->events.size(), 4);
     EXPECT_EQ(list->events[1].timestamp, 11.0); // the stored list stays in time order
     ASSERT_EQ(catalog.items()[2].timestamp, 3700.0);
@@ -129,9 +130,9 @@ TEST(EventCatalog, AddAndRemoveKeepCountsAndHourBins)
     catalog.remove(2);
     catalog.remove(3); // out of range
     catalog.remove(-1);
-    EXPECT_EQ(value(*study, "PVC/coupletCount"), 3.0);
-    EXPECT_EQ(bin(*study, "PVC/coupletCountPerHour", 1), 0.0);
-    EXPECT_EQ(listSize(*study, "PVC/coupletEvents"), 3);
+    EXPECT_EQ(value(*study, ResultKeys::kPvc.coupletCount), 3.0);
+    EXPECT_EQ(bin(*study, ResultKeys::kPvc.coupletCountPerHour, 1), 0.0);
+    EXPECT_EQ(listSize(*study, ResultKeys::kPvc.coupletEvents), 3);
 }
 
 TEST(EventCatalog, NextInterval)
@@ -192,9 +193,9 @@ TEST(EventCatalog, RefreshLeavesOtherTypesAndUsesThePauseInterval)
         }
     }
     EXPECT_EQ(pauses, 9);
-    EXPECT_EQ(value(*study, "pause/pauseCount"), 9.0);
-    EXPECT_EQ(listSize(*study, "arrhythmia/tachycardiaEvents"), 1);
-    EXPECT_EQ(listSize(*study, "afib/afibEvents"), 1);
+    EXPECT_EQ(value(*study, ResultKeys::Pause::kCount), 9.0);
+    EXPECT_EQ(listSize(*study, ResultKeys::Arrhythmia::kTachycardiaEvents), 1);
+    EXPECT_EQ(listSize(*study, ResultKeys::AFib::kEvents), 1);
 }
 
 } // namespace

@@ -60,7 +60,7 @@ TEST(HRVAnalyzerTimeDomain, AgreesWithAnIndependentComputation)
         streak = normal ? streak + 1 : 0;
         if (streak >= 3) {
             nn.push_back(b.rr());
-            nnTime.push_back(b.time());
+            nnTime.push_back(b.windowStartTime());
             diffs.push_back(b.rr() - prevRR);
         }
         prevRR = b.rr();

@@ -1,5 +1,5 @@
 #include "results/hrvtimedomain.h"
-#include "results/model/trend.h"
+#include "store/trend.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "fakebeats.h"
 #include "results/arrhythmiaanalyzer.h"
-#include "results/model/trend.h"
 #include "results/pauseanalyzer.h"
+#include "store/trend.h"
 
 #include <gtest/gtest.h>
 

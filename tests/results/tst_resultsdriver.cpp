@@ -3,8 +3,9 @@
 #include "fakebeats.h"
 #include "results/beatcountanalyzer.h"
 #include "results/heartrateanalyzer.h"
-#include "results/model/resultset.h"
 #include "results/resultsdriver.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
 #include "store/study.h"
 #include "store/studyevent.h"
 
@@ -55,8 +56,8 @@ private:
 ResultsDriver::AnalyzerMap counters()
 {
     ResultsDriver::AnalyzerMap map;
-    map["HR"] = std::make_unique<HeartRateAnalyzer>();
-    map["count"] = std::make_unique<BeatCountAnalyzer>();
+    map[ResultKeys::HeartRate::kAnalyzer] = std::make_unique<HeartRateAnalyzer>();
+    map[ResultKeys::BeatCount::kAnalyzer] = std::make_unique<BeatCountAnalyzer>();
     return map;
 }
 
@@ -107,8 +108,8 @@ TEST(ResultsDriver, FillsOnlyMissingKeysUnlessOverwriting)
 
     for (bool overwrite : { false, true }) {
         ResultSet set;
-        set.insert("HR/avgBPM", std::make_unique<ValueResult>(123.0));
-        set.insert("count/totalCountN", std::make_unique<ValueResult>(7.0));
+        set.insert(ResultKeys::HeartRate::kAvgBpm, std::make_unique<ValueResult>(123.0));
+        set.insert(ResultKeys::BeatCount::kTotalCountN, std::make_unique<ValueResult>(7.0));
         set.insert("other/kept", std::make_unique<ValueResult>(1.0));
         ResultsDriver driver(counters());
         driver.run(beats, false);
@@ -116,11 +117,37 @@ TEST(ResultsDriver, FillsOnlyMissingKeysUnlessOverwriting)
         // HR has 9 results, count 5.
         EXPECT_EQ(stored, overwrite ? 14 : 12);
         EXPECT_EQ(set.size(), 15);
-        EXPECT_EQ(set.findAs<ValueResult>("HR/avgBPM")->value, overwrite ? 60.0 : 123.0);
-        EXPECT_EQ(set.findAs<ValueResult>("count/totalCountN")->value, overwrite ? 30.0 : 7.0);
-        EXPECT_EQ(set.findAs<ValueResult>("count/totalCountV")->value, 1.0);
+        EXPECT_EQ(set.findAs<ValueResult>(ResultKeys::HeartRate::kAvgBpm)->value,
+            overwrite ? 60.0 : 123.0);
+        EXPECT_EQ(set.findAs<ValueResult>(ResultKeys::BeatCount::kTotalCountN)->value,
+            overwrite ? 30.0 : 7.0);
+        EXPECT_EQ(set.findAs<ValueResult>(ResultKeys::BeatCount::kTotalCountV)->value, 1.0);
         EXPECT_TRUE(set.find("other/kept"));
     }
+}
+
+// The named keys are exactly what the analyzers store: a result renamed on one side only, or
+// one added without a name, shows here.
+TEST(ResultsDriver, StoresExactlyTheNamedKeys)
+{
+    for (int channels : { 1, 3 }) {
+        Beats beats(600.0, channels);
+        for (int i = 0; i < 300; ++i)
+            beats.add(1.0 + i, 1.0, i % 10 == 5 ? BeatV : BeatN);
+        ResultsDriver driver;
+        driver.run(beats, true);
+        ResultSet set;
+        driver.moveResults(set, true);
+        EXPECT_EQ(set.keys(), ResultKeys::allKeys(channels)) << channels << " channels";
+    }
+    // The stored spelling of each shape of key.
+    EXPECT_EQ(QByteArray(ResultKeys::HeartRate::kMinBpm), QByteArray("HR/minBPM"));
+    EXPECT_EQ(
+        QByteArray(ResultKeys::kSvpb.totalCountPerMinute), QByteArray("SVPB/totalCountPerMinute"));
+    EXPECT_EQ(
+        ResultKeys::channelKey(ResultKeys::ST::kLevelTrend, 0), QByteArray("ST/STLevelTrend(0)"));
+    EXPECT_EQ(ResultKeys::channelKey(ResultKeys::QT::kQTcIntervalAvg, 12),
+        QByteArray("QT/QTcIntervalAvg(12)"));
 }
 
 // Marks are added once, with the rate truncated; a study without a rate gets none.

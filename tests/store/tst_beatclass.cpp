@@ -67,7 +67,7 @@ Expected expectedOf(Fixture& f, const std::vector<int>& members)
                 e.dur[c] += b.measure[c][Beat::QrsDuration];
                 ++e.durCount[c];
             }
-            const auto w = rawWindow(*f.signal, c, qint64((b.measure0() - 0.2) * 250), 125);
+            const auto w = rawWindow(*f.signal, c, qint64((b.rInstant() - 0.2) * 250), 125);
             for (int k = 0; k < 125; ++k)
                 e.templ[c][size_t(k)] += w[size_t(k)] / n;
         }

@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QtEndian>
 
+#include <QDir>
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -147,9 +149,9 @@ TEST_F(BeatFileTest, ReplaceIsSeenByTheNextGet)
     Beat back;
     ASSERT_TRUE(file->get(4, back));
     EXPECT_EQ(back.classId, 9);
-    EXPECT_EQ(back.measure0(), 100.0);
+    EXPECT_EQ(back.rInstant(), 100.0);
     ASSERT_TRUE(file->get(5, back));
-    EXPECT_EQ(back.measure0(), 6.0);
+    EXPECT_EQ(back.rInstant(), 6.0);
 
     const QByteArray before = testsupport::readAll(path());
     for (int index : { -1, 15 }) {
@@ -164,21 +166,22 @@ TEST_F(BeatFileTest, FailedWriteThrowsAndKeepsWhatWasThere)
     FailingIo io;
     auto file = create(&io, 1);
     io.setBudget(io.written() + 100); // the next record gets only 100 of its 296 bytes
-    EXPECT_EQ(testsupport::errorOf([&] { file->append(sampleBeat(&source, 2.0)); }), "Write error");
+    EXPECT_EQ(testsupport::errorOf([&] { file->append(sampleBeat(&source, 2.0)); }),
+        "Write error in file " + QDir::toNativeSeparators(path()).toStdString());
     EXPECT_EQ(file->count(), 1);
     Beat b;
     ASSERT_TRUE(file->get(0, b));
-    EXPECT_EQ(b.measure0(), 1.0);
+    EXPECT_EQ(b.rInstant(), 1.0);
     EXPECT_THROW(file->replace(b), StoreError);
 
     // Once the disk has room again the list carries on over the torn tail.
     io.setBudget(-1);
     EXPECT_EQ(file->append(sampleBeat(&source, 3.0)), 1);
-    std::unique_ptr<BeatFile> reopened(BeatFile::open(&source, path()));
+    std::unique_ptr<BeatFile> reopened = BeatFile::open(&source, path());
     ASSERT_TRUE(reopened);
     EXPECT_EQ(reopened->count(), 2);
     ASSERT_TRUE(reopened->get(1, b));
-    EXPECT_EQ(b.measure0(), 3.0);
+    EXPECT_EQ(b.rInstant(), 3.0);
 }
 
 TEST_F(BeatFileTest, OpenWantsTheMagic)
@@ -190,7 +193,7 @@ TEST_F(BeatFileTest, OpenWantsTheMagic)
         EXPECT_EQ(BeatFile::open(&source, path()), nullptr) << bad.left(8).constData();
     }
     testsupport::writeAll(path(), QByteArray("VTBEATS1")); // magic alone: an empty list
-    std::unique_ptr<BeatFile> file(BeatFile::open(&source, path()));
+    std::unique_ptr<BeatFile> file = BeatFile::open(&source, path());
     ASSERT_TRUE(file);
     EXPECT_EQ(file->count(), 0);
 }
@@ -198,15 +201,15 @@ TEST_F(BeatFileTest, OpenWantsTheMagic)
 TEST_F(BeatFileTest, ShortReadGivesZeroedRecordsNotStaleOnes)
 {
     create(nullptr, 20);
-    std::unique_ptr<BeatFile> file(BeatFile::open(&source, path()));
+    std::unique_ptr<BeatFile> file = BeatFile::open(&source, path());
     Beat b;
     ASSERT_TRUE(file->get(0, b)); // buffer now holds beats 0-9
     QFile::resize(path(), 256 + 12 * 296); // cut short behind the reader's back
     ASSERT_TRUE(file->get(15, b));
-    EXPECT_EQ(b.measure0(), 0.0);
+    EXPECT_EQ(b.rInstant(), 0.0);
     EXPECT_EQ(b.windowStart, 0.0);
     ASSERT_TRUE(file->get(11, b)); // still inside what remains
-    EXPECT_EQ(b.measure0(), 12.0);
+    EXPECT_EQ(b.rInstant(), 12.0);
 }
 
 } // namespace

@@ -6,6 +6,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <QDir>
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -110,7 +112,7 @@ TEST(EcgFileTest, HeaderAndFramesStandAsTheFormatSaysAndOpenBack)
     EXPECT_EQ(ecg.value("gainMin").toDouble(), -450.0);
     EXPECT_EQ(ecg.value("channels").toArray(), (QJsonArray { "I", "II", "V5" }));
 
-    std::unique_ptr<EcgFile> f(EcgFile::open(path));
+    std::unique_ptr<EcgFile> f = EcgFile::open(path);
     ASSERT_NE(f, nullptr);
     EXPECT_EQ(f->samplingRate(), 500);
     EXPECT_DOUBLE_EQ(f->gainStep(), 900.0 / 65536.0);
@@ -130,7 +132,7 @@ TEST(EcgFileTest, OverlongHeaderIsCutToItsSizeAndThenUnreadable)
         appendPattern(f, 0, 10);
     }
     EXPECT_EQ(QFileInfo(path).size(), 4096 + 20); // samples were not overwritten
-    EXPECT_EQ(std::unique_ptr<EcgFile>(EcgFile::open(path)), nullptr);
+    EXPECT_EQ(EcgFile::open(path), nullptr);
 }
 
 TEST(EcgFileTest, PartialBlocksTornFramesAndOutOfRangeReadAsZero)
@@ -138,7 +140,7 @@ TEST(EcgFileTest, PartialBlocksTornFramesAndOutOfRangeReadAsZero)
     TempRoot root;
     const QString path = root.file("p.vtecg");
     writeStudyFile(path, 2, 4096 + 100);
-    std::unique_ptr<EcgFile> f(EcgFile::open(path));
+    std::unique_ptr<EcgFile> f = EcgFile::open(path);
     ASSERT_NE(f, nullptr);
     ASSERT_EQ(f->blockCount(), 2);
     for (int c = 0; c < 2; ++c) {
@@ -153,7 +155,7 @@ TEST(EcgFileTest, PartialBlocksTornFramesAndOutOfRangeReadAsZero)
 
     f.reset();
     testsupport::writeAll(path, testsupport::readAll(path) + "\x11\x22\x33"); // 3/4 of a frame
-    f.reset(EcgFile::open(path));
+    f = EcgFile::open(path);
     ASSERT_NE(f, nullptr);
     EXPECT_EQ(f->sampleCount(), 4196);
     EXPECT_EQ(f->sampleAt(1, 4195), pattern(1, 4195));
@@ -197,7 +199,8 @@ TEST(EcgFileTest, ShortWriteThrowsAndKeepsWhatWasWritten)
     // Room for the header and 16 whole 3-channel frames plus 4 bytes.
     testsupport::FailingIo io(4096 + 16 * 6 + 4);
     EcgFile f(root.file("full.vtecg"), 3, 500, EcgFile::kHeaderSize, true, &io);
-    EXPECT_EQ(testsupport::errorOf([&] { appendPattern(f, 0, 100); }), "Write error");
+    EXPECT_EQ(testsupport::errorOf([&] { appendPattern(f, 0, 100); }),
+        "Write error in file " + QDir::toNativeSeparators(f.path()).toStdString());
     EXPECT_EQ(f.sampleCount(), 16);
     EXPECT_EQ(f.sampleAt(2, 15), pattern(2, 15));
 }
@@ -229,15 +232,15 @@ TEST(EcgFileTest, CorruptHeadersGiveNull)
         { "format missing", withEcg("sampleFormat", QJsonValue::Undefined) },
     };
     TempRoot root;
-    EXPECT_EQ(std::unique_ptr<EcgFile>(EcgFile::open(root.file("absent.vtecg"))), nullptr);
+    EXPECT_EQ(EcgFile::open(root.file("absent.vtecg")), nullptr);
     const QString path = root.file("bad.vtecg");
     for (const auto& [name, bytes] : bad) {
         testsupport::writeAll(path, bytes);
-        EXPECT_EQ(std::unique_ptr<EcgFile>(EcgFile::open(path)), nullptr) << name;
+        EXPECT_EQ(EcgFile::open(path), nullptr) << name;
     }
     // The good header itself opens, so the cases above fail for their own reason.
     testsupport::writeAll(path, good + QByteArray(4096 - good.size(), '\0'));
-    std::unique_ptr<EcgFile> f(EcgFile::open(path));
+    std::unique_ptr<EcgFile> f = EcgFile::open(path);
     ASSERT_NE(f, nullptr);
     EXPECT_EQ(f->sampleCount(), 0);
 }

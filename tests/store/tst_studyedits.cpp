@@ -1,8 +1,9 @@
 #include "analysis/memorybeatlist.h"
-#include "results/model/resultset.h"
-#include "results/model/trend.h"
 #include "store/beatclass.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
 #include "store/studyedits.h"
+#include "store/trend.h"
 
 #include <gtest/gtest.h>
 
@@ -38,11 +39,14 @@ Beat at(MemoryBeatList& list, int i)
 void fillCounters(ResultSet& set, double start)
 {
     for (const char* key :
-        { "HR/totalBeatCount", "count/totalCountN", "count/totalCountV", "count/totalCountF",
-            "count/totalCountS", "count/totalCountU", "PVC/totalCount", "SVPB/totalCount" })
+        { ResultKeys::HeartRate::kTotalBeatCount, ResultKeys::BeatCount::kTotalCountN,
+            ResultKeys::BeatCount::kTotalCountV, ResultKeys::BeatCount::kTotalCountF,
+            ResultKeys::BeatCount::kTotalCountS, ResultKeys::BeatCount::kTotalCountU,
+            ResultKeys::kPvc.totalCount, ResultKeys::kSvpb.totalCount })
         set.insert(key, std::make_unique<ValueResult>(start));
-    for (const char* key : { "HR/beatCountPerHour", "PVC/totalCountPerHour",
-             "SVPB/totalCountPerHour", "PVC/totalCountPerMinute", "SVPB/totalCountPerMinute" }) {
+    for (const char* key : { ResultKeys::HeartRate::kBeatCountPerHour,
+             ResultKeys::kPvc.totalCountPerHour, ResultKeys::kSvpb.totalCountPerHour,
+             ResultKeys::kPvc.totalCountPerMinute, ResultKeys::kSvpb.totalCountPerMinute }) {
         const int bins = QByteArray(key).endsWith("Hour") ? 2 : 120;
         auto t = std::make_unique<BinnedCount>();
         t->configure(bins == 2 ? 3600.0 : 60.0, bins);
@@ -72,17 +76,19 @@ TEST(StudyEdits, CountersFollowTypeChanges)
     const double time = 3700.0; // hour bin 1, minute bin 61
     const CountCase cases[] = {
         { BeatV, BeatN,
-            { { "count/totalCountV", -1 }, { "count/totalCountN", 1 }, { "PVC/totalCount", -1 },
+            { { ResultKeys::BeatCount::kTotalCountV, -1 },
+                { ResultKeys::BeatCount::kTotalCountN, 1 }, { ResultKeys::kPvc.totalCount, -1 },
                 { "PVC/totalCountPerHour@1", -1 }, { "PVC/totalCountPerMinute@61", -1 } } },
         { BeatN, BeatS,
-            { { "count/totalCountN", -1 }, { "count/totalCountS", 1 }, { "SVPB/totalCount", 1 },
+            { { ResultKeys::BeatCount::kTotalCountN, -1 },
+                { ResultKeys::BeatCount::kTotalCountS, 1 }, { ResultKeys::kSvpb.totalCount, 1 },
                 { "SVPB/totalCountPerHour@1", 1 }, { "SVPB/totalCountPerMinute@61", 1 } } },
         { BeatNone, BeatF,
-            { { "HR/totalBeatCount", 1 }, { "HR/beatCountPerHour@1", 1 },
-                { "count/totalCountF", 1 } } },
+            { { ResultKeys::HeartRate::kTotalBeatCount, 1 }, { "HR/beatCountPerHour@1", 1 },
+                { ResultKeys::BeatCount::kTotalCountF, 1 } } },
         { BeatU, BeatNone,
-            { { "HR/totalBeatCount", -1 }, { "HR/beatCountPerHour@1", -1 },
-                { "count/totalCountU", -1 } } },
+            { { ResultKeys::HeartRate::kTotalBeatCount, -1 }, { "HR/beatCountPerHour@1", -1 },
+                { ResultKeys::BeatCount::kTotalCountU, -1 } } },
         { BeatN, BeatN, {} },
     };
     for (const CountCase& c : cases) {
@@ -111,10 +117,10 @@ TEST(StudyEdits, LoadedTrendsArePlainTrendsAndStillCount)
     auto t = std::make_unique<TTrend>();
     t->add(0.0, 4.0);
     t->add(3600.0, 6.0);
-    set.insert("PVC/totalCountPerHour", std::move(t));
+    set.insert(ResultKeys::kPvc.totalCountPerHour, std::move(t));
     updateBeatCounts(set, 4000.0, BeatV, BeatN);
-    EXPECT_EQ(set.findAs<TTrend>("PVC/totalCountPerHour")->valueAt(1), 5.0);
-    EXPECT_EQ(set.findAs<TTrend>("PVC/totalCountPerHour")->valueAt(0), 4.0);
+    EXPECT_EQ(set.findAs<TTrend>(ResultKeys::kPvc.totalCountPerHour)->valueAt(1), 5.0);
+    EXPECT_EQ(set.findAs<TTrend>(ResultKeys::kPvc.totalCountPerHour)->valueAt(0), 4.0);
 }
 
 TEST(StudyEdits, SingletonClassReusedOrMade)
@@ -138,7 +144,7 @@ TEST(StudyEdits, SingletonClassReusedOrMade)
     EXPECT_EQ(classes.find(1000001)->members, std::vector<int> { 1 });
     EXPECT_EQ(classes.find(1000001)->type, BeatV);
     EXPECT_EQ(classes.find(10001)->members, (std::vector<int> { 0, 2 }));
-    EXPECT_EQ(value(set, "PVC/totalCount"), 6.0);
+    EXPECT_EQ(value(set, ResultKeys::kPvc.totalCount), 6.0);
 
     Beat c = at(beats, 3);
     setBeatRrAndType(beats, &classes, set, c, 1.0, BeatS);
@@ -203,10 +209,11 @@ TEST(StudyEdits, RestoredBeatGetsIntervalAndTypeAndSoDoesTheNext)
         EXPECT_NEAR(n.rr(), c.rrNext, 1e-12);
         EXPECT_EQ(n.type, c.typeNext);
         // One more beat in all; the next beat's type moved between the per-type counters.
-        EXPECT_EQ(value(set, "HR/totalBeatCount"), 4.0);
+        EXPECT_EQ(value(set, ResultKeys::HeartRate::kTotalBeatCount), 4.0);
         double typeTotal = 0.0;
-        for (const char* k : { "count/totalCountN", "count/totalCountV", "count/totalCountF",
-                 "count/totalCountS", "count/totalCountU" })
+        for (const char* k : { ResultKeys::BeatCount::kTotalCountN,
+                 ResultKeys::BeatCount::kTotalCountV, ResultKeys::BeatCount::kTotalCountF,
+                 ResultKeys::BeatCount::kTotalCountS, ResultKeys::BeatCount::kTotalCountU })
             typeTotal += value(set, k);
         EXPECT_EQ(typeTotal, 5 * 3.0 + 1.0);
         EXPECT_EQ(at(beats, 4).rr(), 0.8); // only the next beat is touched

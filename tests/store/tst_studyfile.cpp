@@ -1,8 +1,8 @@
 #include "tests/store/studytestutil.h"
 
-#include "results/model/trend.h"
 #include "store/storeio.h"
 #include "store/studyfile.h"
+#include "store/trend.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -94,6 +94,7 @@ TEST(StudyFile, OldFormatLoadsTolerantlyAndIsRewrittenInTheNewOne)
     // An unknown result type is refused with the message, not silently dropped.
     root["results"] = QJsonObject { { "X/y", QJsonObject { { "type", "histogram" } } } };
     writeV1(path, root);
-    EXPECT_EQ(testsupport::errorOf([&] { f.repo->openStudy(id); }), "Unsupported result type");
+    EXPECT_EQ(testsupport::errorOf([&] { f.repo->openStudy(id); }),
+        "Unsupported result type in file " + QDir::toNativeSeparators(path).toStdString());
     EXPECT_FALSE(f.repo->isStudyOpen(id));
 }

@@ -1,9 +1,9 @@
 #include "tests/store/studytestutil.h"
 
-#include "results/model/trend.h"
 #include "store/beatlist.h"
 #include "store/ecgfile.h"
 #include "store/studyfile.h"
+#include "store/trend.h"
 
 #include <QDir>
 #include <QFile>
@@ -55,7 +55,7 @@ TEST(StudyRepository, CreatesFoldersIndexAndFilesUnderAFreeBaseName)
     EXPECT_EQ(QFileInfo(f.repo->studyPath(info.baseFilename, "vtecg")).size(), 4096);
     EXPECT_EQ(QFileInfo(f.repo->studyPath(info.baseFilename, "vtbeats")).size(), 256);
     // The sample file carries the signal parameters in its header.
-    std::unique_ptr<EcgFile> ecg(EcgFile::open(f.repo->studyPath(info.baseFilename, "vtecg")));
+    std::unique_ptr<EcgFile> ecg = EcgFile::open(f.repo->studyPath(info.baseFilename, "vtecg"));
     ASSERT_NE(ecg, nullptr);
     EXPECT_EQ(ecg->channelCount(), 3);
     EXPECT_EQ(ecg->samplingRate(), 500);
@@ -203,6 +203,41 @@ TEST(StudyRepository, OpenStudyRules)
     QFile::remove(f.repo->studyPath(info.baseFilename, "vtecg"));
     EXPECT_EQ(f.repo->openStudy(info.id), nullptr);
     EXPECT_FALSE(f.repo->isStudyOpen(info.id));
+}
+
+// Sample files made beside a study (for a rewrite of its samples) belong to the caller.
+TEST(StudyRepository, SampleFilesOwnedByTheCaller)
+{
+    RepoFixture f;
+    StudyInfo info = fullInfo();
+    Study* s = f.repo->createStudy(info);
+    const QByteArray scratch = info.baseFilename + "-rewrite";
+    std::unique_ptr<EcgFile> made = f.repo->createEcgFile(scratch, s);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->path(), f.repo->studyPath(scratch, "vtecg"));
+    const qint16 frame[3] = { 100, -200, 300 };
+    const qint16* channels[3] = { &frame[0], &frame[1], &frame[2] };
+    made->appendChannels(channels, 1);
+    f.repo->destroySource(std::move(made));
+
+    std::unique_ptr<EcgFile> reread = f.repo->openEcgFile(scratch);
+    ASSERT_NE(reread, nullptr);
+    EXPECT_EQ(reread->channelCount(), 3);
+    EXPECT_EQ(reread->samplingRate(), 500);
+    EXPECT_EQ(reread->channel(1)->name(), QByteArray("V2"));
+    EXPECT_EQ(reread->sampleCount(), 1);
+    EXPECT_EQ(reread->sampleAt(1, 0), -200);
+    reread.reset();
+
+    f.repo->closeStudy(s);
+    f.repo->replaceEcgFile(scratch, info.baseFilename);
+    EXPECT_EQ(f.repo->openEcgFile(scratch), nullptr);
+    Study* r = f.repo->openStudy(info.id);
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->signal()->sampleCount(), 1);
+    f.repo->closeStudy(r);
+    f.repo->removeEcgFile(info.baseFilename);
+    EXPECT_EQ(f.repo->openEcgFile(info.baseFilename), nullptr);
 }
 
 TEST(StudyRepository, FreeSpaceRule)

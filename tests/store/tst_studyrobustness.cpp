@@ -1,6 +1,8 @@
 #include "tests/store/studytestutil.h"
 
+#include "store/beatfile.h"
 #include "store/beatlist.h"
+#include "store/ecgfile.h"
 #include "store/signalsource.h"
 #include "store/studyfile.h"
 
@@ -9,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 
 // Writes that fail part-way (disk full) raise "Write error" and leave the previous file whole.
@@ -25,7 +28,9 @@ TEST(StudyRobustness, FailingSaveKeepsThePreviousStudyFile)
     s->setProperty("conclusion", QByteArray(20000, 'c'));
     for (qint64 budget : { qint64(0), qint64(100) }) {
         io.setBudget(io.written() + budget);
-        EXPECT_EQ(testsupport::errorOf([&] { f.repo->saveStudy(s); }), "Write error") << budget;
+        EXPECT_EQ(testsupport::errorOf([&] { f.repo->saveStudy(s); }),
+            "Write error in file " + QDir::toNativeSeparators(path).toStdString())
+            << budget;
         EXPECT_EQ(testsupport::readAll(path), before) << budget;
     }
     io.setBudget(-1);
@@ -164,4 +169,39 @@ TEST(StudyRobustness, RandomMutationsOfRealFiles)
     f.repo.reset();
     QFile::remove(f.path("data/studies.sqlite"));
     EXPECT_NO_THROW(f.reopen());
+}
+
+// The user is told which file failed: each message ends with the path, native separators.
+TEST(StoreErrors, EveryFileFailureNamesItsFile)
+{
+    testsupport::TempRoot root;
+    const QString nowhere = root.file("no/such/folder/x");
+    const QString absent = root.file("absent");
+    Study study;
+    const struct
+    {
+        const char* what;
+        std::function<void()> action;
+        QString path;
+    } rows[] = {
+        { "Cannot create file",
+            [&] { EcgFile(nowhere + ".vtecg", 3, 500, EcgFile::kHeaderSize, true); },
+            nowhere + ".vtecg" },
+        { "Cannot open file",
+            [&] { EcgFile(absent + ".vtecg", 3, 500, EcgFile::kHeaderSize, false); },
+            absent + ".vtecg" },
+        { "Cannot create file",
+            [&] { BeatFile(nullptr, nowhere + ".vtbeats", BeatFile::kHeaderSize, true); },
+            nowhere + ".vtbeats" },
+        { "Cannot open file",
+            [&] { BeatFile(nullptr, absent + ".vtbeats", BeatFile::kHeaderSize, false); },
+            absent + ".vtbeats" },
+        { "Cannot create study file",
+            [&] { writeStudyFile(study, nowhere + ".vtstudy", StoreIo::standard()); },
+            nowhere + ".vtstudy" },
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(testsupport::errorOf(row.action),
+            std::string(row.what) + " " + QDir::toNativeSeparators(row.path).toStdString())
+            << row.what;
 }

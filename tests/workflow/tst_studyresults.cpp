@@ -1,5 +1,5 @@
-#include "results/model/result.h"
-#include "results/model/resultset.h"
+#include "store/result.h"
+#include "store/resultset.h"
 #include "store/beatlist.h"
 #include "store/studystatus.h"
 #include "tests/support/testsupport.h"

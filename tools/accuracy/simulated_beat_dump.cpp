@@ -180,7 +180,7 @@ int main(int argc, char** argv)
             Beat b;
             if (!list.get(i, b))
                 continue;
-            entries[i] = { b.measure0(), b.rr(), b.medianRR(), b.classId, b.type, b.isBeat, -1 };
+            entries[i] = { b.rInstant(), b.rr(), b.medianRR(), b.classId, b.type, b.isBeat, -1 };
         }
         // Pair in time order: each truth beat takes the nearest entry within the window.
         QVector<int> entryOf(truth.size(), -1);

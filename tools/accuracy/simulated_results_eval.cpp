@@ -11,6 +11,7 @@
 #include "recorder/wfdbannotation.h"
 #include "results/analysisparams.h"
 #include "results/resultsdriver.h"
+#include "store/resultkeys.h"
 #include "store/study.h"
 #include "store/studyrepository.h"
 #include "tools/evaluation/evaluationreport.h"
@@ -285,8 +286,8 @@ int main(int argc, char** argv)
             truth, [](const TruthEpisode& e) { return e.rate > 120.0 && e.duration >= 5.0; });
         const int tachyAll = episodeCount(truth, kindIs({ "tachy" }));
 
-        const auto* maxRun = r.findAs<EventResult>("PVC/maxRun");
-        const auto* afList = events(r, "afib/afibEvents");
+        const auto* maxRun = r.findAs<EventResult>(ResultKeys::kPvc.maxRun);
+        const auto* afList = events(r, ResultKeys::AFib::kEvents);
         const int c = truth.counts["couplet"].toInt();
         const int t = truth.counts["triplet"].toInt();
 
@@ -294,54 +295,56 @@ int main(int argc, char** argv)
             truth.seconds / 3600.0, seed,
             int(truth.counts["N"].toInt() + truth.counts["V"].toInt() + truth.counts["S"].toInt()
                 + truth.counts["F"].toInt()),
-            qPrintable(figure(value(r, "HR/totalBeatCount"))));
+            qPrintable(figure(value(r, ResultKeys::HeartRate::kTotalBeatCount))));
         std::printf("%-22s %10s %10s %10s %9s  %s\n", "Measure", "Simulator", "By rule", "Results",
             "In truth", "How the truth figures were derived");
         printRow("V beats (all)", figure(truth.counts["V"].toInt()), figure(byRule.vBeats),
-            figure(value(r, "PVC/totalCount")), "-",
+            figure(value(r, ResultKeys::kPvc.totalCount)), "-",
             QString("truth counts[V]; of them isolated PVCs %1 (counts[pvc]); results count "
                     "every V beat")
                 .arg(truth.counts["pvc"].toInt()));
         printRow("S beats (all)", figure(truth.counts["S"].toInt()), figure(byRule.sBeats),
-            figure(value(r, "SVPB/totalCount")), "-", "truth A beats: SVPBs and SVT beats");
+            figure(value(r, ResultKeys::kSvpb.totalCount)), "-",
+            "truth A beats: SVPBs and SVT beats");
         printRow("PVC couplets", figure(c), figure(byRule.couplets),
-            figure(value(r, "PVC/coupletCount")),
-            figure(eventsInTruth(events(r, "PVC/coupletEvents"), truth, { "couplet" })),
+            figure(value(r, ResultKeys::kPvc.coupletCount)),
+            figure(eventsInTruth(events(r, ResultKeys::kPvc.coupletEvents), truth, { "couplet" })),
             "simulator: counted couplets; by rule: V V series in truth.atr (bigeminy never "
             "makes one)");
         printRow("PVC triplets", figure(t), figure(byRule.triplets),
-            figure(value(r, "PVC/tripletCount")),
-            figure(eventsInTruth(events(r, "PVC/tripletEvents"), truth, { "triplet" })),
+            figure(value(r, ResultKeys::kPvc.tripletCount)),
+            figure(eventsInTruth(events(r, ResultKeys::kPvc.tripletEvents), truth, { "triplet" })),
             "simulator: counted triplets");
         printRow("PVC runs (>3)", figure(vtEpisodes), figure(byRule.runs),
-            figure(value(r, "PVC/runCount")),
-            figure(eventsInTruth(events(r, "PVC/runEvents"), truth, { "vt" })),
+            figure(value(r, ResultKeys::kPvc.runCount)),
+            figure(eventsInTruth(events(r, ResultKeys::kPvc.runEvents), truth, { "vt" })),
             QString("simulator: VT episodes (SVT runs are not ventricular); longest run: by "
                     "rule %1, results %2")
                 .arg(byRule.longestRun)
                 .arg(maxRun ? figure(maxRun->value) : QString("-")));
         printRow("Bigeminy episodes", figure(bigeminy), "-",
-            figure(value(r, "bigeminy/bigeminyCount")),
-            figure(eventsInTruth(events(r, "bigeminy/bigeminyEvents"), truth, { "bigeminy" })),
+            figure(value(r, ResultKeys::Bigeminy::kCount)),
+            figure(eventsInTruth(events(r, ResultKeys::Bigeminy::kEvents), truth, { "bigeminy" })),
             "truth episodes of kind bigeminy");
         printRow("Trigeminy episodes", figure(trigeminy), "-",
-            figure(value(r, "trigeminy/trigeminyCount")),
-            figure(eventsInTruth(events(r, "trigeminy/trigeminyEvents"), truth, { "trigeminy" })),
+            figure(value(r, ResultKeys::Trigeminy::kCount)),
+            figure(
+                eventsInTruth(events(r, ResultKeys::Trigeminy::kEvents), truth, { "trigeminy" })),
             "truth episodes of kind trigeminy");
         printRow("Pauses (RR > 2 s)", figure(truth.counts["pause"].toInt()), figure(byRule.pauses),
-            figure(value(r, "pause/pauseCount")),
-            figure(eventsInTruth(events(r, "pause/pauseEvents"), truth, { "pause" })),
+            figure(value(r, ResultKeys::Pause::kCount)),
+            figure(eventsInTruth(events(r, ResultKeys::Pause::kEvents), truth, { "pause" })),
             "simulator: sinus arrests; by rule: every RR > 2.0 s in truth.atr (any cause)");
         printRow("Bradycardia episodes", figure(bradyBeyond), "-",
-            figure(value(r, "arrhythmia/totalBradyCount")),
-            figure(eventsInTruth(
-                events(r, "arrhythmia/bradycardiaEvents"), truth, { "brady", "afib", "avblock" })),
+            figure(value(r, ResultKeys::Arrhythmia::kTotalBradyCount)),
+            figure(eventsInTruth(events(r, ResultKeys::Arrhythmia::kBradycardiaEvents), truth,
+                { "brady", "afib", "avblock" })),
             QString("episodes set below 40 bpm for >= 5 s; the script's %1 brady episode(s) "
                     "run at 42 bpm, above the limit")
                 .arg(bradyAll));
         printRow("Tachycardia episodes", figure(tachyBeyond), "-",
-            figure(value(r, "arrhythmia/totalTachyCount")),
-            figure(eventsInTruth(events(r, "arrhythmia/tachycardiaEvents"), truth,
+            figure(value(r, ResultKeys::Arrhythmia::kTotalTachyCount)),
+            figure(eventsInTruth(events(r, ResultKeys::Arrhythmia::kTachycardiaEvents), truth,
                 { "tachy", "svt", "vt", "afib" })),
             QString("episodes set above 120 bpm for >= 5 s: %1 sinus tachy, SVT, VT; AF with "
                     "a mean rate near 120 may add some")
@@ -350,7 +353,7 @@ int main(int argc, char** argv)
             afList ? figure(afList->events.size()) : QString("-"),
             figure(eventsInTruth(afList, truth, { "afib" })), "truth episodes of kind afib");
         printRow("AF total time (s)", figure(afSeconds), "-",
-            figure(value(r, "afib/afibTotalTime")), "-", "sum of the truth AF durations");
+            figure(value(r, ResultKeys::AFib::kTotalTime)), "-", "sum of the truth AF durations");
 
         // Episode and duration agreement of AF with the harness's rhythm comparison.
         QVector<AfEpisode> test;
@@ -369,13 +372,13 @@ int main(int argc, char** argv)
         std::printf("\nResult events by the truth episode they overlap (rhythm and beat events; "
                     "noise and ST episodes left out):\n");
         const std::pair<const char*, const char*> lists[] = {
-            { "PVC runs", "PVC/runEvents" },
-            { "bigeminy", "bigeminy/bigeminyEvents" },
-            { "trigeminy", "trigeminy/trigeminyEvents" },
-            { "pauses", "pause/pauseEvents" },
-            { "bradycardia", "arrhythmia/bradycardiaEvents" },
-            { "tachycardia", "arrhythmia/tachycardiaEvents" },
-            { "AF", "afib/afibEvents" },
+            { "PVC runs", ResultKeys::kPvc.runEvents },
+            { "bigeminy", ResultKeys::Bigeminy::kEvents },
+            { "trigeminy", ResultKeys::Trigeminy::kEvents },
+            { "pauses", ResultKeys::Pause::kEvents },
+            { "bradycardia", ResultKeys::Arrhythmia::kBradycardiaEvents },
+            { "tachycardia", ResultKeys::Arrhythmia::kTachycardiaEvents },
+            { "AF", ResultKeys::AFib::kEvents },
         };
         for (const auto& l : lists)
             std::printf(

@@ -1,17 +1,21 @@
 #pragma once
 
-#include "results/model/result.h"
+#include "store/result.h"
 
 #include <QMetaType>
 #include <QVector>
+
+#include <memory>
 
 // A time series; the type that travels to the graphics.
 class TTrend : public Result
 {
 public:
     explicit TTrend(int tag = 0, const QString& label = QString())
-        : Result(ResultKind::Trend, tag, label) {}
-    Result* clone() const override { return new TTrend(*this); }
+        : Result(ResultKind::Trend, tag, label)
+    {
+    }
+    std::unique_ptr<Result> clone() const override { return std::make_unique<TTrend>(*this); }
 
     virtual void clear();
     virtual void add(double timestamp, double value);
@@ -69,21 +73,21 @@ private:
 class BinnedCount : public BinnedTrend
 {
 public:
-    Result* clone() const override { return new BinnedCount(*this); }
+    std::unique_ptr<Result> clone() const override { return std::make_unique<BinnedCount>(*this); }
     void accumulate(int index, double value) override;
 };
 
 class BinnedSum : public BinnedTrend
 {
 public:
-    Result* clone() const override { return new BinnedSum(*this); }
+    std::unique_ptr<Result> clone() const override { return std::make_unique<BinnedSum>(*this); }
     void accumulate(int index, double value) override;
 };
 
 class BinnedMedian : public BinnedTrend
 {
 public:
-    Result* clone() const override { return new BinnedMedian(*this); }
+    std::unique_ptr<Result> clone() const override { return std::make_unique<BinnedMedian>(*this); }
     void resetBins() override;
     void accumulate(int index, double value) override;
 
@@ -94,7 +98,10 @@ private:
 class BinnedMaximum : public BinnedTrend
 {
 public:
-    Result* clone() const override { return new BinnedMaximum(*this); }
+    std::unique_ptr<Result> clone() const override
+    {
+        return std::make_unique<BinnedMaximum>(*this);
+    }
     void resetBins() override;
     void accumulate(int index, double value) override;
 
@@ -105,7 +112,10 @@ private:
 class BinnedMinimum : public BinnedTrend
 {
 public:
-    Result* clone() const override { return new BinnedMinimum(*this); }
+    std::unique_ptr<Result> clone() const override
+    {
+        return std::make_unique<BinnedMinimum>(*this);
+    }
     void resetBins() override;
     void accumulate(int index, double value) override;
 
@@ -116,7 +126,7 @@ private:
 class BinnedMean : public BinnedTrend
 {
 public:
-    Result* clone() const override { return new BinnedMean(*this); }
+    std::unique_ptr<Result> clone() const override { return std::make_unique<BinnedMean>(*this); }
     void resetBins() override;
     void accumulate(int index, double value) override;
 
@@ -128,7 +138,10 @@ private:
 class BinnedDeviation : public BinnedTrend
 {
 public:
-    Result* clone() const override { return new BinnedDeviation(*this); }
+    std::unique_ptr<Result> clone() const override
+    {
+        return std::make_unique<BinnedDeviation>(*this);
+    }
     void resetBins() override;
     void accumulate(int index, double value) override;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "results/model/result.h"
+#include "store/result.h"
 
 #include <QByteArray>
 #include <QList>
@@ -27,8 +27,10 @@ public:
     void clear() { m_results.clear(); }
 
     // Typed lookup: null when absent or of another kind.
-    template <typename T>
-    T* findAs(const QByteArray& key) const { return dynamic_cast<T*>(find(key)); }
+    template <typename T> T* findAs(const QByteArray& key) const
+    {
+        return dynamic_cast<T*>(find(key));
+    }
 
 private:
     std::map<QByteArray, std::unique_ptr<Result>> m_results; // QByteArray orders bytewise

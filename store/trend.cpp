@@ -1,4 +1,4 @@
-#include "results/model/trend.h"
+#include "store/trend.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "results/model/resultset.h"
+#include "store/resultset.h"
 
 Result* ResultSet::find(const QByteArray& key) const
 {

@@ -1,4 +1,4 @@
-#include "results/model/trend.h"
+#include "store/trend.h"
 
 #include <gtest/gtest.h>
 
@@ -85,3 +85,39 @@ TEST(BinnedTrend, DeviationOfEqualOrSingleValuesIsZero)
 }
 
 } // namespace
+
+// A clone keeps the concrete class and its hidden per-bin state, and shares nothing.
+TEST(Result, CloneIsAnIndependentCopyOfTheSameClass)
+{
+    BinnedMedian median;
+    median.configure(60.0, 2);
+    median.add(10.0, 70.0);
+    median.add(20.0, 80.0);
+    std::unique_ptr<Result> copy = median.clone();
+    auto* medianCopy = dynamic_cast<BinnedMedian*>(copy.get());
+    ASSERT_NE(medianCopy, nullptr);
+    EXPECT_EQ(medianCopy->binCount(), 2);
+    EXPECT_DOUBLE_EQ(medianCopy->binSeconds(), 60.0);
+    medianCopy->add(30.0, 60.0); // the copy's sorted values now 60, 70, 80
+    EXPECT_DOUBLE_EQ(medianCopy->valueAt(0), 70.0);
+    EXPECT_DOUBLE_EQ(median.valueAt(0), 80.0);
+
+    BinnedMaximum untouched;
+    untouched.configure(60.0, 1);
+    std::unique_ptr<Result> maxCopy = untouched.clone();
+    ASSERT_NE(dynamic_cast<BinnedMaximum*>(maxCopy.get()), nullptr);
+    static_cast<BinnedMaximum&>(*maxCopy).add(1.0, -1.0); // first value is stored, even below 0
+    EXPECT_DOUBLE_EQ(static_cast<BinnedMaximum&>(*maxCopy).valueAt(0), -1.0);
+    untouched.add(1.0, -2.0);
+    EXPECT_DOUBLE_EQ(untouched.valueAt(0), -2.0);
+
+    EventListResult list(7, "couplets");
+    list.events = { EventResult(10.0, 1.2, 2.0) };
+    std::unique_ptr<Result> listCopy = list.clone();
+    auto* events = dynamic_cast<EventListResult*>(listCopy.get());
+    ASSERT_NE(events, nullptr);
+    EXPECT_EQ(events->tag(), 7);
+    EXPECT_EQ(events->label(), QString("couplets"));
+    events->events.clear();
+    EXPECT_EQ(list.events.size(), 1);
+}

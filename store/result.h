@@ -4,6 +4,8 @@
 #include <QString>
 #include <QVector>
 
+#include <memory>
+
 // Numbered as the program and the study file use them.
 enum class ResultKind : int { Value = 0, ValueArray = 1, Event = 2, EventList = 3, Trend = 4 };
 
@@ -18,11 +20,15 @@ public:
     ResultKind kind() const { return m_kind; }
     QString label() const { return m_label; }
     // A deep copy of the same concrete class.
-    virtual Result* clone() const = 0;
+    virtual std::unique_ptr<Result> clone() const = 0;
 
 protected:
     Result(ResultKind kind, int tag, const QString& label)
-        : m_tag(tag), m_kind(kind), m_label(label) {}
+        : m_tag(tag)
+        , m_kind(kind)
+        , m_label(label)
+    {
+    }
     Result(const Result&) = default;
     Result& operator=(const Result&) = default;
 
@@ -36,8 +42,11 @@ class ValueResult : public Result
 {
 public:
     explicit ValueResult(double value = 0.0, int tag = 0, const QString& label = QString())
-        : Result(ResultKind::Value, tag, label), value(value) {}
-    Result* clone() const override { return new ValueResult(*this); }
+        : Result(ResultKind::Value, tag, label)
+        , value(value)
+    {
+    }
+    std::unique_ptr<Result> clone() const override { return std::make_unique<ValueResult>(*this); }
     double value;
 };
 
@@ -45,8 +54,13 @@ class ValueArrayResult : public Result
 {
 public:
     explicit ValueArrayResult(int tag = 0, const QString& label = QString())
-        : Result(ResultKind::ValueArray, tag, label) {}
-    Result* clone() const override { return new ValueArrayResult(*this); }
+        : Result(ResultKind::ValueArray, tag, label)
+    {
+    }
+    std::unique_ptr<Result> clone() const override
+    {
+        return std::make_unique<ValueArrayResult>(*this);
+    }
     QVector<double> values;
 };
 
@@ -55,10 +69,14 @@ class EventResult : public Result
 public:
     // timestamp and duration in seconds from the start of the recording
     explicit EventResult(double timestamp = 0.0, double duration = 0.0, double value = 0.0,
-                         int tag = 0, const QString& label = QString())
-        : Result(ResultKind::Event, tag, label), timestamp(timestamp), duration(duration),
-          value(value) {}
-    Result* clone() const override { return new EventResult(*this); }
+        int tag = 0, const QString& label = QString())
+        : Result(ResultKind::Event, tag, label)
+        , timestamp(timestamp)
+        , duration(duration)
+        , value(value)
+    {
+    }
+    std::unique_ptr<Result> clone() const override { return std::make_unique<EventResult>(*this); }
     double timestamp;
     double duration;
     double value;
@@ -68,7 +86,12 @@ class EventListResult : public Result
 {
 public:
     explicit EventListResult(int tag = 0, const QString& label = QString())
-        : Result(ResultKind::EventList, tag, label) {}
-    Result* clone() const override { return new EventListResult(*this); }
+        : Result(ResultKind::EventList, tag, label)
+    {
+    }
+    std::unique_ptr<Result> clone() const override
+    {
+        return std::make_unique<EventListResult>(*this);
+    }
     QVector<EventResult> events; // in order of creation
 };

@@ -1,4 +1,4 @@
-#include "results/model/result.h"
+#include "store/result.h"
 
 QByteArray resultKindName(ResultKind kind)
 {
