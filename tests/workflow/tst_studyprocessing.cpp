@@ -75,16 +75,16 @@ public:
         : StudyRepository("VeltronaHolter", options(root))
     {
     }
-    Study* loadStudyFile(const QString& path) override
+    std::unique_ptr<Study> loadStudyFile(const QString& path) override
     {
-        Study* study = StudyRepository::loadStudyFile(path);
+        std::unique_ptr<Study> study = StudyRepository::loadStudyFile(path);
         if (!study)
             return nullptr;
         const QString base = QFileInfo(path).path() + "/" + QFileInfo(path).completeBaseName();
         const SignalSource* real = study->signal();
         auto broken = std::make_unique<BrokenEcgFile>(
             base + ".vtecg", real->channelCount(), real->samplingRate(), 3);
-        std::unique_ptr<BeatList> beats(BeatFile::open(broken.get(), base + ".vtbeats"));
+        std::unique_ptr<BeatList> beats = BeatFile::open(broken.get(), base + ".vtbeats");
         // The beats go first: the old list reads the old source.
         study->setBeats(std::move(beats));
         study->setSignal(std::move(broken));
