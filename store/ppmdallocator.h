@@ -55,7 +55,8 @@ public:
     static int indexOfUnits(int units) { return tables().unitsToIndex[units - 1]; }
 
 private:
-    struct Tables {
+    struct Tables
+    {
         Tables();
         std::uint8_t indexToUnits[kIndexCount];
         std::uint8_t unitsToIndex[128];

@@ -369,10 +369,8 @@ PpmdModel::See* PpmdModel::makeEscFreq2(int diff)
 {
     Context* mc = m_minContext;
     if (mc->numStats != 256) {
-        See* see = &m_see[kNS2Indx[diff - 1]]
-                         [(diff < context(mc->suffix)->numStats - mc->numStats)
-                          + 2 * (mc->summFreq < 11 * mc->numStats) + 4 * (m_numMasked > diff)
-                          + m_hiBitsFlag];
+        See* see = &m_see[kNS2Indx[diff - 1]][(diff < context(mc->suffix)->numStats - mc->numStats)
+            + 2 * (mc->summFreq < 11 * mc->numStats) + 4 * (m_numMasked > diff) + m_hiBitsFlag];
         m_sub.scale = see->mean();
         return see;
     }
@@ -385,6 +383,5 @@ quint16& PpmdModel::binSumm(Context* c)
     const State* rs = oneState(c);
     m_hiBitsFlag = kHB2Flag[m_foundState->symbol];
     return m_binSumm[rs->freq - 1][m_prevSuccess + kNS2BSIndx[context(c->suffix)->numStats - 1]
-                                   + m_hiBitsFlag + 2 * kHB2Flag[rs->symbol]
-                                   + ((m_runLength >> 26) & 0x20)];
+        + m_hiBitsFlag + 2 * kHB2Flag[rs->symbol] + ((m_runLength >> 26) & 0x20)];
 }

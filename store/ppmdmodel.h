@@ -44,13 +44,15 @@ public:
 
 #pragma pack(push, 1)
     // A symbol of a context, 6 bytes: its frequency and the next context (or a text offset).
-    struct __attribute__((__may_alias__)) State {
+    struct __attribute__((__may_alias__)) State
+    {
         std::uint8_t symbol;
         std::uint8_t freq;
         quint32 successor;
     };
     // 12 bytes, one unit. With a single symbol its state lies at byte 2, over summFreq and stats.
-    struct __attribute__((__may_alias__)) Context {
+    struct __attribute__((__may_alias__)) Context
+    {
         quint16 numStats;
         quint16 summFreq;
         quint32 stats;
@@ -60,7 +62,8 @@ public:
 
 private:
     // Secondary escape estimation context: an adaptive mean of escape frequencies.
-    struct See {
+    struct See
+    {
         quint16 summ;
         std::uint8_t shift;
         std::uint8_t count;
@@ -68,15 +71,25 @@ private:
         quint32 mean();
         void update();
     };
-    struct SubRange {
+    struct SubRange
+    {
         quint32 low;
         quint32 high;
         quint32 scale;
     };
 
-    Context* context(quint32 offset) { return offset ? reinterpret_cast<Context*>(m_alloc.at(offset)) : nullptr; }
-    State* state(quint32 offset) { return reinterpret_cast<State*>(m_alloc.at(offset)); }
-    State* oneState(Context* c) { return reinterpret_cast<State*>(reinterpret_cast<std::uint8_t*>(c) + 2); }
+    Context* context(quint32 offset)
+    {
+        return offset ? reinterpret_cast<Context*>(m_alloc.at(offset)) : nullptr;
+    }
+    State* state(quint32 offset)
+    {
+        return reinterpret_cast<State*>(m_alloc.at(offset));
+    }
+    State* oneState(Context* c)
+    {
+        return reinterpret_cast<State*>(reinterpret_cast<std::uint8_t*>(c) + 2);
+    }
     quint32 offsetOf(const void* p) const;
 
     void startModel(int maxOrder);

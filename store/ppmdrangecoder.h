@@ -13,7 +13,11 @@ using PpmdWriteByte = bool (*)(void* user, quint8 byte); // false stops the code
 class PpmdRangeEncoder
 {
 public:
-    PpmdRangeEncoder(PpmdWriteByte write, void* user) : m_write(write), m_user(user) {}
+    PpmdRangeEncoder(PpmdWriteByte write, void* user)
+        : m_write(write)
+        , m_user(user)
+    {
+    }
 
     // Codes [low, high) of `scale`; false when the range would collapse (scale too large).
     bool encode(quint32 low, quint32 high, quint32 scale)
@@ -48,7 +52,11 @@ private:
 class PpmdRangeDecoder
 {
 public:
-    PpmdRangeDecoder(PpmdReadByte read, void* user) : m_read(read), m_user(user) {}
+    PpmdRangeDecoder(PpmdReadByte read, void* user)
+        : m_read(read)
+        , m_user(user)
+    {
+    }
 
     // Reads the first four bytes.
     void init();
