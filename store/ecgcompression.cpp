@@ -311,6 +311,9 @@ bool decompress(const QString& sourcePath, const QString& targetPath, ProgressSi
         || memoryMiB > 256 || channelCount < 1 || channelCount > SignalSource::kMaxChannels
         || chunkSize < 1 || chunkSize > 16 * kSampleChunkSize)
         return false;
+    // The frames written must be as wide as the header that goes with them says.
+    if (root.value("ecg").toObject().value("channels").toArray().size() != channelCount)
+        return false;
     root.remove("codec");
     const QByteArray header = headerBytes(kEcgMagic, root);
     if (header.isEmpty())

@@ -16,7 +16,9 @@ bool PpmdRangeEncoder::put(quint8 byte)
 
 bool PpmdRangeEncoder::normalize()
 {
-    for (;;) {
+    if (m_range == 0) // an empty interval: the model is broken, and no byte would settle
+        m_failed = true;
+    while (!m_failed) {
         if ((m_low ^ (m_low + m_range)) >= kTop) {
             if (m_range >= kBottom)
                 break;
@@ -60,6 +62,10 @@ void PpmdRangeDecoder::init()
 
 void PpmdRangeDecoder::normalize()
 {
+    if (m_range == 0) { // only a broken stream gets here; no byte would ever settle
+        m_overrun = true;
+        return;
+    }
     for (;;) {
         if ((m_low ^ (m_low + m_range)) >= kTop) {
             if (m_range >= kBottom)

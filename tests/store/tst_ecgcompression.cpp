@@ -296,6 +296,7 @@ TEST_F(EcgCompression, RejectsBadHeaders)
         withCodec("ppmMemory", 100000),
         withCodec("channelCount", 0),
         withCodec("channelCount", 9),
+        withCodec("channelCount", 3), // the "ecg" object names two
         withCodec("sampleChunkSize", 0),
     };
     for (const QByteArray& bad : cases) {
