@@ -16,6 +16,7 @@ packages=(
     build-essential cmake ninja-build pkg-config
     qtbase5-dev libqt5sql5-sqlite qtscript5-dev qttools5-dev qttools5-dev-tools
     zlib1g-dev libminizip-dev libgtest-dev
+    python3-ppmd
     fontconfig fonts-liberation fonts-dejavu-core poppler-utils
 )
 
