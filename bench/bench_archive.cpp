@@ -5,10 +5,8 @@
 //   bench_archive [hours [card-folder]]   (default 24 h)
 // A card folder that already holds HECG.VTF is used as it is; otherwise one is simulated.
 
-#include "benchcard.h"
+#include "benchstudy.h"
 #include "benchutil.h"
-#include "recorder/cardimport.h"
-#include "recorder/cardsignalfile.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
 #include "store/signalsource.h"
@@ -69,16 +67,10 @@ int main(int argc, char** argv)
     }
     try {
         const QString card = argc > 2 ? QString(argv[2]) : temp.filePath("card");
-        bench::ensureSimulatedCard(card, hours);
         StudyRepository::Options options;
         options.rootOverride = temp.filePath("store");
         StudyRepository repo("VeltronaHolter", options);
-        CardImportOptions import;
-        import.patient.lastName = "Bench";
-        import.patient.firstName = "Day";
-        import.patient.start = QDateTime(QDate(2026, 1, 15), QTime(9, 0));
-        const QString file = CardSignalFile::dataFilePath(card);
-        const int id = importCard(repo, file, CardSignalFile::findDataOffset(file), import);
+        const int id = bench::importSimulatedDay(repo, card, hours);
         addBeats(repo, id);
         StudyInfo row;
         repo.studyExists(id, row);

@@ -7,10 +7,8 @@
 // A card folder that already holds HECG.VTF is used as it is; otherwise one is simulated.
 
 #include "analysis/studyprocessor.h"
-#include "benchcard.h"
+#include "benchstudy.h"
 #include "benchutil.h"
-#include "recorder/cardimport.h"
-#include "recorder/cardsignalfile.h"
 #include "results/resultsdriver.h"
 #include "store/beatlist.h"
 #include "store/study.h"
@@ -40,16 +38,10 @@ int main(int argc, char** argv)
     }
     try {
         const QString card = argc > 2 ? QString(argv[2]) : temp.filePath("card");
-        bench::ensureSimulatedCard(card, hours);
         StudyRepository::Options options;
         options.rootOverride = temp.filePath("store");
         StudyRepository repo("VeltronaHolter", options);
-        CardImportOptions import;
-        import.patient.lastName = "Bench";
-        import.patient.firstName = "Day";
-        import.patient.start = QDateTime(QDate(2026, 1, 15), QTime(9, 0));
-        const QString file = CardSignalFile::dataFilePath(card);
-        const int id = importCard(repo, file, CardSignalFile::findDataOffset(file), import);
+        const int id = bench::importSimulatedDay(repo, card, hours);
 
         Study* study = repo.openStudy(id);
         if (!study || !study->signal() || !study->beats()) {
