@@ -80,3 +80,36 @@ void CompressedPagePainter::paintIntervals(
     }
     painter->restore();
 }
+
+void CompressedPagePainter::paintMinuteLabels(QPainter* painter, const CompressedPageGeometry& g,
+    const QDateTime& recordingStart, const QFont& font)
+{
+    if (!painter)
+        return;
+    painter->save();
+    painter->setFont(font);
+    painter->setBackgroundMode(Qt::OpaqueMode);
+    painter->setBackground(Qt::white);
+    painter->setPen(Qt::gray);
+    const QFontMetricsF fm(font, painter->device());
+    const QDateTime origin = recordingStart.isValid()
+        ? recordingStart
+        : QDateTime(QDate(2000, 1, 1), QTime(0, 0));
+    const qint64 startMs = qint64(std::llround(g.startSeconds() * 1000.0));
+    if (recordingStart.isValid()) {
+        const QString date = recordingStart.addSecs(qint64(std::floor(g.startSeconds())))
+                                 .toString(QStringLiteral(" d MMM "));
+        painter->drawText(QPointF(fm.horizontalAdvance(QStringLiteral(" 00:00 ")) + 10,
+                              g.traceArea().top() + fm.height()),
+            date);
+    }
+    for (int row = 0; row < g.rowCount(); ++row) {
+        const QDateTime clock
+            = origin.addMSecs(startMs + qint64(std::llround(row * g.rowSeconds() * 1000.0)));
+        if (clock.time().second() != 0)
+            continue;
+        painter->drawText(QPointF(g.traceArea().left(), g.rowRect(row).top() + fm.height()),
+            clock.toString(QStringLiteral(" HH:mm ")));
+    }
+    painter->restore();
+}

@@ -64,6 +64,12 @@ public:
     void paintIntervals(QPainter* painter, const CompressedPageGeometry& geometry,
         const QVector<Interval>& intervals) const;
 
+    // On screen: " HH:mm " at the left of each row that starts on a whole minute, and the date
+    // " d MMM " on the first row, over an opaque white background. Without a recording start the
+    // clock counts from midnight of 1 January 2000.
+    static void paintMinuteLabels(QPainter* painter, const CompressedPageGeometry& geometry,
+        const QDateTime& recordingStart, const QFont& font);
+
     // The wall clock of a recording time; with no recording start, the time of day from
     // midnight.
     static QString clockText(
