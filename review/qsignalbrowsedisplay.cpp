@@ -113,6 +113,9 @@ void QSignalBrowseDisplay::setChannelVisible(int channel, bool visible)
 void QSignalBrowseDisplay::setMode(int newMode)
 {
     m_mode = newMode;
+    // The caliper's tick follows the free pointer.
+    if (m_mode == CaliperMode)
+        setMouseTracking(true);
     m_caliperActive = false;
     m_caliperDragging = false;
     changed();
