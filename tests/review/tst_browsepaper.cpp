@@ -35,7 +35,7 @@ int baselineRow(const QImage& img, int fromX, int toX)
     std::map<int, int> votes;
     for (int x = fromX; x < toX; ++x)
         for (int y = 0; y < img.height(); ++y)
-            if (dark(img.pixel(x, y)))
+            if (inked(img.pixel(x, y)))
                 ++votes[y];
     int best = -1, count = 0;
     for (const auto& [y, n] : votes)
