@@ -267,6 +267,13 @@ void BrowseStripPainter::paintTraces(QPainter* p, const BrowseStripLayout& l, co
         if (columnWay) {
             if (columns > 0) {
                 channel->minMaxEnvelope(first, left, lo.data(), hi.data(), 0, columns, false);
+                // Each column reaches its neighbour's range, so that a steep QRS stays one
+                // unbroken stroke when it jumps between columns.
+                for (int c = columns - 1; c > 0; --c) {
+                    const size_t k = size_t(c);
+                    lo[k] = std::min(lo[k], hi[k - 1]);
+                    hi[k] = std::max(hi[k], lo[k - 1]);
+                }
                 const QPen noisePen = pen(colorOf(s, NoiseColor), 2.0);
                 QPen plain(colColor[0], 1.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
                 p->setPen(plain);

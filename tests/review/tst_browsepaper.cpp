@@ -193,4 +193,30 @@ TEST(StripPaintTest, BeatTypesColourTheirColumnsAndTheSelectionShows)
     EXPECT_EQ(changedElsewhere, 0);
 }
 
+TEST(StripPaintTest, ASteepEdgeBetweenColumnsStaysOneUnbrokenStroke)
+{
+    // A square wave of 1.5 mV, 0.1 s up and 0.1 s down: every edge jumps between two columns.
+    auto source = displaytest::functionSource(kRate, 20 * kRate, [](qint64 i) {
+        return qint16((i / (kRate / 10)) % 2 ? displaytest::kOneMillivolt * 3 / 2 : 0);
+    });
+    QImage img = paper(200, 40, 4000); // two samples a pixel column at 25 mm/s
+    BrowseStripPainter::Scene scene;
+    scene.signal = source.get();
+    const BrowseStripLayout l
+        = BrowseStripPainter::layoutFor(&img, scene, 0.0, 25.0, 10.0, 0.0, { 0 }, 0);
+    scene.channelBaseline = BrowseStripPainter::channelBaselines(source.get(), l);
+    QPainter p(&img);
+    BrowseStripPainter::paint(&p, l, scene);
+    p.end();
+    const int low = int(l.sampleY(0, 0, scene.channelBaseline[0]));
+    const int high = int(l.sampleY(0, displaytest::kOneMillivolt * 3 / 2, scene.channelBaseline[0]));
+    ASSERT_GT(low - high, 50);
+    for (int edge = 1; edge < 70; ++edge) {
+        const int x = int(l.xOfTime(edge * 0.1));
+        for (int y = high + 1; y < low; ++y)
+            ASSERT_GT(countPixels(img, QRect(x - 2, y, 5, 1), dark), 0)
+                << "gap at edge " << edge << " y " << y;
+    }
+}
+
 } // namespace
