@@ -1,6 +1,7 @@
 #include "display/browsestrippainter.h"
 
 #include "display/beatlabelpainter.h"
+#include "display/columntrace.h"
 #include "display/gridpainter.h"
 #include "store/beatlist.h"
 #include "store/signalsource.h"
@@ -210,44 +211,7 @@ void BrowseStripPainter::paintTraces(QPainter* p, const BrowseStripLayout& l, co
     const qint64 left = std::max<qint64>(0, std::min(src->sampleCount() - first, onStrip));
     const int columns = columnWay && onStrip > 0 ? int(left * qint64(tr.width()) / onStrip) : 0;
 
-    // Column colours by beat type, shared by every channel.
-    std::vector<QColor> colColor;
-    std::vector<char> colNoise;
-    if (columnWay && columns > 0) {
-        colColor.assign(size_t(columns), colorOf(s, TraceColor));
-        colNoise.assign(size_t(columns), 0);
-        auto colOf = [&](double t) {
-            return int(std::floor((t - l.input().startSeconds) * tr.width() / l.visibleSeconds()));
-        };
-        auto fill = [&](double from, double to, auto apply) {
-            const int a = std::max(0, colOf(from));
-            const int b = std::min(columns, colOf(to) + 1);
-            for (int c = a; c < b; ++c)
-                apply(size_t(c));
-        };
-        Beat b;
-        if (s.beats && s.beats->nearest(l.input().startSeconds, b)) {
-            for (int i = std::max(0, b.index - 1); s.beats->get(i, b); ++i) {
-                if (b.windowStartTime() >= l.input().startSeconds + l.visibleSeconds())
-                    break;
-                if (!b.isBeat)
-                    continue;
-                QColor c;
-                switch (b.type) {
-                case BeatV: c = QColor::fromRgba(0xFFFF0000); break;
-                case BeatF: c = QColor::fromRgba(0xFF808000); break;
-                case BeatS: c = QColor::fromRgba(0xFF8000FF); break;
-                default: continue;
-                }
-                fill(b.windowStartTime(), b.windowStartTime() + b.span(),
-                    [&](size_t k) { colColor[k] = c; });
-            }
-        }
-        for (const auto& n : s.noiseIntervals)
-            fill(n.first, n.second, [&](size_t k) { colNoise[k] = 1; });
-    }
-
-    std::vector<double> lo(size_t(std::max(columns, 1))), hi(lo.size());
+    const double secondsPerColumn = tr.width() > 0 ? l.visibleSeconds() / tr.width() : 0.0;
     std::vector<double> samples;
     for (int row = 0; row < l.input().visibleChannels.size(); ++row) {
         const int ch = l.input().visibleChannels[row];
@@ -265,36 +229,13 @@ void BrowseStripPainter::paintTraces(QPainter* p, const BrowseStripLayout& l, co
             p->setClipRect(QRectF(tr.left(), rowTop, tr.width(), l.rowHeightPx()));
         }
         if (columnWay) {
-            if (columns > 0) {
-                channel->minMaxEnvelope(first, left, lo.data(), hi.data(), 0, columns, false);
-                // Each column reaches its neighbour's range, so that a steep QRS stays one
-                // unbroken stroke when it jumps between columns.
-                for (int c = columns - 1; c > 0; --c) {
-                    const size_t k = size_t(c);
-                    lo[k] = std::min(lo[k], hi[k - 1]);
-                    hi[k] = std::max(hi[k], lo[k - 1]);
-                }
-                const QPen noisePen = pen(colorOf(s, NoiseColor), 2.0);
-                QPen plain(colColor[0], 1.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
-                p->setPen(plain);
-                bool noisy = false;
-                QColor current = colColor[0];
-                const int x0 = int(tr.left());
-                for (int c = 0; c < columns; ++c) {
-                    if (bool(colNoise[size_t(c)]) != noisy) {
-                        noisy = colNoise[size_t(c)];
-                        p->setPen(noisy ? noisePen : plain);
-                    }
-                    if (!noisy && colColor[size_t(c)] != current) {
-                        current = colColor[size_t(c)];
-                        plain.setColor(current);
-                        p->setPen(plain);
-                    }
-                    const int yTop = int(l.sampleY(row, hi[size_t(c)], baseline));
-                    const int yBottom = int(l.sampleY(row, lo[size_t(c)], baseline));
-                    p->drawLine(x0 + c, yTop, x0 + c, yBottom);
-                }
-            }
+            ColumnTrace trace(channel, first, left, columns, colorOf(s, TraceColor));
+            trace.colourBeats(s.beats, l.input().startSeconds, secondsPerColumn, false);
+            for (const auto& n : s.noiseIntervals)
+                trace.markNoisy((n.first - l.input().startSeconds) / secondsPerColumn,
+                    (n.second - l.input().startSeconds) / secondsPerColumn);
+            trace.draw(p, int(tr.left()), l.rowCentreY(row), baseline, l.pixelsPerUnit(),
+                pen(colorOf(s, TraceColor), 1.0), pen(colorOf(s, NoiseColor), 2.0));
         } else {
             const qint64 last = stripSampleOf(l.input().startSeconds + l.visibleSeconds(), rate);
             const qint64 n = last - first;

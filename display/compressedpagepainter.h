@@ -5,6 +5,7 @@
 #include <QColor>
 #include <QDateTime>
 #include <QFont>
+#include <QPair>
 #include <QRectF>
 #include <QString>
 #include <QVector>
@@ -59,6 +60,13 @@ public:
         SignalSource* source, int channel, const QDateTime& recordingStart,
         double untilSeconds = std::numeric_limits<double>::infinity(),
         BeatList* beats = nullptr) const;
+
+    // The screen's page: each row one stroke per pixel column about the mean of its columns,
+    // beats coloured by type and unanalysed stretches pale, `noise` stretches (seconds) with the
+    // noise pen. Rows past the recording's end stay empty.
+    void paintColumnRows(QPainter* painter, const CompressedPageGeometry& geometry,
+        SignalSource* source, int channel, BeatList* beats,
+        const QVector<QPair<double, double>>& noise = {}) const;
 
     // Backgrounds over the rows each interval covers, its text above its start.
     void paintIntervals(QPainter* painter, const CompressedPageGeometry& geometry,

@@ -175,9 +175,7 @@ void QSignalCompressedDisplay::rebuild()
     style.labelEvery = 0;
     style.trace.widthMm = 0.0;
     style.trace.antialias = false;
-    style.trace.colorByBeatType = true;
     style.trace.paleGaps = true;
-    style.trace.centreOnMean = true;
     const CompressedPagePainter painter(style);
     if (m_events) {
         QVector<CompressedPagePainter::Interval> intervals;
@@ -195,15 +193,7 @@ void QSignalCompressedDisplay::rebuild()
     // A row with fewer samples than pixels is left without traces.
     if (m_signal && m_rowSeconds * rate > m_pixmap->width()
         && m_channel < m_signal->channelCount()) {
-        painter.paint(&p, QRectF(g.traceArea()), g, m_signal, m_channel, m_startDateTime,
-            m_signal->duration(), m_beats);
-        if (!m_noiseIntervals.isEmpty()) {
-            QPen noise(QColor(255, 128, 0, 128), 2.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
-            p.setPen(noise);
-            for (const auto& n : m_noiseIntervals)
-                for (const QRectF& r : g.intervalRects(n.first, n.second))
-                    p.drawLine(QPointF(r.left(), r.center().y()), QPointF(r.right(), r.center().y()));
-        }
+        painter.paintColumnRows(&p, g, m_signal, m_channel, m_beats, m_noiseIntervals);
     }
     QFont font(QStringLiteral("Helvetica"), 10);
     font.setWeight(QFont::Bold);
