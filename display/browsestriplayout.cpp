@@ -17,8 +17,8 @@ BrowseStripLayout::BrowseStripLayout(const Input& input)
         m_averageWidth = column != 0 ? column + int(m_pxPerCm * 0.5) : 0;
     }
     m_visibleSeconds = v > 0.0 ? v : 0.0;
-    m_pixelsPerUnit = m_in.rangeMillivolts * (1.0 / std::pow(2.0, m_in.resolutionBits))
-        * m_pxPerCm * (m_in.gainMmPerMillivolt / 10.0);
+    m_pixelsPerUnit = m_in.rangeMillivolts * (1.0 / std::pow(2.0, m_in.resolutionBits)) * m_pxPerCm
+        * (m_in.gainMmPerMillivolt / 10.0);
     const int n = m_in.visibleChannels.size();
     m_rowHeight = n > 0 ? double(m_in.heightPx - m_in.topMarginPx) / n : 0.0;
 }
@@ -78,9 +78,10 @@ StripGeometry BrowseStripLayout::stripGeometry() const
     const QRectF r = traceRect();
     // The speed that makes the trace rectangle hold the visible seconds exactly, whatever
     // rounding the average column did, so that ticks land where timeAtX picks.
-    const double speed = m_visibleSeconds > 0.0 ? r.width() / (pxPerMm * m_visibleSeconds)
-                                                : m_in.speedMmPerSecond;
-    StripGeometry g = StripGeometry::fromPixelsPerMillimetre(pxPerMm, speed, m_in.gainMmPerMillivolt);
+    const double speed
+        = m_visibleSeconds > 0.0 ? r.width() / (pxPerMm * m_visibleSeconds) : m_in.speedMmPerSecond;
+    StripGeometry g
+        = StripGeometry::fromPixelsPerMillimetre(pxPerMm, speed, m_in.gainMmPerMillivolt);
     g.setStartSeconds(m_in.startSeconds);
     g.setTraceSpan(r.left(), r.width());
     g.setRows(m_in.visibleChannels, m_in.topMarginPx, m_in.heightPx - m_in.topMarginPx);

@@ -6,6 +6,7 @@
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 
+#include <QCoreApplication>
 #include <QFontMetricsF>
 #include <QPaintDevice>
 #include <QPainter>
@@ -116,8 +117,8 @@ QVector<int> BrowseStripPainter::channelBaselines(SignalSource* signal, const Br
 void BrowseStripPainter::paintGrid(QPainter* painter, const QRectF& area, double pxPerCm,
     int gridStyle, const QMap<int, QColor>& colors)
 {
-    GridPainter::Style style
-        = GridPainter::screenStyle(gridStyle == 1 ? GridPainter::Paper::Lined : GridPainter::Paper::Dotted);
+    GridPainter::Style style = GridPainter::screenStyle(
+        gridStyle == 1 ? GridPainter::Paper::Lined : GridPainter::Paper::Dotted);
     style.backgroundColor = colors.value(BackgroundColor, Qt::white);
     style.majorColor = colors.value(GridColor, QColor(220, 200, 180));
     style.minorColor = gridStyle == 1 ? style.majorColor.lighter(110) : style.majorColor;
@@ -206,7 +207,8 @@ void BrowseStripPainter::paintTraces(QPainter* p, const BrowseStripLayout& l, co
     p->setRenderHint(QPainter::Antialiasing, !columnWay);
     if (!columnWay && l.averageWidthPx() != 0) {
         p->setPen(pen(colorOf(s, TraceColor), 1.0));
-        p->drawLine(QPointF(l.averageWidthPx(), 0), QPointF(l.averageWidthPx(), l.input().heightPx));
+        p->drawLine(
+            QPointF(l.averageWidthPx(), 0), QPointF(l.averageWidthPx(), l.input().heightPx));
     }
     const qint64 left = std::max<qint64>(0, std::min(src->sampleCount() - first, onStrip));
     const int columns = columnWay && onStrip > 0 ? int(left * qint64(tr.width()) / onStrip) : 0;
@@ -247,7 +249,8 @@ void BrowseStripPainter::paintTraces(QPainter* p, const BrowseStripLayout& l, co
                 const double step = tr.width() / double(n);
                 const qint64 valid = std::min<qint64>(n, src->sampleCount() - first);
                 for (qint64 i = 0; i < valid; ++i)
-                    line << QPointF(tr.left() + i * step, l.sampleY(row, samples[size_t(i)], baseline));
+                    line << QPointF(
+                        tr.left() + i * step, l.sampleY(row, samples[size_t(i)], baseline));
                 p->setPen(colorOf(s, TraceColor));
                 p->drawPolyline(line);
             }
@@ -268,7 +271,8 @@ void BrowseStripPainter::paintAverage(QPainter* p, const BrowseStripLayout& l, c
     for (int row = 0; row < l.input().visibleChannels.size(); ++row) {
         const int ch = l.input().visibleChannels[row];
         const double y = l.rowCentreY(row);
-        const bool has = s.averageHasBeats && ch < int(s.average.size()) && s.average[size_t(ch)].size() > 1;
+        const bool has
+            = s.averageHasBeats && ch < int(s.average.size()) && s.average[size_t(ch)].size() > 1;
         if (!has) {
             p->setPen(pen(colorOf(s, AverageColor), 1.0, Qt::DotLine));
             p->drawLine(QPointF(x0, y), QPointF(x0 + width, y));
@@ -312,14 +316,15 @@ void BrowseStripPainter::paintClock(QPainter* p, const BrowseStripLayout& l, con
     double secondsOfDay = 0.0;
     if (s.startDateTime.isValid()) {
         secondsOfDay = QTime(0, 0).msecsTo(s.startDateTime.time()) / 1000.0;
-        const QString date = s.startDateTime.addSecs(qint64(std::floor(start))).toString(QStringLiteral("d MMM"));
+        const QString date
+            = s.startDateTime.addSecs(qint64(std::floor(start))).toString(QStringLiteral("d MMM"));
         p->drawText(QPointF(tr.left() + 5, h - 19), date);
     }
     const double from = secondsOfDay + start;
     for (qint64 t = qint64(std::ceil(from / step)) * step; t <= from + v; t += step) {
         const qint64 day = t % 86400;
-        const QString text = QString::asprintf("%2.2i:%2.2i:%2.2i", int(day / 3600),
-            int(day / 60 % 60), int(day % 60));
+        const QString text = QString::asprintf(
+            "%2.2i:%2.2i:%2.2i", int(day / 3600), int(day / 60 % 60), int(day % 60));
         const double x = l.xOfTime(start + (t - from));
         p->drawText(QPointF(x - fm.horizontalAdvance(text) / 2.0, h - 4), text);
     }
@@ -350,7 +355,8 @@ bool BrowseStripPainter::caliperPoint(
     const double rate = s.signal->samplingRate();
     if (s.caliper.inAverage) {
         const int ch = s.caliper.channel;
-        if (ch >= int(s.average.size()) || sample < 0 || sample >= int(s.average[size_t(ch)].size()))
+        if (ch >= int(s.average.size()) || sample < 0
+            || sample >= int(s.average[size_t(ch)].size()))
             return false;
         const std::vector<double>& v = s.average[size_t(ch)];
         *value = v[size_t(sample)];
@@ -387,9 +393,12 @@ void BrowseStripPainter::paintCaliper(QPainter* p, const BrowseStripLayout& l, c
     p->drawEllipse(b, 2.0, 2.0);
     const CaliperReading r = caliperReading(
         c.fromSample, c.toSample, va, vb, s.signal->samplingRate(), s.signal->gainStep());
-    const QString timeText = QString::asprintf("%.0f %s", r.milliseconds, "ms");
+    const QByteArray ms = QCoreApplication::translate("BrowseStripPainter", "ms").toUtf8();
+    const QByteArray mv = QCoreApplication::translate("BrowseStripPainter", "mv").toUtf8();
+    const QByteArray mm = QCoreApplication::translate("BrowseStripPainter", "mm").toUtf8();
+    const QString timeText = QString::asprintf("%.0f %s", r.milliseconds, ms.constData());
     const QString voltText = QString::asprintf(
-        "%.1f %s (%.0f %s)", r.millivolts, "mv", r.standardMillimetres(), "mm");
+        "%.1f %s (%.0f %s)", r.millivolts, mv.constData(), r.standardMillimetres(), mm.constData());
     const QFontMetricsF fm(font, p->device());
     const QColor back(255, 255, 255, 192);
     const double centreX = (a.x() + b.x()) / 2.0;

@@ -101,8 +101,8 @@ void ColumnTrace::colourBeats(
     }
 }
 
-void ColumnTrace::draw(QPainter* painter, int x0, double centreY, double baseline,
-    double pxPerUnit, const QPen& plainPen, const QPen& noisePen) const
+void ColumnTrace::draw(QPainter* painter, int x0, double centreY, double baseline, double pxPerUnit,
+    const QPen& plainPen, const QPen& noisePen) const
 {
     if (!painter || m_lo.empty())
         return;

@@ -95,9 +95,8 @@ void CompressedPagePainter::paintMinuteLabels(QPainter* painter, const Compresse
     painter->setBackground(Qt::white);
     painter->setPen(Qt::gray);
     const QFontMetricsF fm(font, painter->device());
-    const QDateTime origin = recordingStart.isValid()
-        ? recordingStart
-        : QDateTime(QDate(2000, 1, 1), QTime(0, 0));
+    const QDateTime origin
+        = recordingStart.isValid() ? recordingStart : QDateTime(QDate(2000, 1, 1), QTime(0, 0));
     const qint64 startMs = qint64(std::llround(g.startSeconds() * 1000.0));
     if (recordingStart.isValid()) {
         const QString date = recordingStart.addSecs(qint64(std::floor(g.startSeconds())))
@@ -130,8 +129,8 @@ void CompressedPagePainter::paintColumnRows(QPainter* painter, const CompressedP
     const double secondsPerColumn = g.rowSeconds() / width;
     const double pxPerUnit = source->gainStep() * g.pixelsPerMillivolt();
     const QPen plain(QBrush(m_style.trace.color), 0, Qt::SolidLine, Qt::FlatCap, Qt::BevelJoin);
-    const QPen noisePen(QBrush(QColor(255, 128, 0, 128)), 2.0, Qt::SolidLine, Qt::SquareCap,
-        Qt::BevelJoin);
+    const QPen noisePen(
+        QBrush(QColor(255, 128, 0, 128)), 2.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing, false);
     for (int row = 0; row < g.rowCount(); ++row) {

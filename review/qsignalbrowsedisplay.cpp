@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <cmath>
 
-
 QSignalBrowseDisplay::QSignalBrowseDisplay(QWidget* parent)
     : QWidget(parent)
     , m_pixmap(std::make_unique<QPixmap>())
@@ -25,7 +24,8 @@ QSignalBrowseDisplay::QSignalBrowseDisplay(QWidget* parent)
     setAttribute(Qt::WA_OpaquePaintEvent);
     m_scrollBar = new QScrollBar(Qt::Horizontal, this);
     m_scrollBar->setFocusPolicy(Qt::ClickFocus);
-    connect(m_scrollBar, &QScrollBar::valueChanged, this, &QSignalBrowseDisplay::scrollValueChanged);
+    connect(
+        m_scrollBar, &QScrollBar::valueChanged, this, &QSignalBrowseDisplay::scrollValueChanged);
     updateScrollBar();
 }
 
@@ -265,8 +265,8 @@ void QSignalBrowseDisplay::rebuild()
     if (m_gridPixmap->size() != m_pixmap->size()) {
         *m_gridPixmap = QPixmap(m_pixmap->size());
         QPainter gp(m_gridPixmap.get());
-        BrowseStripPainter::paintGrid(
-            &gp, QRectF(QPointF(0, 0), QSizeF(m_pixmap->size())), l.pxPerCm(), m_gridStyle, m_colors);
+        BrowseStripPainter::paintGrid(&gp, QRectF(QPointF(0, 0), QSizeF(m_pixmap->size())),
+            l.pxPerCm(), m_gridStyle, m_colors);
     }
     QPainter p(m_pixmap.get());
     p.drawPixmap(0, 0, *m_gridPixmap);

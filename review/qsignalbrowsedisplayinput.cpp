@@ -215,13 +215,26 @@ void QSignalBrowseDisplay::scrollByKey(int key)
 {
     QScrollBar* s = m_scrollBar;
     switch (key) {
-    case Qt::Key_PageDown: s->triggerAction(QAbstractSlider::SliderPageStepAdd); break;
-    case Qt::Key_PageUp: s->triggerAction(QAbstractSlider::SliderPageStepSub); break;
-    case Qt::Key_Right: s->triggerAction(QAbstractSlider::SliderSingleStepAdd); break;
-    case Qt::Key_Left: s->triggerAction(QAbstractSlider::SliderSingleStepSub); break;
-    case Qt::Key_Home: s->triggerAction(QAbstractSlider::SliderToMinimum); break;
-    case Qt::Key_End: s->triggerAction(QAbstractSlider::SliderToMaximum); break;
-    default: break;
+    case Qt::Key_PageDown:
+        s->triggerAction(QAbstractSlider::SliderPageStepAdd);
+        break;
+    case Qt::Key_PageUp:
+        s->triggerAction(QAbstractSlider::SliderPageStepSub);
+        break;
+    case Qt::Key_Right:
+        s->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+        break;
+    case Qt::Key_Left:
+        s->triggerAction(QAbstractSlider::SliderSingleStepSub);
+        break;
+    case Qt::Key_Home:
+        s->triggerAction(QAbstractSlider::SliderToMinimum);
+        break;
+    case Qt::Key_End:
+        s->triggerAction(QAbstractSlider::SliderToMaximum);
+        break;
+    default:
+        break;
     }
 }
 
@@ -251,9 +264,14 @@ bool QSignalBrowseDisplay::moveCurrentByKey(int key, bool shift)
                 ? (target = b, true)
                 : (m_beats->previousBeat(b.index, target) || m_beats->firstBeat(target));
         break;
-    case Qt::Key_Home: found = m_beats->firstBeat(target); break;
-    case Qt::Key_End: found = m_beats->lastBeat(target); break;
-    default: return false;
+    case Qt::Key_Home:
+        found = m_beats->firstBeat(target);
+        break;
+    case Qt::Key_End:
+        found = m_beats->lastBeat(target);
+        break;
+    default:
+        return false;
     }
     if (!found)
         return true;

@@ -246,13 +246,27 @@ void QSignalCompressedDisplay::keyPressEvent(QKeyEvent* event)
 {
     QScrollBar* s = m_scrollBar;
     switch (event->key()) {
-    case Qt::Key_PageDown: s->triggerAction(QAbstractSlider::SliderPageStepAdd); break;
-    case Qt::Key_PageUp: s->triggerAction(QAbstractSlider::SliderPageStepSub); break;
-    case Qt::Key_Down: s->triggerAction(QAbstractSlider::SliderSingleStepAdd); break;
-    case Qt::Key_Up: s->triggerAction(QAbstractSlider::SliderSingleStepSub); break;
-    case Qt::Key_Home: s->triggerAction(QAbstractSlider::SliderToMinimum); break;
-    case Qt::Key_End: s->triggerAction(QAbstractSlider::SliderToMaximum); break;
-    default: QWidget::keyPressEvent(event); return;
+    case Qt::Key_PageDown:
+        s->triggerAction(QAbstractSlider::SliderPageStepAdd);
+        break;
+    case Qt::Key_PageUp:
+        s->triggerAction(QAbstractSlider::SliderPageStepSub);
+        break;
+    case Qt::Key_Down:
+        s->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+        break;
+    case Qt::Key_Up:
+        s->triggerAction(QAbstractSlider::SliderSingleStepSub);
+        break;
+    case Qt::Key_Home:
+        s->triggerAction(QAbstractSlider::SliderToMinimum);
+        break;
+    case Qt::Key_End:
+        s->triggerAction(QAbstractSlider::SliderToMaximum);
+        break;
+    default:
+        QWidget::keyPressEvent(event);
+        return;
     }
 }
 

@@ -22,9 +22,8 @@ inline std::unique_ptr<MemorySource> spikeSource(double seconds, int channels = 
         ch.resize(size_t(n));
         for (qint64 i = 0; i < n; ++i) {
             // Five samples centred on the second.
-            ch[size_t(i)] = (i + 2 >= kRate && (i + 2) % kRate < 5)
-                ? displaytest::kOneMillivolt
-                : 0;
+            ch[size_t(i)]
+                = (i + 2 >= kRate && (i + 2) % kRate < 5) ? displaytest::kOneMillivolt : 0;
         }
     }
     auto s = std::make_unique<MemorySource>(kRate, 1024, data);

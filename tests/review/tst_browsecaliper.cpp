@@ -51,8 +51,7 @@ TEST_F(CaliperTest, MeasuresMillisecondsAndMillivoltsBetweenPressAndPointer)
         double from, to, ms, mv;
     } cases[] = {
         { 1.0, 1.5, 500.0, 0.25 }, // half a second up the ramp: 0.5 s x 0.5 mV/s
-        { 2.0, 2.2, 200.0, 0.10 },
-        { 3.5, 1.5, 2000.0, 1.00 }, // backwards: absolute values
+        { 2.0, 2.2, 200.0, 0.10 }, { 3.5, 1.5, 2000.0, 1.00 }, // backwards: absolute values
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.from);
@@ -60,8 +59,8 @@ TEST_F(CaliperTest, MeasuresMillisecondsAndMillivoltsBetweenPressAndPointer)
         CaliperReading r;
         ASSERT_TRUE(m_display.caliperReading(&r));
         EXPECT_EQ(r.milliseconds, 0.0); // a tick, no measure yet
-        sendMouse(&m_display, QEvent::MouseButtonPress, at(c.from, 1), Qt::LeftButton,
-            Qt::LeftButton);
+        sendMouse(
+            &m_display, QEvent::MouseButtonPress, at(c.from, 1), Qt::LeftButton, Qt::LeftButton);
         sendMouse(&m_display, QEvent::MouseMove, at(c.from, 1), Qt::NoButton, Qt::LeftButton);
         sendMouse(&m_display, QEvent::MouseMove, at(c.to, 1), Qt::NoButton, Qt::LeftButton);
         ASSERT_TRUE(m_display.caliperReading(&r));
@@ -73,8 +72,8 @@ TEST_F(CaliperTest, MeasuresMillisecondsAndMillivoltsBetweenPressAndPointer)
         sendMouse(&m_display, QEvent::MouseMove, at(c.to, 1), Qt::NoButton, Qt::NoButton);
         ASSERT_TRUE(m_display.caliperReading(&r));
         EXPECT_NEAR(r.milliseconds, c.ms, 15.0);
-        sendMouse(&m_display, QEvent::MouseButtonRelease, at(c.to, 1), Qt::LeftButton,
-            Qt::NoButton);
+        sendMouse(
+            &m_display, QEvent::MouseButtonRelease, at(c.to, 1), Qt::LeftButton, Qt::NoButton);
         sendMouse(&m_display, QEvent::MouseMove, at(c.to, 1), Qt::NoButton, Qt::NoButton);
         ASSERT_TRUE(m_display.caliperReading(&r));
         EXPECT_EQ(r.milliseconds, 0.0);

@@ -50,7 +50,8 @@ TEST_F(BrowseDisplayTest, ClickPicksTheBeatWithinAFifthOfASecondAndClearsElsewhe
     {
         double at;
         int expected;
-    } cases[] = { { 3.0, 2 }, { 3.15, 2 }, { 4.85, 4 }, { 4.15, 3 }, { 6.0, 5 }, { 6.5, -1 }, { 7.3, -1 } };
+    } cases[] = { { 3.0, 2 }, { 3.15, 2 }, { 4.85, 4 }, { 4.15, 3 }, { 6.0, 5 }, { 6.5, -1 },
+        { 7.3, -1 } };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.at);
         m_display.setSelectedBeat(0); // something to change from
@@ -224,7 +225,8 @@ TEST_F(BrowseDisplayTest, MiddleButtonPansThePaperWithTheHand)
     EXPECT_NEAR(m_display.scrollBarWidget()->value(), 2200, 5);
     sendMouse(&m_display, QEvent::MouseButtonRelease, to, Qt::MiddleButton, Qt::NoButton);
     m_display.setStartTime(0.5);
-    sendMouse(&m_display, QEvent::MouseButtonPress, pointAt(2.0), Qt::MiddleButton, Qt::MiddleButton);
+    sendMouse(
+        &m_display, QEvent::MouseButtonPress, pointAt(2.0), Qt::MiddleButton, Qt::MiddleButton);
     sendMouse(&m_display, QEvent::MouseMove, pointAt(10.0), Qt::NoButton, Qt::MiddleButton);
     EXPECT_EQ(m_display.startTime(), 0.0); // not before the recording
 }

@@ -78,7 +78,8 @@ TEST_P(StripPaperTest, OneSecondAndOneMillivoltMeasureTheirMillimetresOnTheDevic
     const int mid = (base + top) / 2;
     int runStart = -1;
     for (int x = 0; x <= img.width(); ++x) {
-        const bool ink = x < img.width() && countPixels(img, QRect(x, top, 1, mid - top + 1), inked) > 0;
+        const bool ink
+            = x < img.width() && countPixels(img, QRect(x, top, 1, mid - top + 1), inked) > 0;
         if (ink && runStart < 0)
             runStart = x;
         if (!ink && runStart >= 0) {
@@ -116,8 +117,7 @@ TEST(StripLayoutTest, AverageColumnTakesItsSecondsAndFiveMillimetresFromTheTrace
     } cases[] = {
         { 0.0, 25.0, 10.0, 0 },
         { 0.8, 25.0, 9.0, 80 + 20 }, // trunc(1000 * 0.8 / 10) + half a centimetre
-        { 0.8, 50.0, 4.1, 160 + 20 },
-        { 0.8, 12.5, 18.8, 40 + 20 },
+        { 0.8, 50.0, 4.1, 160 + 20 }, { 0.8, 12.5, 18.8, 40 + 20 },
         { 10.0, 25.0, 0.0, 1000 + 20 }, // nothing left for traces
     };
     for (const Case& c : cases) {
@@ -209,7 +209,8 @@ TEST(StripPaintTest, ASteepEdgeBetweenColumnsStaysOneUnbrokenStroke)
     BrowseStripPainter::paint(&p, l, scene);
     p.end();
     const int low = int(l.sampleY(0, 0, scene.channelBaseline[0]));
-    const int high = int(l.sampleY(0, displaytest::kOneMillivolt * 3 / 2, scene.channelBaseline[0]));
+    const int high
+        = int(l.sampleY(0, displaytest::kOneMillivolt * 3 / 2, scene.channelBaseline[0]));
     ASSERT_GT(low - high, 50);
     for (int edge = 1; edge < 70; ++edge) {
         const int x = int(l.xOfTime(edge * 0.1));

@@ -50,8 +50,7 @@ GalleryStudy::GalleryStudy(const QString& root)
         throw std::runtime_error("the simulated study could not be opened");
     StudyProcessing processing(*m_repository, m_study, ProcessingOptions());
     if (processing.runAndWait() != ProcessingOutcome::Done)
-        throw std::runtime_error(
-            ("processing failed: " + processing.errorMessage()).toStdString());
+        throw std::runtime_error(("processing failed: " + processing.errorMessage()).toStdString());
     computeStudyResults(*m_study, AnalysisParams(), false);
     m_events = std::make_unique<EventCatalog>(m_study);
 }

@@ -94,8 +94,8 @@ private:
 
 void move(QWidget& w, const QPoint& at, Qt::MouseButtons buttons)
 {
-    QMouseEvent e(QEvent::MouseMove, QPointF(at), QPointF(w.mapToGlobal(at)), Qt::NoButton,
-        buttons, Qt::NoModifier);
+    QMouseEvent e(QEvent::MouseMove, QPointF(at), QPointF(w.mapToGlobal(at)), Qt::NoButton, buttons,
+        Qt::NoModifier);
     QApplication::sendEvent(&w, &e);
 }
 
@@ -124,12 +124,12 @@ void run(const QString& outDir)
     }
     g.strip("strip_25mms_10mmmV_vt_run", GalleryStudy::kVtSeconds - 2.0, 25.0, 10.0);
     g.strip("strip_25mms_10mmmV_af_onset", GalleryStudy::kAfSeconds - 4.0, 25.0, 10.0);
-    g.strip("strip_25mms_10mmmV_muscle_noise", GalleryStudy::kMuscleNoiseSeconds + 10.0, 25.0,
-        10.0);
+    g.strip(
+        "strip_25mms_10mmmV_muscle_noise", GalleryStudy::kMuscleNoiseSeconds + 10.0, 25.0, 10.0);
     g.strip("strip_25mms_10mmmV_electrode_off_lead2", GalleryStudy::kElectrodeOffSeconds - 4.0,
         25.0, 10.0);
-    g.strip("strip_12_5mms_10mmmV_muscle_noise_gaps", GalleryStudy::kMuscleNoiseSeconds - 5.0,
-        12.5, 10.0);
+    g.strip("strip_12_5mms_10mmmV_muscle_noise_gaps", GalleryStudy::kMuscleNoiseSeconds - 5.0, 12.5,
+        10.0);
 
     // The running average beat beside the traces.
     RecentBeatWindow average(20.0, true, study.study().signal());
@@ -141,8 +141,8 @@ void run(const QString& outDir)
                 if (b.isBeat)
                     average.push(b);
     }
-    g.strip("strip_25mms_10mmmV_average_beat_column", 300.0, 25.0, 10.0,
-        [&](QSignalBrowseDisplay& d) {
+    g.strip(
+        "strip_25mms_10mmmV_average_beat_column", 300.0, 25.0, 10.0, [&](QSignalBrowseDisplay& d) {
             d.setAverageBeat(&average);
             d.setShowAverageBeat(true);
         });
