@@ -97,7 +97,14 @@ TEST_P(StripPaperTest, OneSecondAndOneMillivoltMeasureTheirMillimetresOnTheDevic
 INSTANTIATE_TEST_SUITE_P(SpeedsGainsAndResolutions, StripPaperTest,
     ::testing::Values(PaperCase { 25.0, 10.0, 4000 }, PaperCase { 12.5, 5.0, 4000 },
         PaperCase { 50.0, 20.0, 4000 }, PaperCase { 25.0, 10.0, 12000 }, // polyline way
-        PaperCase { 50.0, 5.0, 12000 }, PaperCase { 12.5, 20.0, 3000 }));
+        PaperCase { 50.0, 5.0, 12000 }, PaperCase { 12.5, 20.0, 3000 }),
+    [](const ::testing::TestParamInfo<PaperCase>& info) {
+        return QString("speed%1_gain%2_dpm%3")
+            .arg(info.param.speed * 10)
+            .arg(info.param.gain)
+            .arg(info.param.dotsPerMetre)
+            .toStdString();
+    });
 
 TEST(StripLayoutTest, AverageColumnTakesItsSecondsAndFiveMillimetresFromTheTraces)
 {
