@@ -6,6 +6,8 @@
 #   ./dev.sh test   install what is missing, build, run every test
 #   ./dev.sh build  install what is missing and build only
 #   ./dev.sh bench  build and run the benchmarks
+#   ./dev.sh gallery [OUTDIR]  build, then write a PNG of every view of the workstation
+#                   (default OUTDIR: build/gallery) from a simulated one-hour study
 set -euo pipefail
 
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
@@ -75,6 +77,12 @@ run)
     "$cli" evaluate --fs 500 "$demo/card/truth.atr" "$demo/beats.atr" | sed -n '1,5p'
     echo "dev.sh: report: $demo/report.pdf   results: $demo/results.json" >&2
     ;;
+gallery)
+    install_missing
+    configure_and_build
+    out="${1:-$build/gallery}"
+    QT_QPA_PLATFORM=offscreen "$build/tools/gallery/holter-gallery" "$out"
+    ;;
 gui)
     install_missing
     configure_and_build
@@ -85,7 +93,7 @@ gui)
     exec "$build/shell/holter-ecg" "$@"
     ;;
 *)
-    echo "usage: ./dev.sh run|gui|test|build|bench" >&2
+    echo "usage: ./dev.sh run|gui|test|build|bench|gallery [OUTDIR]" >&2
     exit 2
     ;;
 esac

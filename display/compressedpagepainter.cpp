@@ -1,10 +1,13 @@
 #include "display/compressedpagepainter.h"
 
+#include "display/columntrace.h"
 #include "display/compressedpagegeometry.h"
+#include "store/signalsource.h"
 
 #include <QFontMetricsF>
 #include <QPainter>
 
+#include <algorithm>
 #include <cmath>
 
 CompressedPagePainter::Style CompressedPagePainter::paperStyle()
@@ -77,6 +80,73 @@ void CompressedPagePainter::paintIntervals(
         painter->fillRect(QRectF(x, baseline - fm.height(), width, fm.height()), interval.color);
         painter->setPen(Qt::black);
         painter->drawText(QPointF(x + 2, baseline - fm.descent()), interval.text);
+    }
+    painter->restore();
+}
+
+void CompressedPagePainter::paintMinuteLabels(QPainter* painter, const CompressedPageGeometry& g,
+    const QDateTime& recordingStart, const QFont& font)
+{
+    if (!painter)
+        return;
+    painter->save();
+    painter->setFont(font);
+    painter->setBackgroundMode(Qt::OpaqueMode);
+    painter->setBackground(Qt::white);
+    painter->setPen(Qt::gray);
+    const QFontMetricsF fm(font, painter->device());
+    const QDateTime origin
+        = recordingStart.isValid() ? recordingStart : QDateTime(QDate(2000, 1, 1), QTime(0, 0));
+    const qint64 startMs = qint64(std::llround(g.startSeconds() * 1000.0));
+    if (recordingStart.isValid()) {
+        const QString date = recordingStart.addSecs(qint64(std::floor(g.startSeconds())))
+                                 .toString(QStringLiteral(" d MMM "));
+        painter->drawText(QPointF(fm.horizontalAdvance(QStringLiteral(" 00:00 ")) + 10,
+                              g.traceArea().top() + fm.height()),
+            date);
+    }
+    for (int row = 0; row < g.rowCount(); ++row) {
+        const QDateTime clock
+            = origin.addMSecs(startMs + qint64(std::llround(row * g.rowSeconds() * 1000.0)));
+        if (clock.time().second() != 0)
+            continue;
+        painter->drawText(QPointF(g.traceArea().left(), g.rowRect(row).top() + fm.height()),
+            clock.toString(QStringLiteral(" HH:mm ")));
+    }
+    painter->restore();
+}
+
+void CompressedPagePainter::paintColumnRows(QPainter* painter, const CompressedPageGeometry& g,
+    SignalSource* source, int channel, BeatList* beats,
+    const QVector<QPair<double, double>>& noise) const
+{
+    if (!painter || !source || channel < 0 || channel >= source->channelCount()
+        || source->samplingRate() <= 0 || g.rowSeconds() <= 0.0)
+        return;
+    const int rate = source->samplingRate();
+    const int width = int(g.traceArea().width());
+    const qint64 perRow = qint64(rate * g.rowSeconds() + 0.5);
+    const double secondsPerColumn = g.rowSeconds() / width;
+    const double pxPerUnit = source->gainStep() * g.pixelsPerMillivolt();
+    const QPen plain(QBrush(m_style.trace.color), 0, Qt::SolidLine, Qt::FlatCap, Qt::BevelJoin);
+    const QPen noisePen(
+        QBrush(QColor(255, 128, 0, 128)), 2.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing, false);
+    for (int row = 0; row < g.rowCount(); ++row) {
+        const double rowStart = g.rowStartSeconds(row);
+        const qint64 first = qint64(rate * rowStart + 0.5);
+        const qint64 left = std::min(perRow, source->sampleCount() - first);
+        if (left <= 0 || perRow <= 0)
+            break;
+        const int columns = int(left * width / perRow);
+        ColumnTrace trace(source->channel(channel), first, left, columns, m_style.trace.color);
+        trace.colourBeats(beats, rowStart, secondsPerColumn, m_style.trace.paleGaps);
+        for (const auto& n : noise)
+            trace.markNoisy(
+                (n.first - rowStart) / secondsPerColumn, (n.second - rowStart) / secondsPerColumn);
+        trace.draw(painter, int(g.traceArea().left()), g.rowBaselineYPx(row), trace.midBaseline(),
+            pxPerUnit, plain, noisePen);
     }
     painter->restore();
 }

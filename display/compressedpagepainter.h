@@ -5,6 +5,7 @@
 #include <QColor>
 #include <QDateTime>
 #include <QFont>
+#include <QPair>
 #include <QRectF>
 #include <QString>
 #include <QVector>
@@ -60,9 +61,22 @@ public:
         double untilSeconds = std::numeric_limits<double>::infinity(),
         BeatList* beats = nullptr) const;
 
+    // The screen's page: each row one stroke per pixel column about the mean of its columns,
+    // beats coloured by type and unanalysed stretches pale, `noise` stretches (seconds) with the
+    // noise pen. Rows past the recording's end stay empty.
+    void paintColumnRows(QPainter* painter, const CompressedPageGeometry& geometry,
+        SignalSource* source, int channel, BeatList* beats,
+        const QVector<QPair<double, double>>& noise = {}) const;
+
     // Backgrounds over the rows each interval covers, its text above its start.
     void paintIntervals(QPainter* painter, const CompressedPageGeometry& geometry,
         const QVector<Interval>& intervals) const;
+
+    // On screen: " HH:mm " at the left of each row that starts on a whole minute, and the date
+    // " d MMM " on the first row, over an opaque white background. Without a recording start the
+    // clock counts from midnight of 1 January 2000.
+    static void paintMinuteLabels(QPainter* painter, const CompressedPageGeometry& geometry,
+        const QDateTime& recordingStart, const QFont& font);
 
     // The wall clock of a recording time; with no recording start, the time of day from
     // midnight.

@@ -69,4 +69,26 @@ Libere al menos 500 MB para descargar un nuevo estudio.</translation>
         <translation>%1 ya se está ejecutando</translation>
     </message>
 </context>
+<context>
+    <name>BrowseStripPainter</name>
+    <message>
+        <source>ms</source>
+        <translation>ms</translation>
+    </message>
+    <message>
+        <source>mv</source>
+        <translation>mV</translation>
+    </message>
+    <message>
+        <source>mm</source>
+        <translation>mm</translation>
+    </message>
+</context>
+<context>
+    <name>QSignalCompressedDisplay</name>
+    <message>
+        <source>%1x</source>
+        <translation>%1x</translation>
+    </message>
+</context>
 </TS>
