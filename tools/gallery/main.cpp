@@ -4,6 +4,7 @@
 
 #include "analysis/recentbeatwindow.h"
 #include "results/eventcatalog.h"
+#include "resources/applicationinfo.h"
 #include "review/qsignalbrowsedisplay.h"
 #include "review/qsignalcompresseddisplay.h"
 #include "shell/mainwindow.h"
@@ -200,6 +201,8 @@ int main(int argc, char** argv)
     qputenv("XDG_DATA_HOME", home.filePath("data").toUtf8());
     qputenv("XDG_CONFIG_HOME", home.filePath("config").toUtf8());
     QApplication app(argc, argv);
+    // The launcher shows the real name and version; settings still go to the temporary home.
+    ApplicationInfo::apply();
     if (argc != 2) {
         std::fprintf(stderr, "usage: holter-gallery OUTDIR\n");
         return 2;
