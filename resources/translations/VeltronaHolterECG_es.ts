@@ -2,6 +2,135 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="es_ES">
 <context>
+    <name>BrowseStripPainter</name>
+    <message>
+        <source>ms</source>
+        <translation>ms</translation>
+    </message>
+    <message>
+        <source>mv</source>
+        <translation>mV</translation>
+    </message>
+    <message>
+        <source>mm</source>
+        <translation>mm</translation>
+    </message>
+</context>
+<context>
+    <name>CardSignalFile</name>
+    <message>
+        <source>Cannot open file in memory card %1</source>
+        <translation>No se puede abrir el archivo de la tarjeta de memoria %1</translation>
+    </message>
+    <message>
+        <source>File in memory card %1 may be corrupted.
+Please contact technical support.</source>
+        <translation>El archivo de la tarjeta de memoria %1 puede estar dañado.
+Póngase en contacto con el servicio técnico.</translation>
+    </message>
+    <message>
+        <source>Invalid data offset for file %1</source>
+        <translation>Desplazamiento de datos no válido en el archivo %1</translation>
+    </message>
+    <message>
+        <source>Cannot open file %1</source>
+        <translation>No se puede abrir el archivo %1</translation>
+    </message>
+    <message>
+        <source>unsupported (file %1 is read only)</source>
+        <translation>no admitido (el archivo %1 es de solo lectura)</translation>
+    </message>
+</context>
+<context>
+    <name>Decoder</name>
+    <message>
+        <source>Annotation file %1 is not valid: %2 (at byte %3).</source>
+        <translation>El archivo de anotaciones %1 no es válido: %2 (en el byte %3).</translation>
+    </message>
+</context>
+<context>
+    <name>EventCatalog</name>
+    <message>
+        <source>Tachycardia</source>
+        <translation>Taquicardia</translation>
+    </message>
+    <message>
+        <source>Bradycardia</source>
+        <translation>Bradicardia</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pausa</translation>
+    </message>
+    <message>
+        <source>Bigeminy</source>
+        <translation>Bigeminismo</translation>
+    </message>
+    <message>
+        <source>Trigeminy</source>
+        <translation>Trigeminismo</translation>
+    </message>
+    <message>
+        <source>PVC couplet</source>
+        <translation>Duplete de EV</translation>
+    </message>
+    <message>
+        <source>PVC triplet</source>
+        <translation>Triplete de EV</translation>
+    </message>
+    <message>
+        <source>PVC tachy</source>
+        <translation>Taquicardia ventricular</translation>
+    </message>
+    <message>
+        <source>SVPB couplet</source>
+        <translation>Duplete de ESV</translation>
+    </message>
+    <message>
+        <source>SVPB triplet</source>
+        <translation>Triplete de ESV</translation>
+    </message>
+    <message>
+        <source>SVPB tachy</source>
+        <translation>Taquicardia supraventricular</translation>
+    </message>
+    <message>
+        <source>Atrial fibrillation</source>
+        <translation>Fibrilación auricular</translation>
+    </message>
+    <message>
+        <source>%1 secs.</source>
+        <translation>%1 seg.</translation>
+    </message>
+    <message>
+        <source>%1 beats, %2 secs.</source>
+        <translation>%1 latidos, %2 seg.</translation>
+    </message>
+</context>
+<context>
+    <name>ImportPatient</name>
+    <message>
+        <source>the last name</source>
+        <translation>el apellido</translation>
+    </message>
+    <message>
+        <source>the first name</source>
+        <translation>el nombre</translation>
+    </message>
+    <message>
+        <source>a valid date after the year 2000</source>
+        <translation>una fecha válida posterior al año 2000</translation>
+    </message>
+    <message>
+        <source>The study needs %1.</source>
+        <translation>El estudio necesita %1.</translation>
+    </message>
+    <message>
+        <source>, </source>
+        <translation>, </translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>v %1</source>
@@ -45,6 +174,109 @@ Please free at least 500 MB to download a new study.</source>
         <translation>No hay suficiente espacio libre en el disco.
 Libere al menos 500 MB para descargar un nuevo estudio.</translation>
     </message>
+    <message>
+        <source>Study %1 does not exist</source>
+        <translation>El estudio %1 no existe</translation>
+    </message>
+    <message>
+        <source>Study file was succesfully exported to folder: %1</source>
+        <translation>El estudio se exportó correctamente a la carpeta: %1</translation>
+    </message>
+    <message>
+        <source>Study file could not be exported to folder: %1
+Please check shared folder access with your network administrator.</source>
+        <translation>No se pudo exportar el estudio a la carpeta: %1
+Compruebe el acceso a la carpeta compartida con su administrador de red.</translation>
+    </message>
+</context>
+<context>
+    <name>QSignalCompressedDisplay</name>
+    <message>
+        <source>%1x</source>
+        <translation>%1x</translation>
+    </message>
+</context>
+<context>
+    <name>ReportDialog</name>
+    <message>
+        <source>Report file could not be exported to folder: %1
+Please check shared folder access with your network administrator.</source>
+        <translation>No se pudo exportar el informe a la carpeta: %1
+Compruebe el acceso a la carpeta compartida con su administrador de red.</translation>
+    </message>
+</context>
+<context>
+    <name>StudyProcessor</name>
+    <message>
+        <source>Processing %1 of %2: Beat detection</source>
+        <translation>Procesando %1 de %2: Detección de latidos</translation>
+    </message>
+    <message>
+        <source>Processing %1 of %2: Noise checking</source>
+        <translation>Procesando %1 de %2: Comprobación de ruido</translation>
+    </message>
+    <message>
+        <source>Processing %1 of %2: Beat classification</source>
+        <translation>Procesando %1 de %2: Clasificación de latidos</translation>
+    </message>
+    <message>
+        <source>Processing %1 of %2: Type assignment</source>
+        <translation>Procesando %1 de %2: Asignación de tipos</translation>
+    </message>
+    <message>
+        <source>Processing %1 of %2: Additional noise removal</source>
+        <translation>Procesando %1 de %2: Eliminación adicional de ruido</translation>
+    </message>
+    <message>
+        <source>Processing failed</source>
+        <translation>Error en el procesamiento</translation>
+    </message>
+</context>
+<context>
+    <name>TReportEngine</name>
+    <message>
+        <source>Cannot read report template %1: %2</source>
+        <translation>No se puede leer la plantilla de informe %1: %2</translation>
+    </message>
+    <message>
+        <source>Bad report template: %1</source>
+        <translation>Plantilla de informe incorrecta: %1</translation>
+    </message>
+</context>
+<context>
+    <name>WfdbAnnotation</name>
+    <message>
+        <source>a SKIP interval is cut off</source>
+        <translation>un intervalo SKIP está cortado</translation>
+    </message>
+    <message>
+        <source>SUB without an annotation</source>
+        <translation>SUB sin anotación</translation>
+    </message>
+    <message>
+        <source>AUX without an annotation</source>
+        <translation>AUX sin anotación</translation>
+    </message>
+    <message>
+        <source>AUX text runs past the end</source>
+        <translation>el texto AUX sobrepasa el final</translation>
+    </message>
+    <message>
+        <source>an annotation lies before the start of the record</source>
+        <translation>una anotación está antes del inicio del registro</translation>
+    </message>
+    <message>
+        <source>time goes backwards</source>
+        <translation>el tiempo retrocede</translation>
+    </message>
+    <message>
+        <source>it ends without an end mark</source>
+        <translation>termina sin marca de fin</translation>
+    </message>
+    <message>
+        <source>it has an odd length</source>
+        <translation>tiene una longitud impar</translation>
+    </message>
 </context>
 <context>
     <name>main</name>
@@ -67,28 +299,6 @@ Libere al menos 500 MB para descargar un nuevo estudio.</translation>
     <message>
         <source>%1 is already running</source>
         <translation>%1 ya se está ejecutando</translation>
-    </message>
-</context>
-<context>
-    <name>BrowseStripPainter</name>
-    <message>
-        <source>ms</source>
-        <translation>ms</translation>
-    </message>
-    <message>
-        <source>mv</source>
-        <translation>mV</translation>
-    </message>
-    <message>
-        <source>mm</source>
-        <translation>mm</translation>
-    </message>
-</context>
-<context>
-    <name>QSignalCompressedDisplay</name>
-    <message>
-        <source>%1x</source>
-        <translation>%1x</translation>
     </message>
 </context>
 </TS>
