@@ -7,6 +7,7 @@
 #include <QLineF>
 #include <QPainter>
 #include <QPainterPath>
+#include <QRegion>
 
 #include <algorithm>
 #include <cmath>
@@ -158,30 +159,49 @@ void TracePainter::paintPolyline(QPainter* painter, const StripGeometry& g, cons
     painter->setRenderHint(QPainter::Antialiasing, m_style.antialias);
     QPen pen(QBrush(m_style.color), m_style.widthMm * g.pixelsPerMillimetre(), Qt::SolidLine,
         m_style.cap, Qt::BevelJoin);
-    painter->setPen(pen);
-    painter->drawPath(path);
-    if (marked.isEmpty())
+    if (marked.isEmpty()) {
+        painter->setPen(pen);
+        painter->drawPath(path);
         return;
-    // Each marked stretch is the same path again, clipped to the stretch.
+    }
+    // Each marked stretch is the same path again, clipped to the stretch; noise stretches are
+    // kept clear of the other pens, so that the noise pen replaces the trace as a column does.
     const double pad = std::max({ pen.widthF(), m_style.noiseWidthPx, 1.0 }) + 1.0;
     const QRectF box = path.boundingRect().adjusted(0, -pad, 0, pad);
+    auto span = [&](const Stretch& m) {
+        const double x0 = std::max(g.mapTimeToX(m.fromSeconds), g.leftPx());
+        const double x1 = std::min(g.mapTimeToX(m.toSeconds), g.leftPx() + g.widthPx());
+        return x1 > x0 ? QRectF(x0, box.top(), x1 - x0, box.height()) : QRectF();
+    };
+    QRegion noise;
+    for (const Stretch& m : marked) {
+        if (m.noise && !span(m).isEmpty())
+            noise += span(m).toAlignedRect();
+    }
+    auto draw = [&](const QRectF& clip, const QPen& p, bool keepOffNoise) {
+        painter->save();
+        if (!clip.isEmpty())
+            painter->setClipRect(clip, Qt::IntersectClip);
+        if (keepOffNoise && !noise.isEmpty())
+            painter->setClipRegion(
+                QRegion(box.toAlignedRect()).subtracted(noise), Qt::IntersectClip);
+        painter->setPen(p);
+        painter->drawPath(path);
+        painter->restore();
+    };
+    draw(QRectF(), pen, true);
     const QPen noisePen(QBrush(m_style.noiseColor), m_style.noiseWidthPx, Qt::SolidLine,
         Qt::SquareCap, Qt::BevelJoin);
     for (const Stretch& m : marked) {
-        const double x0 = std::max(g.mapTimeToX(m.fromSeconds), g.leftPx());
-        const double x1 = std::min(g.mapTimeToX(m.toSeconds), g.leftPx() + g.widthPx());
-        if (x1 <= x0)
+        const QRectF clip = span(m);
+        if (clip.isEmpty())
             continue;
-        painter->save();
-        painter->setClipRect(QRectF(x0, box.top(), x1 - x0, box.height()), Qt::IntersectClip);
         if (m.noise) {
-            painter->setPen(noisePen);
+            draw(clip, noisePen, false);
         } else {
             pen.setColor(m.color);
-            painter->setPen(pen);
+            draw(clip, pen, true);
         }
-        painter->drawPath(path);
-        painter->restore();
     }
 }
 
