@@ -217,17 +217,28 @@ void TracePainter::paintColumns(QPainter* painter, const StripGeometry& g, const
     std::vector<double> lo(size_t(columns), 0.0);
     std::vector<double> hi(size_t(columns), 0.0);
     std::vector<char> seen(size_t(columns), 0);
-    for (size_t i = 0; i < n; ++i) {
-        const int c = std::clamp(
-            int(std::floor(s.x0 + double(i) * s.pxPerSample)) - firstColumn, 0, columns - 1);
-        const double v = s.values[i];
-        if (!seen[size_t(c)]) {
-            lo[size_t(c)] = hi[size_t(c)] = v;
+    // Column c holds the samples i with firstColumn + c <= x0 + i * pxPerSample < firstColumn
+    // + c + 1; its bounds come from the column edges, so that the inner loop is a plain min-max.
+    auto firstSampleOf = [&](int c) {
+        const double i = std::ceil((firstColumn + c - s.x0) / s.pxPerSample);
+        return size_t(std::clamp(i, 0.0, double(n)));
+    };
+    size_t a = firstSampleOf(0);
+    for (int c = 0; c < columns; ++c) {
+        const size_t b = c + 1 == columns ? n : std::max(a, firstSampleOf(c + 1));
+        if (b > a) {
+            double l = s.values[a];
+            double h = l;
+            for (size_t i = a + 1; i < b; ++i) {
+                const double v = s.values[i];
+                l = v < l ? v : l;
+                h = v > h ? v : h;
+            }
+            lo[size_t(c)] = l;
+            hi[size_t(c)] = h;
             seen[size_t(c)] = 1;
-        } else {
-            lo[size_t(c)] = std::min(lo[size_t(c)], v);
-            hi[size_t(c)] = std::max(hi[size_t(c)], v);
         }
+        a = b;
     }
     // Each column reaches its neighbour's range, so that a steep QRS stays one unbroken stroke
     // when it jumps between columns. Walking right to left reads each neighbour unextended.
