@@ -1,7 +1,6 @@
 #include "display/browsestrippainter.h"
 
 #include "display/beatlabelpainter.h"
-#include "display/columntrace.h"
 #include "display/gridpainter.h"
 #include "store/beatlist.h"
 #include "store/signalsource.h"
@@ -193,6 +192,17 @@ void BrowseStripPainter::paintSelection(QPainter* p, const BrowseStripLayout& l,
     p->restore();
 }
 
+TracePainter::Style BrowseStripPainter::traceStyle(const Scene& s)
+{
+    TracePainter::Style style;
+    style.color = colorOf(s, TraceColor);
+    style.widthMm = 0.0;
+    style.cap = Qt::SquareCap;
+    style.colorByBeatType = true;
+    style.noiseColor = colorOf(s, NoiseColor);
+    return style;
+}
+
 void BrowseStripPainter::paintTraces(QPainter* p, const BrowseStripLayout& l, const Scene& s)
 {
     SignalSource* src = s.signal;
@@ -200,62 +210,32 @@ void BrowseStripPainter::paintTraces(QPainter* p, const BrowseStripLayout& l, co
     if (rate <= 0)
         return;
     const QRectF tr = l.traceRect();
-    const qint64 first = stripSampleOf(l.input().startSeconds, rate);
-    const qint64 onStrip = stripSampleOf(l.visibleSeconds(), rate);
-    const bool columnWay = onStrip >= l.input().widthPx;
+    const StripGeometry g = l.stripGeometry();
     p->save();
-    p->setRenderHint(QPainter::Antialiasing, !columnWay);
-    if (!columnWay && l.averageWidthPx() != 0) {
+    if (TracePainter::modeFor(g, rate) == TracePainter::Mode::Polyline && l.averageWidthPx() != 0) {
         p->setPen(pen(colorOf(s, TraceColor), 1.0));
         p->drawLine(
             QPointF(l.averageWidthPx(), 0), QPointF(l.averageWidthPx(), l.input().heightPx));
     }
-    const qint64 left = std::max<qint64>(0, std::min(src->sampleCount() - first, onStrip));
-    const int columns = columnWay && onStrip > 0 ? int(left * qint64(tr.width()) / onStrip) : 0;
-
-    const double secondsPerColumn = tr.width() > 0 ? l.visibleSeconds() / tr.width() : 0.0;
-    std::vector<double> samples;
+    const TracePainter traces(traceStyle(s));
+    TracePainter::RowInput in;
+    in.beats = s.beats;
+    in.noiseSeconds = s.noiseIntervals;
     for (int row = 0; row < l.input().visibleChannels.size(); ++row) {
         const int ch = l.input().visibleChannels[row];
-        SignalChannel* channel = src->channel(ch);
-        if (!channel)
+        if (!src->channel(ch))
             continue;
-        const double baseline = s.channelBaseline.value(ch);
-        const double rowTop = l.rowCentreY(row) - l.rowHeightPx() / 2.0;
-        p->save();
+        in.baselineUnits = s.channelBaseline.value(ch);
+        QRectF clip;
         if (s.clipTraces) {
+            const double rowTop = l.rowCentreY(row) - l.rowHeightPx() / 2.0;
             QColor dash = colorOf(s, TraceColor);
             dash.setAlpha(80);
             p->setPen(pen(dash, 1.0, Qt::DashLine));
             p->drawLine(QPointF(tr.left(), rowTop), QPointF(tr.right(), rowTop));
-            p->setClipRect(QRectF(tr.left(), rowTop, tr.width(), l.rowHeightPx()));
+            clip = QRectF(tr.left(), rowTop, tr.width(), l.rowHeightPx());
         }
-        if (columnWay) {
-            ColumnTrace trace(channel, first, left, columns, colorOf(s, TraceColor));
-            trace.colourBeats(s.beats, l.input().startSeconds, secondsPerColumn, false);
-            for (const auto& n : s.noiseIntervals)
-                trace.markNoisy((n.first - l.input().startSeconds) / secondsPerColumn,
-                    (n.second - l.input().startSeconds) / secondsPerColumn);
-            trace.draw(p, int(tr.left()), l.rowCentreY(row), baseline, l.pixelsPerUnit(),
-                pen(colorOf(s, TraceColor), 1.0), pen(colorOf(s, NoiseColor), 2.0));
-        } else {
-            const qint64 last = stripSampleOf(l.input().startSeconds + l.visibleSeconds(), rate);
-            const qint64 n = last - first;
-            if (n > 0) {
-                samples.resize(size_t(n));
-                src->readSamples(ch, first, n, samples.data());
-                QPolygonF line;
-                line.reserve(int(n));
-                const double step = tr.width() / double(n);
-                const qint64 valid = std::min<qint64>(n, src->sampleCount() - first);
-                for (qint64 i = 0; i < valid; ++i)
-                    line << QPointF(
-                        tr.left() + i * step, l.sampleY(row, samples[size_t(i)], baseline));
-                p->setPen(colorOf(s, TraceColor));
-                p->drawPolyline(line);
-            }
-        }
-        p->restore();
+        traces.paintRow(p, clip, g, row, src, in);
     }
     p->restore();
 }

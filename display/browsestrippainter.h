@@ -1,6 +1,7 @@
 #pragma once
 
 #include "display/browsestriplayout.h"
+#include "display/tracepainter.h"
 
 #include <QColor>
 #include <QDateTime>
@@ -85,6 +86,9 @@ public:
         QPainter* painter, const BrowseStripLayout& layout, const Scene& scene);
     // Grid and content: the whole strip, as on screen.
     static void paint(QPainter* painter, const BrowseStripLayout& layout, const Scene& scene);
+
+    // The traces' style: the scene's colours, a cosmetic pen, beats coloured by type.
+    static TracePainter::Style traceStyle(const Scene& scene);
 
     // Where a caliper end lies, device pixels; false when it is off the curve.
     static bool caliperPoint(const BrowseStripLayout& layout, const Scene& scene, int sample,

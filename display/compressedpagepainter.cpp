@@ -1,6 +1,5 @@
 #include "display/compressedpagepainter.h"
 
-#include "display/columntrace.h"
 #include "display/compressedpagegeometry.h"
 #include "store/signalsource.h"
 
@@ -121,32 +120,16 @@ void CompressedPagePainter::paintColumnRows(QPainter* painter, const CompressedP
     const QVector<QPair<double, double>>& noise) const
 {
     if (!painter || !source || channel < 0 || channel >= source->channelCount()
-        || source->samplingRate() <= 0 || g.rowSeconds() <= 0.0)
+        || g.rowSeconds() <= 0.0)
         return;
-    const int rate = source->samplingRate();
-    const int width = int(g.traceArea().width());
-    const qint64 perRow = qint64(rate * g.rowSeconds() + 0.5);
-    const double secondsPerColumn = g.rowSeconds() / width;
-    const double pxPerUnit = source->gainStep() * g.pixelsPerMillivolt();
-    const QPen plain(QBrush(m_style.trace.color), 0, Qt::SolidLine, Qt::FlatCap, Qt::BevelJoin);
-    const QPen noisePen(
-        QBrush(QColor(255, 128, 0, 128)), 2.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
-    painter->save();
-    painter->setRenderHint(QPainter::Antialiasing, false);
-    for (int row = 0; row < g.rowCount(); ++row) {
-        const double rowStart = g.rowStartSeconds(row);
-        const qint64 first = qint64(rate * rowStart + 0.5);
-        const qint64 left = std::min(perRow, source->sampleCount() - first);
-        if (left <= 0 || perRow <= 0)
-            break;
-        const int columns = int(left * width / perRow);
-        ColumnTrace trace(source->channel(channel), first, left, columns, m_style.trace.color);
-        trace.colourBeats(beats, rowStart, secondsPerColumn, m_style.trace.paleGaps);
-        for (const auto& n : noise)
-            trace.markNoisy(
-                (n.first - rowStart) / secondsPerColumn, (n.second - rowStart) / secondsPerColumn);
-        trace.draw(painter, int(g.traceArea().left()), g.rowBaselineYPx(row), trace.midBaseline(),
-            pxPerUnit, plain, noisePen);
-    }
-    painter->restore();
+    TracePainter::Style style = m_style.trace;
+    style.colorByBeatType = true;
+    style.centreOnMean = true;
+    style.drawBeyondSignal = false;
+    const TracePainter traces(style);
+    TracePainter::RowInput in;
+    in.beats = beats;
+    in.noiseSeconds = noise;
+    for (int row = 0; row < g.rowCount(); ++row)
+        traces.paintRow(painter, QRectF(), g.rowStrip(row, channel), 0, source, in);
 }

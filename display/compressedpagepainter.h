@@ -61,8 +61,8 @@ public:
         double untilSeconds = std::numeric_limits<double>::infinity(),
         BeatList* beats = nullptr) const;
 
-    // The screen's page: each row one stroke per pixel column about the mean of its columns,
-    // beats coloured by type and unanalysed stretches pale, `noise` stretches (seconds) with the
+    // The screen's page: each row about the mean of its samples, beats coloured by type,
+    // unanalysed stretches pale as the trace style asks, `noise` stretches (seconds) with the
     // noise pen. Rows past the recording's end stay empty.
     void paintColumnRows(QPainter* painter, const CompressedPageGeometry& geometry,
         SignalSource* source, int channel, BeatList* beats,

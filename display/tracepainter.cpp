@@ -4,7 +4,10 @@
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 
+#include <QLineF>
 #include <QPainter>
+#include <QPainterPath>
+#include <QRegion>
 
 #include <algorithm>
 #include <cmath>
@@ -14,8 +17,23 @@ namespace {
 
 // How far from the beats on either side a pale gap stops, seconds.
 constexpr double kGapMarginSeconds = 0.2;
+// Shortest column stroke, device pixels.
+constexpr double kMinStrokePx = 1.0;
 
 } // namespace
+
+// One row's samples as read, and where they land.
+struct TracePainter::Samples
+{
+    std::vector<double> values;
+    qint64 first = 0; // sample index of values[0]
+    double x0 = 0.0; // x of values[0], device pixels
+    double pxPerSample = 0.0;
+    double baselineY = 0.0;
+    double baseline = 0.0; // sample units drawn at baselineY
+    double pxPerUnit = 0.0;
+    double yOf(double v) const { return baselineY - (v - baseline) * pxPerUnit; }
+};
 
 QColor TracePainter::typeColor(int beatType) const
 {
@@ -31,65 +49,40 @@ QColor TracePainter::typeColor(int beatType) const
     }
 }
 
-QPainterPath TracePainter::tracePath(
-    const StripGeometry& g, int row, SignalSource* source, double untilSeconds) const
+TracePainter::Mode TracePainter::modeFor(const StripGeometry& g, int rate)
 {
-    QPainterPath path;
-    if (!source || row < 0 || row >= g.rows().size() || source->samplingRate() <= 0)
-        return path;
-    const int channel = g.rows()[row].channel;
-    if (channel < 0 || channel >= source->channelCount())
-        return path;
-    const int rate = source->samplingRate();
-    const double startSample = g.startSeconds() * rate;
-    const double seconds = std::min(g.visibleSeconds(), untilSeconds - g.startSeconds());
-    qint64 count = qint64(std::ceil(seconds * rate));
-    qint64 first = qint64(std::floor(startSample));
-    if (!m_style.drawBeyondSignal) {
-        const qint64 end = std::min(first + count, source->sampleCount() - 1);
-        first = std::max<qint64>(first, 0);
-        count = end - first;
+    return rate > 0 && g.pixelsPerSecond() < rate ? Mode::Columns : Mode::Polyline;
+}
+
+QVector<TracePainter::Stretch> TracePainter::stretches(
+    BeatList* beats, const QVector<QPair<double, double>>& noise, double from, double to) const
+{
+    QVector<Stretch> out;
+    Beat b;
+    if (beats && (m_style.colorByBeatType || m_style.paleGaps) && beats->nearest(from, b)) {
+        const int first = std::max(0, b.index - 1);
+        Beat previous;
+        bool havePrevious = beats->previousBeat(first, previous);
+        for (int i = first; beats->get(i, b); ++i) {
+            if (b.windowStartTime() >= to)
+                break;
+            if (!b.isBeat)
+                continue;
+            if (m_style.paleGaps && havePrevious && !(b.rr() > 0.0))
+                out.append({ previous.windowStartTime() + kGapMarginSeconds,
+                    b.windowStartTime() - kGapMarginSeconds, m_style.gapColor, false });
+            const QColor color = typeColor(b.type);
+            if (m_style.colorByBeatType && color.isValid())
+                out.append({ b.windowStartTime(), b.windowStartTime() + b.span(), color, false });
+            previous = b;
+            havePrevious = true;
+        }
     }
-    const double pxPerSample = g.pixelsPerSecond() / rate;
-    if (count < 1 || pxPerSample <= 0.0)
-        return path;
-    std::vector<double> v(size_t(count + 1));
-    source->readSamples(channel, first, count + 1, v.data());
-    if (m_style.centreOnMean) {
-        double sum = 0.0;
-        for (double x : v)
-            sum += x;
-        const double mean = sum / double(v.size());
-        for (double& x : v)
-            x -= mean;
+    for (const auto& n : noise) {
+        if (n.second >= from && n.first < to)
+            out.append({ n.first, n.second, m_style.noiseColor, true });
     }
-    const double x0 = g.mapTimeToX(double(first) / rate);
-    const double y0 = g.rows()[row].baselineYPx();
-    const double pxPerUnit = source->gainStep() * g.pixelsPerMillivolt();
-    auto yOf = [&](double s) { return y0 - s * pxPerUnit; };
-    if (pxPerSample >= 1.0) {
-        path.moveTo(x0, yOf(v[0]));
-        for (qint64 i = 1; i <= count; ++i)
-            path.lineTo(x0 + i * pxPerSample, yOf(v[size_t(i)]));
-        return path;
-    }
-    // Several samples per pixel column: one vertical stroke per column, joined.
-    const double samplesPerPx = 1.0 / pxPerSample;
-    const int columns = int(std::ceil(count * pxPerSample));
-    path.moveTo(x0, yOf(v[0]));
-    for (int c = 0; c < columns; ++c) {
-        const qint64 a = qint64(c * samplesPerPx);
-        const qint64 b = std::min(count, qint64((c + 1) * samplesPerPx));
-        if (a >= b)
-            continue;
-        const auto [lo, hi] = std::minmax_element(v.begin() + a, v.begin() + b);
-        const double x = x0 + c;
-        path.lineTo(x, yOf(v[size_t(a)]));
-        path.moveTo(x, yOf(*lo));
-        path.lineTo(x, yOf(*hi));
-        path.moveTo(x, yOf(v[size_t(b - 1)]));
-    }
-    return path;
+    return out;
 }
 
 void TracePainter::paint(QPainter* painter, const QRectF& clip, const StripGeometry& geometry,
@@ -102,61 +95,209 @@ void TracePainter::paint(QPainter* painter, const QRectF& clip, const StripGeome
 void TracePainter::paintRow(QPainter* painter, const QRectF& clip, const StripGeometry& g, int row,
     SignalSource* source, BeatList* beats, double untilSeconds) const
 {
-    if (!painter)
+    RowInput in;
+    in.beats = beats;
+    in.untilSeconds = untilSeconds;
+    paintRow(painter, clip, g, row, source, in);
+}
+
+void TracePainter::paintRow(QPainter* painter, const QRectF& clip, const StripGeometry& g, int row,
+    SignalSource* source, const RowInput& in) const
+{
+    if (!painter || !source || row < 0 || row >= g.rows().size() || source->samplingRate() <= 0)
         return;
-    const QPainterPath path = tracePath(g, row, source, untilSeconds);
-    if (path.isEmpty())
+    const int channel = g.rows()[row].channel;
+    if (channel < 0 || channel >= source->channelCount())
         return;
+    const int rate = source->samplingRate();
+    const double seconds = std::min(g.visibleSeconds(), in.untilSeconds - g.startSeconds());
+    qint64 count = qint64(std::ceil(seconds * rate));
+    qint64 first = qint64(std::floor(g.startSeconds() * rate));
+    if (!m_style.drawBeyondSignal) {
+        const qint64 end = std::min(first + count, source->sampleCount() - 1);
+        first = std::max<qint64>(first, 0);
+        count = end - first;
+    }
+    Samples s;
+    s.pxPerSample = g.pixelsPerSecond() / rate;
+    if (count < 1 || s.pxPerSample <= 0.0)
+        return;
+    // One sample past the strip, so that the trace reaches its right edge.
+    s.values.resize(size_t(count + 1));
+    source->readSamples(channel, first, count + 1, s.values.data());
+    s.first = first;
+    s.x0 = g.mapTimeToX(double(first) / rate);
+    s.baselineY = g.rows()[row].baselineYPx();
+    s.pxPerUnit = source->gainStep() * g.pixelsPerMillivolt();
+    s.baseline = in.baselineUnits;
+    if (m_style.centreOnMean) {
+        double sum = 0.0;
+        for (double x : s.values)
+            sum += x;
+        s.baseline = sum / double(s.values.size());
+    }
+    const QVector<Stretch> marked = stretches(
+        in.beats, in.noiseSeconds, g.startSeconds(), std::min(g.endSeconds(), in.untilSeconds));
+
     painter->save();
     if (!clip.isEmpty())
         painter->setClipRect(clip, Qt::IntersectClip);
-    painter->setRenderHint(QPainter::Antialiasing, m_style.antialias);
-    QPen pen(m_style.color, m_style.widthMm * g.pixelsPerMillimetre());
-    pen.setCapStyle(m_style.cap);
-    painter->setPen(pen);
-    painter->drawPath(path);
-
-    if ((m_style.colorByBeatType || m_style.paleGaps) && beats)
-        paintBeatColours(painter, g, path, pen, beats);
+    if (modeFor(g, rate) == Mode::Columns)
+        paintColumns(painter, g, s, marked);
+    else
+        paintPolyline(painter, g, s, marked);
     painter->restore();
 }
 
-void TracePainter::paintBeatColours(QPainter* painter, const StripGeometry& g,
-    const QPainterPath& path, QPen pen, BeatList* beats) const
+void TracePainter::paintPolyline(QPainter* painter, const StripGeometry& g, const Samples& s,
+    const QVector<Stretch>& marked) const
 {
-    Beat b;
-    if (!beats->nearest(g.startSeconds(), b))
-        return;
-    // Each coloured stretch is the same path again, clipped to the stretch.
-    const double pad = std::max(pen.widthF(), 1.0) + 1.0; // a flat line has no height
-    const QRectF box = path.boundingRect().adjusted(0, -pad, 0, pad);
-    auto overdraw = [&](double fromSeconds, double toSeconds, const QColor& color) {
-        const double x0 = std::max(g.mapTimeToX(fromSeconds), g.leftPx());
-        const double x1 = std::min(g.mapTimeToX(toSeconds), g.leftPx() + g.widthPx());
-        if (x1 <= x0)
-            return;
-        painter->save();
-        painter->setClipRect(QRectF(x0, box.top(), x1 - x0, box.height()), Qt::IntersectClip);
-        pen.setColor(color);
+    QPainterPath path;
+    path.moveTo(s.x0, s.yOf(s.values[0]));
+    for (size_t i = 1; i < s.values.size(); ++i)
+        path.lineTo(s.x0 + double(i) * s.pxPerSample, s.yOf(s.values[i]));
+    painter->setRenderHint(QPainter::Antialiasing, m_style.antialias);
+    QPen pen(QBrush(m_style.color), m_style.widthMm * g.pixelsPerMillimetre(), Qt::SolidLine,
+        m_style.cap, Qt::BevelJoin);
+    if (marked.isEmpty()) {
         painter->setPen(pen);
+        painter->drawPath(path);
+        return;
+    }
+    // Each marked stretch is the same path again, clipped to the stretch; noise stretches are
+    // kept clear of the other pens, so that the noise pen replaces the trace as a column does.
+    const double pad = std::max({ pen.widthF(), m_style.noiseWidthPx, 1.0 }) + 1.0;
+    const QRectF box = path.boundingRect().adjusted(0, -pad, 0, pad);
+    auto span = [&](const Stretch& m) {
+        const double x0 = std::max(g.mapTimeToX(m.fromSeconds), g.leftPx());
+        const double x1 = std::min(g.mapTimeToX(m.toSeconds), g.leftPx() + g.widthPx());
+        return x1 > x0 ? QRectF(x0, box.top(), x1 - x0, box.height()) : QRectF();
+    };
+    QRegion noise;
+    for (const Stretch& m : marked) {
+        if (m.noise && !span(m).isEmpty())
+            noise += span(m).toAlignedRect();
+    }
+    auto draw = [&](const QRectF& clip, const QPen& p, bool keepOffNoise) {
+        painter->save();
+        if (!clip.isEmpty())
+            painter->setClipRect(clip, Qt::IntersectClip);
+        if (keepOffNoise && !noise.isEmpty())
+            painter->setClipRegion(
+                QRegion(box.toAlignedRect()).subtracted(noise), Qt::IntersectClip);
+        painter->setPen(p);
         painter->drawPath(path);
         painter->restore();
     };
-    const int first = std::max(0, b.index - 1);
-    Beat previous;
-    bool havePrevious = beats->previousBeat(first, previous);
-    for (int i = first; beats->get(i, b); ++i) {
-        if (b.windowStartTime() >= g.endSeconds())
-            break;
-        if (!b.isBeat)
+    draw(QRectF(), pen, true);
+    const QPen noisePen(QBrush(m_style.noiseColor), m_style.noiseWidthPx, Qt::SolidLine,
+        Qt::SquareCap, Qt::BevelJoin);
+    for (const Stretch& m : marked) {
+        const QRectF clip = span(m);
+        if (clip.isEmpty())
             continue;
-        if (m_style.paleGaps && havePrevious && !(b.rr() > 0.0))
-            overdraw(previous.windowStartTime() + kGapMarginSeconds, b.windowStartTime() - kGapMarginSeconds,
-                m_style.gapColor);
-        const QColor color = typeColor(b.type);
-        if (m_style.colorByBeatType && color.isValid())
-            overdraw(b.windowStartTime(), b.windowStartTime() + b.span(), color);
-        previous = b;
-        havePrevious = true;
+        if (m.noise) {
+            draw(clip, noisePen, false);
+        } else {
+            pen.setColor(m.color);
+            draw(clip, pen, true);
+        }
     }
+}
+
+void TracePainter::paintColumns(QPainter* painter, const StripGeometry& g, const Samples& s,
+    const QVector<Stretch>& marked) const
+{
+    // Each device pixel column gathers the samples whose x falls inside it.
+    const int firstColumn = int(std::floor(s.x0));
+    const size_t n = s.values.size();
+    const int columns = int(std::floor(s.x0 + double(n - 1) * s.pxPerSample)) - firstColumn + 1;
+    if (columns < 1)
+        return;
+    std::vector<double> lo(size_t(columns), 0.0);
+    std::vector<double> hi(size_t(columns), 0.0);
+    std::vector<char> seen(size_t(columns), 0);
+    // Column c holds the samples i with firstColumn + c <= x0 + i * pxPerSample < firstColumn
+    // + c + 1; its bounds come from the column edges, so that the inner loop is a plain min-max.
+    auto firstSampleOf = [&](int c) {
+        const double i = std::ceil((firstColumn + c - s.x0) / s.pxPerSample);
+        return size_t(std::clamp(i, 0.0, double(n)));
+    };
+    size_t a = firstSampleOf(0);
+    for (int c = 0; c < columns; ++c) {
+        const size_t b = c + 1 == columns ? n : std::max(a, firstSampleOf(c + 1));
+        if (b > a) {
+            double l = s.values[a];
+            double h = l;
+            for (size_t i = a + 1; i < b; ++i) {
+                const double v = s.values[i];
+                l = v < l ? v : l;
+                h = v > h ? v : h;
+            }
+            lo[size_t(c)] = l;
+            hi[size_t(c)] = h;
+            seen[size_t(c)] = 1;
+        }
+        a = b;
+    }
+    // Each column reaches its neighbour's range, so that a steep QRS stays one unbroken stroke
+    // when it jumps between columns. Walking right to left reads each neighbour unextended.
+    for (size_t k = size_t(columns) - 1; k > 0; --k) {
+        if (!seen[k - 1])
+            continue;
+        lo[k] = std::min(lo[k], hi[k - 1]);
+        hi[k] = std::max(hi[k], lo[k - 1]);
+    }
+
+    // 0: plain, 1 + i: marked[i]; later stretches win, noise over everything.
+    std::vector<int> mark(size_t(columns), 0);
+    for (int i = 0; i < marked.size(); ++i) {
+        const int a
+            = std::max(0, int(std::floor(g.mapTimeToX(marked[i].fromSeconds))) - firstColumn);
+        const int b
+            = std::min(columns, int(std::ceil(g.mapTimeToX(marked[i].toSeconds))) - firstColumn);
+        for (int c = a; c < b; ++c)
+            mark[size_t(c)] = 1 + i;
+    }
+
+    painter->setRenderHint(QPainter::Antialiasing, false);
+    const QPen plain(QBrush(m_style.color), m_style.widthMm * g.pixelsPerMillimetre(),
+        Qt::SolidLine, m_style.cap, Qt::BevelJoin);
+    const QPen noisePen(QBrush(m_style.noiseColor), m_style.noiseWidthPx, Qt::SolidLine,
+        Qt::SquareCap, Qt::BevelJoin);
+    auto penOf = [&](int m) {
+        if (m == 0)
+            return plain;
+        const Stretch& st = marked[m - 1];
+        if (st.noise)
+            return noisePen;
+        QPen p = plain;
+        p.setColor(st.color);
+        return p;
+    };
+    // The pen changes only where a column's mark does; each run is one batch of lines.
+    QVector<QLineF> run;
+    run.reserve(columns);
+    int current = mark[0];
+    auto flush = [&]() {
+        if (run.isEmpty())
+            return;
+        painter->setPen(penOf(current));
+        painter->drawLines(run);
+        run.clear();
+    };
+    for (int c = 0; c < columns; ++c) {
+        if (!seen[size_t(c)])
+            continue;
+        if (mark[size_t(c)] != current) {
+            flush();
+            current = mark[size_t(c)];
+        }
+        const double x = firstColumn + c;
+        const double top = s.yOf(hi[size_t(c)]);
+        // A flat column is still a dot: a zero-length line may draw nothing at all.
+        const double bottom = std::max(s.yOf(lo[size_t(c)]), top + kMinStrokePx);
+        run.append(QLineF(x, top, x, bottom));
+    }
+    flush();
 }

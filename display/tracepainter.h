@@ -1,8 +1,9 @@
 #pragma once
 
 #include <QColor>
-#include <QPainterPath>
+#include <QPair>
 #include <QRectF>
+#include <QVector>
 
 #include <limits>
 
@@ -11,8 +12,10 @@ class QPainter;
 class SignalSource;
 class StripGeometry;
 
-// ECG traces on a strip geometry. Where several samples share a pixel column the column is one
-// stroke from its lowest to its highest sample, so a long strip keeps every spike.
+// ECG traces on a strip geometry, the one trace path of the screen strip, the full-disclosure
+// page and the printed strips. Where samples are sparser than device pixels the trace is a
+// polyline through them; where several samples share a pixel column the column is one stroke
+// from its lowest to its highest sample, so that a long strip keeps every spike.
 class TracePainter
 {
 public:
@@ -21,6 +24,7 @@ public:
         QColor color = Qt::black;
         double widthMm = 0.2; // 0: a cosmetic one-pixel pen
         Qt::PenCapStyle cap = Qt::FlatCap;
+        // For the polyline; column strokes are pixel-aligned and always drawn crisp.
         bool antialias = true;
         // Beats' spans take their type's colour: ventricular, fusion, supraventricular.
         bool colorByBeatType = false;
@@ -31,6 +35,10 @@ public:
         // the beats on either side) reads pale.
         bool paleGaps = false;
         QColor gapColor = QColor(0xC0, 0xC0, 0xC0);
+        // Stretches marked as noise are drawn with this pen; its width is in device pixels
+        // because only the screen marks noise.
+        QColor noiseColor = QColor(255, 128, 0, 128);
+        double noiseWidthPx = 2.0;
         // Draw each row about the mean of its samples rather than about 0 mV, so that a
         // wandering baseline keeps the trace in its row.
         bool centreOnMean = false;
@@ -39,6 +47,21 @@ public:
         bool drawBeyondSignal = false;
     };
 
+    // What a row draws besides its geometry.
+    struct RowInput
+    {
+        BeatList* beats = nullptr; // not owned; read only for type colours and gaps
+        // The sample value (sample units) drawn on the row's baseline; unused when centring.
+        double baselineUnits = 0.0;
+        // Stretches marked as noise, seconds.
+        QVector<QPair<double, double>> noiseSeconds;
+        // Nothing is drawn from this time on.
+        double untilSeconds = std::numeric_limits<double>::infinity();
+    };
+
+    // The two ways a row is drawn.
+    enum class Mode { Polyline, Columns };
+
     TracePainter() = default;
     explicit TracePainter(const Style& style)
         : m_style(style)
@@ -46,25 +69,42 @@ public:
     }
     const Style& style() const { return m_style; }
 
-    // Every channel row of the geometry, clipped to `clip` (none when empty). The beats are
-    // read only for type colours and gaps.
+    // Columns when more than one sample falls into a device pixel column.
+    static Mode modeFor(const StripGeometry& geometry, int samplingRateHz);
+
+    // Every channel row of the geometry, clipped to `clip` (none when empty).
     void paint(QPainter* painter, const QRectF& clip, const StripGeometry& geometry,
         SignalSource* source, BeatList* beats = nullptr) const;
     // One row, up to `untilSeconds` at most.
     void paintRow(QPainter* painter, const QRectF& clip, const StripGeometry& geometry, int row,
         SignalSource* source, BeatList* beats = nullptr,
         double untilSeconds = std::numeric_limits<double>::infinity()) const;
-
-    // The trace of one row as a path in device pixels; empty when there is nothing to draw.
-    QPainterPath tracePath(const StripGeometry& geometry, int row, SignalSource* source,
-        double untilSeconds = std::numeric_limits<double>::infinity()) const;
+    void paintRow(QPainter* painter, const QRectF& clip, const StripGeometry& geometry, int row,
+        SignalSource* source, const RowInput& input) const;
 
     // The colour a beat type draws in; invalid for the trace's own colour.
     QColor typeColor(int beatType) const;
 
+    // A stretch of the trace drawn other than plain, seconds.
+    struct Stretch
+    {
+        double fromSeconds = 0.0;
+        double toSeconds = 0.0;
+        QColor color;
+        bool noise = false;
+    };
+    // The stretches over [fromSeconds, toSeconds) in drawing order (gaps, types, then noise),
+    // as the style asks for them.
+    QVector<Stretch> stretches(BeatList* beats, const QVector<QPair<double, double>>& noise,
+        double fromSeconds, double toSeconds) const;
+
 private:
-    void paintBeatColours(QPainter* painter, const StripGeometry& geometry,
-        const QPainterPath& path, QPen pen, BeatList* beats) const;
+    struct Samples;
+
+    void paintPolyline(QPainter* painter, const StripGeometry& g, const Samples& s,
+        const QVector<Stretch>& stretches) const;
+    void paintColumns(QPainter* painter, const StripGeometry& g, const Samples& s,
+        const QVector<Stretch>& stretches) const;
 
     Style m_style;
 };

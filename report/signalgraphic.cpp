@@ -3,7 +3,6 @@
 #include "display/beatlabelpainter.h"
 #include "display/gridpainter.h"
 #include "display/stripgeometry.h"
-#include "display/tracepainter.h"
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 
@@ -26,6 +25,14 @@ constexpr double kPulseToMm = 4.0;
 constexpr double kTraceWidthMm = 0.2;
 
 } // namespace
+
+TracePainter::Style SignalGraphic::paperTraceStyle()
+{
+    TracePainter::Style style;
+    style.widthMm = kTraceWidthMm;
+    style.drawBeyondSignal = true; // the printed strip has always run on at zero
+    return style;
+}
 
 StripGeometry SignalGraphic::geometry(QPainter* painter, const QRect& bounds) const
 {
@@ -58,10 +65,7 @@ void SignalGraphic::paint(QPainter* painter, const QRect& bounds) const
     grid.grid = m_showGrid;
     GridPainter(grid).paint(painter, strip, pxPerMm);
 
-    TracePainter::Style trace;
-    trace.widthMm = kTraceWidthMm;
-    trace.drawBeyondSignal = true; // the printed strip has always run on at zero
-    const TracePainter traces(trace);
+    const TracePainter traces(m_trace);
     QPen pulsePen(Qt::black, kTraceWidthMm * pxPerMm);
     pulsePen.setCapStyle(Qt::FlatCap);
     for (int i = 0; i < g.rows().size(); ++i) {
@@ -75,7 +79,7 @@ void SignalGraphic::paint(QPainter* painter, const QRect& bounds) const
             painter->setPen(pulsePen);
             painter->drawPolyline(pts, 4);
         }
-        traces.paintRow(painter, strip, g, i, m_source);
+        traces.paintRow(painter, strip, g, i, m_source, m_beats);
         if (m_showLabels) {
             painter->setFont(labelFont());
             painter->setPen(Qt::gray);

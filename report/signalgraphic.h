@@ -1,5 +1,7 @@
 #pragma once
 
+#include "display/tracepainter.h"
+
 #include <QRect>
 #include <QString>
 
@@ -26,6 +28,12 @@ public:
     void setStartTime(double seconds) { m_startTime = seconds; }
     void setSpeed(double mmPerSecond) { m_speed = mmPerSecond > 0 ? mmPerSecond : 25.0; }
     void setAmplitude(double mmPerMillivolt) { m_amplitude = mmPerMillivolt; }
+    // The traces' pen and colours; paperTraceStyle() unless set.
+    void setTraceStyle(const TracePainter::Style& style) { m_trace = style; }
+    const TracePainter::Style& traceStyle() const { return m_trace; }
+    // 0.2 mm black, run on at zero outside the recording.
+    static TracePainter::Style paperTraceStyle();
+
     // "%1" takes the mean heart rate of the intervals shown, e.g. "HR %1 bpm".
     void setCaption(const QString& caption) { m_caption = caption; }
 
@@ -59,4 +67,5 @@ private:
     double m_speed = 25.0;
     double m_amplitude = 10.0;
     QString m_caption;
+    TracePainter::Style m_trace = paperTraceStyle();
 };

@@ -192,7 +192,19 @@ TEST(StripDrawing, TracesStopWhereTheRecordingDoes)
     }
 }
 
-TEST(StripDrawing, BeatSpansTakeTheirTypeColour)
+// Type colours, pale gaps and noise stretches land at the same times whether the trace is a
+// polyline (300 dpi at 50 mm/s) or one stroke per pixel column (96 dpi at 25 mm/s, five samples
+// a column).
+struct DpmAndSpeed
+{
+    int dotsPerMetre;
+    double speedMmPerSecond;
+};
+class MarkedStretches : public ::testing::TestWithParam<DpmAndSpeed>
+{
+};
+
+TEST_P(MarkedStretches, TakeTheirColoursAtTheirTimes)
 {
     auto src = functionSource(kRate, 10 * kRate, [](qint64) { return qint16(0); });
     MemoryBeatList beats;
@@ -201,35 +213,57 @@ TEST(StripDrawing, BeatSpansTakeTheirTypeColour)
     beats.append(beatAt(2, 3.0, BeatN, 1.0));
     beats.append(beatAt(3, 4.0, BeatV, 1.0, false)); // noise: not coloured
     beats.append(beatAt(4, 5.0, BeatN)); // after a gap in the analysis
-    QImage img = paper(150, 20, kPrintDpm);
-    const StripGeometry g = wholeImage(img, 25, 10, 0);
+    const DpmAndSpeed scale = GetParam();
+    QImage img = paper(int(6 * scale.speedMmPerSecond), 20, scale.dotsPerMetre); // 6 s
+    const StripGeometry g = wholeImage(img, scale.speedMmPerSecond, 10, 0);
+    EXPECT_EQ(TracePainter::modeFor(g, kRate),
+        scale.dotsPerMetre == kScreenDpm ? TracePainter::Mode::Columns
+                                         : TracePainter::Mode::Polyline);
     TracePainter::Style style = crispTrace();
     style.colorByBeatType = true;
     style.paleGaps = true;
+    TracePainter::RowInput in;
+    in.beats = &beats;
+    in.noiseSeconds = { { 5.3, 5.7 } };
     {
         QPainter p(&img);
-        TracePainter(style).paint(&p, QRectF(), g, src.get(), &beats);
+        TracePainter(style).paintRow(&p, QRectF(), g, 0, src.get(), in);
     }
     const int y = int(g.millivoltsToY(0, 0.0));
-    auto redIn = [&](double from, double to) {
+    auto countIn = [&](double from, double to, bool (*which)(QRgb)) {
         return countPixels(img,
             QRect(int(g.mapTimeToX(from)), y - 3, int(g.mapTimeToX(to) - g.mapTimeToX(from)), 7),
-            reddish);
+            which);
+    };
+    auto orange = [](QRgb c) {
+        return qRed(c) > 200 && qGreen(c) > 150 && qGreen(c) < 230 && qBlue(c) < 170;
     };
     // The ventricular beat's window runs from 1.8 to 2.3 s.
-    EXPECT_GT(redIn(1.85, 2.25), 0);
-    EXPECT_EQ(redIn(0.0, 1.78), 0);
-    EXPECT_EQ(redIn(2.32, 10.0), 0);
+    EXPECT_GT(countIn(1.85, 2.25, reddish), 0);
+    EXPECT_EQ(countIn(0.0, 1.78, reddish), 0);
+    EXPECT_EQ(countIn(2.32, 6.0, reddish), 0);
     const auto blackRun = runCentres(img, false, int(g.mapTimeToX(1.0)), 0, img.height(), dark);
     EXPECT_EQ(blackRun.size(), 1);
     // The gap runs from 0.2 s after the beat before (2.8 + 0.2 s) to 0.2 s before the window of
     // the beat after it (4.8 - 0.2 s): pale there, black around it.
-    auto at = [&](double t) { return img.pixel(int(g.mapTimeToX(t)), y); };
-    EXPECT_TRUE(grayish(at(3.05)));
-    EXPECT_TRUE(grayish(at(4.55)));
-    EXPECT_TRUE(dark(at(2.95)));
-    EXPECT_TRUE(dark(at(4.65)));
+    EXPECT_GT(countIn(3.05, 3.15, grayish), 0);
+    EXPECT_GT(countIn(4.45, 4.55, grayish), 0);
+    EXPECT_EQ(countIn(3.05, 4.55, dark), 0);
+    EXPECT_GT(countIn(2.85, 2.95, dark), 0);
+    EXPECT_GT(countIn(4.65, 4.75, dark), 0);
+    // The noise pen over its stretch only.
+    EXPECT_GT(countIn(5.35, 5.65, orange), 0);
+    EXPECT_EQ(countIn(5.35, 5.65, dark), 0);
+    EXPECT_EQ(countIn(0.0, 5.25, orange), 0);
+    EXPECT_EQ(countIn(5.75, 6.0, orange), 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(Resolutions, MarkedStretches,
+    ::testing::Values(DpmAndSpeed { kScreenDpm, 25.0 }, DpmAndSpeed { kPrintDpm, 50.0 }),
+    [](const ::testing::TestParamInfo<DpmAndSpeed>& info) {
+        return info.param.dotsPerMetre == kScreenDpm ? std::string("columns96dpi")
+                                                     : std::string("polyline300dpi");
+    });
 
 namespace {
 
