@@ -6,7 +6,6 @@
 
 #include <QDir>
 #include <QDirIterator>
-#include <QFileInfo>
 #include <QProcess>
 
 #include <gtest/gtest.h>
@@ -20,35 +19,31 @@ using testsupport::TempRoot;
 
 namespace {
 
-// A study of `seconds` of a two-channel ramp with a beat every second.
-int makeSignalStudy(const QString& root, qint64 seconds)
+// A study of `seconds` of a two-channel ramp with a beat every second (at most 200); its
+// base name is returned through `base`.
+int makeSignalStudy(const QString& root, qint64 seconds, QString* base = nullptr)
 {
-    return makeStudy(root, [&](Study& s) {
+    const int id = makeStudy(root, [&](Study& s) {
         const qint64 n = seconds * 500;
-        std::vector<qint16> a(static_cast<size_t>(n)), b(static_cast<size_t>(n));
+        std::vector<qint16> a, b;
         for (qint64 i = 0; i < n; ++i) {
-            a[size_t(i)] = qint16(i % 4000 - 2000);
-            b[size_t(i)] = qint16((i * 13) % 3001 - 1500);
+            a.push_back(qint16(i % 4000 - 2000));
+            b.push_back(qint16((i * 13) % 3001 - 1500));
         }
         const qint16* data[2] = { a.data(), b.data() };
         s.signal()->appendChannels(data, n);
-        for (qint64 t = 1; t < seconds && t < 200; ++t) {
+        for (qint64 t = 1; t < std::min<qint64>(seconds, 200); ++t) {
             Beat beat;
             beat.source = s.signal();
             beat.windowStart = t - 0.2;
             beat.windowLength = 0.5;
-            beat.type = BeatN;
             s.beats()->append(beat);
         }
     });
-}
-
-QString baseNameOf(const QString& root, int id)
-{
-    auto repo = repository(root);
-    StudyInfo row;
-    EXPECT_TRUE(repo->studyExists(id, row));
-    return QString::fromUtf8(row.baseFilename);
+    if (base)
+        withStudy(
+            root, id, [&](Study& s) { *base = QString::fromUtf8(s.property("baseFilename")); });
+    return id;
 }
 
 // Every file under a folder, the index aside (its bytes are SQLite's business).
@@ -75,11 +70,8 @@ CliRun interrupted(const QStringList& args)
     EXPECT_TRUE(p.waitForReadyRead(60000));
     ::kill(pid_t(p.processId()), SIGINT);
     EXPECT_TRUE(p.waitForFinished(60000));
-    CliRun r;
-    r.code = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
-    r.out = QString::fromUtf8(p.readAllStandardOutput());
-    r.err = QString::fromUtf8(p.readAllStandardError());
-    return r;
+    return { p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
+        QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError()) };
 }
 
 } // namespace
@@ -87,9 +79,8 @@ CliRun interrupted(const QStringList& args)
 TEST(CliArchive, ArchiveAndImportCarryTheStudyWhole)
 {
     TempRoot here, there, shared;
-    const int id = makeSignalStudy(here.path(), 30);
-    const QString base = baseNameOf(here.path(), id);
-
+    QString base;
+    const int id = makeSignalStudy(here.path(), 30, &base);
     const CliRun made = cli(here.path(), { "archive", QString::number(id), shared.path() });
     ASSERT_EQ(made.code, 0) << made.err.toStdString();
     const QString archive = QString("%1/%2.vtz").arg(shared.path(), base);
@@ -98,9 +89,11 @@ TEST(CliArchive, ArchiveAndImportCarryTheStudyWhole)
     EXPECT_EQ(
         QDir(shared.path()).entryList(QDir::Files | QDir::Hidden), QStringList { base + ".vtz" });
 
-    for (int round = 0; round < 2; ++round) {
-        SCOPED_TRACE(round);
-        const CliRun imported = cli(there.path(), { "import", archive });
+    // Twice, the second time under another name: recognised by content, whatever the name.
+    QFile::copy(archive, shared.file("renamed.bin"));
+    for (const QString& path : { archive, shared.file("renamed.bin") }) {
+        SCOPED_TRACE(path.toStdString());
+        const CliRun imported = cli(there.path(), { "import", path });
         ASSERT_EQ(imported.code, 0) << imported.err.toStdString();
         EXPECT_EQ(imported.out.trimmed(), QString::number(id));
         for (const char* ext : { "vtstudy", "vtecg", "vtbeats" }) {
@@ -109,15 +102,7 @@ TEST(CliArchive, ArchiveAndImportCarryTheStudyWhole)
         }
         EXPECT_EQ(filesUnder(there.path()).size(), 3);
     }
-    const CliRun listed = cli(there.path(), { "list" });
-    EXPECT_EQ(listed.out.count('\n'), 1);
-    EXPECT_TRUE(listed.out.startsWith(QString::number(id) + "\t"));
-
-    // Recognised by content, whatever the name.
-    QFile::copy(archive, shared.file("renamed.bin"));
-    const CliRun renamed = cli(there.path(), { "import", shared.file("renamed.bin") });
-    EXPECT_EQ(renamed.code, 0) << renamed.err.toStdString();
-    EXPECT_EQ(renamed.out.trimmed(), QString::number(id));
+    EXPECT_EQ(cli(there.path(), { "list" }).out.count('\n'), 1);
 }
 
 TEST(CliArchive, MistakesAndForeignFilesAreRefused)
@@ -125,10 +110,9 @@ TEST(CliArchive, MistakesAndForeignFilesAreRefused)
     TempRoot store, shared;
     const int id = makeSignalStudy(store.path(), 2);
     ziptest::writeZip(shared.file("plain.vtz"), { { "info", "{}", true } }, "");
-    ziptest::writeZip(shared.file("plain.zip"), { { "info", "{}", true } }, "");
     testsupport::writeAll(shared.file("text.vtz"), "not a zip");
     const QStringList before = filesUnder(store.path());
-
+    const QString notAnArchive = "File is not a valid Veltrona study zip archive";
     const struct
     {
         QStringList args;
@@ -138,12 +122,8 @@ TEST(CliArchive, MistakesAndForeignFilesAreRefused)
         { { "archive", "123456", shared.path() }, 1, "no study with id 123456" },
         { { "archive", QString::number(id), shared.file("absent") }, 1, "no such folder" },
         { { "archive", QString::number(id) }, 2, "study ID and target FOLDER" },
-        { { "import", shared.file("plain.vtz") }, 1,
-            "File is not a valid Veltrona study zip archive" },
-        { { "import", shared.file("plain.zip") }, 1,
-            "File is not a valid Veltrona study zip archive" },
-        { { "import", shared.file("text.vtz") }, 1,
-            "File is not a valid Veltrona study zip archive" },
+        { { "import", shared.file("plain.vtz") }, 1, notAnArchive },
+        { { "import", shared.file("text.vtz") }, 1, notAnArchive },
         { { "import", shared.file("plain.vtz"), "--last-name", "X" }, 2,
             "'--last-name' does not apply to a study archive" },
     };
@@ -155,25 +135,22 @@ TEST(CliArchive, MistakesAndForeignFilesAreRefused)
         EXPECT_TRUE(r.out.isEmpty());
     }
     EXPECT_EQ(filesUnder(store.path()), before);
-    EXPECT_EQ(QDir(shared.path()).entryList(QDir::Files | QDir::Hidden),
-        QStringList({ "plain.vtz", "plain.zip", "text.vtz" }));
+    EXPECT_EQ(filesUnder(shared.path()), QStringList({ "plain.vtz", "text.vtz" }));
 }
 
 TEST(CliArchive, CtrlCLeavesNothingHalfMade)
 {
     TempRoot here, there, shared;
-    const int id = makeSignalStudy(here.path(), 4 * 3600); // 29 MB of samples
-    const QString base = baseNameOf(here.path(), id);
-
+    QString base;
+    const int id = makeSignalStudy(here.path(), 4 * 3600, &base); // 29 MB of samples
     const CliRun archiving
         = interrupted({ "--data-dir", here.path(), "archive", QString::number(id), shared.path() });
     EXPECT_EQ(archiving.code, 1);
     EXPECT_TRUE(archiving.err.contains("Export cancelled")) << archiving.err.toStdString();
-    EXPECT_TRUE(QDir(shared.path()).entryList(QDir::Files | QDir::Hidden).isEmpty());
+    EXPECT_EQ(filesUnder(shared.path()), QStringList());
     EXPECT_TRUE(QDir(here.file("temp")).isEmpty());
 
     ASSERT_EQ(cli(here.path(), { "archive", QString::number(id), shared.path() }).code, 0);
-    const QStringList before = filesUnder(there.path());
     const CliRun importing = interrupted(
         { "--data-dir", there.path(), "import", QString("%1/%2.vtz").arg(shared.path(), base) });
     EXPECT_EQ(importing.code, 1);

@@ -1,5 +1,5 @@
-#include "workflow/printpdf.h"
 #include "tests/support/testsupport.h"
+#include "workflow/printpdf.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -17,13 +17,10 @@ public:
         : m_oldPath(qgetenv("PATH"))
     {
         if (!body.isEmpty()) {
-            QFile lp(m_dir.filePath("lp"));
-            EXPECT_TRUE(lp.open(QIODevice::WriteOnly));
-            lp.write("#!/bin/sh\n" + body + "\n");
-            lp.close();
-            lp.setPermissions(lp.permissions() | QFileDevice::ExeOwner);
+            testsupport::writeAll(m_dir.filePath("lp"), "#!/bin/sh\n" + body + "\n");
+            QFile::setPermissions(m_dir.filePath("lp"), QFile::ReadOwner | QFile::ExeOwner);
         }
-        // /bin keeps the shell's own tools (cp) reachable, but it could hold a real lp too.
+        // /bin keeps the shell's own tools reachable, but it could hold a real lp too.
         qputenv("PATH", (m_dir.path() + (body.isEmpty() ? "" : ":/bin:/usr/bin")).toUtf8());
     }
     ~FakeSpooler() { qputenv("PATH", m_oldPath); }
@@ -34,14 +31,14 @@ private:
     QByteArray m_oldPath;
 };
 
-QString errorOf(const QString& file)
+// What the spooler answered, or the error's message after "error: ".
+QString printed(const QString& file)
 {
     try {
-        printPdfOnDefaultPrinter(file, "Report 7");
+        return printPdfOnDefaultPrinter(file, "Report 7");
     } catch (const PrintError& e) {
-        return QString::fromUtf8(e.what());
+        return "error: " + QString::fromUtf8(e.what());
     }
-    return QString();
 }
 
 } // namespace
@@ -54,25 +51,27 @@ TEST(PrintPdf, HandsTheFileToTheSpoolerOrSaysWhyNot)
     {
         FakeSpooler lp("printf '%s\\n' \"$@\" > \"$(dirname \"$0\")/args\"\n"
                        "echo 'request id is desk-12 (1 file(s))'");
-        EXPECT_EQ(printPdfOnDefaultPrinter(pdf, "Report 7"), "request id is desk-12 (1 file(s))");
+        EXPECT_EQ(printed(pdf), "request id is desk-12 (1 file(s))");
         // The title, then the file after the end of options, so a name like "-x" is no option.
         EXPECT_EQ(testsupport::readAll(lp.file("args")),
             QByteArray("-t\nReport 7\n--\n") + pdf.toUtf8() + "\n");
     }
+    const struct
     {
-        FakeSpooler lp("echo 'lp: Error - no default destination available.' >&2; exit 1");
-        const QString e = errorOf(pdf);
-        EXPECT_TRUE(e.contains("no default destination available")) << e.toStdString();
-        EXPECT_TRUE(e.contains(pdf));
+        QByteArray lp;
+        QStringList said;
+    } refusals[] = {
+        { "echo 'lp: Error - no default destination available.' >&2; exit 1",
+            { "no default destination available", pdf } },
+        { "exit 3", { "status 3" } }, // refused without a word
+        { "", { "'lp'", "--pdf" } }, // no spooler at all
+    };
+    for (const auto& r : refusals) {
+        FakeSpooler lp(r.lp);
+        const QString e = printed(pdf);
+        EXPECT_TRUE(e.startsWith("error: ")) << e.toStdString();
+        for (const QString& part : r.said)
+            EXPECT_TRUE(e.contains(part)) << e.toStdString();
     }
-    {
-        FakeSpooler lp("exit 3"); // refused without a word
-        EXPECT_TRUE(errorOf(pdf).contains("status 3")) << errorOf(pdf).toStdString();
-    }
-    {
-        FakeSpooler none("");
-        const QString e = errorOf(pdf);
-        EXPECT_TRUE(e.contains("'lp'") && e.contains("--pdf")) << e.toStdString();
-    }
-    EXPECT_TRUE(errorOf(dir.filePath("missing.pdf")).contains("missing.pdf"));
+    EXPECT_TRUE(printed(dir.filePath("missing.pdf")).contains("missing.pdf"));
 }

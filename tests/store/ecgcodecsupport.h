@@ -76,18 +76,4 @@ inline void writeEcgFile(const QString& path, const Channels& channels, int rate
         f.appendChannels(ptrs.data(), qint64(channels[0].size()));
 }
 
-// The channels of a vtecg file, read straight from its frames.
-inline Channels readEcgFile(const QString& path)
-{
-    std::unique_ptr<EcgFile> f(EcgFile::open(path));
-    if (!f)
-        return {};
-    Channels out(size_t(f->channelCount()));
-    const qint64 n = f->sampleCount();
-    for (int c = 0; c < f->channelCount(); ++c)
-        for (qint64 i = 0; i < n; ++i)
-            out[size_t(c)].push_back(f->sampleAt(c, i));
-    return out;
-}
-
 } // namespace ecgcodectest

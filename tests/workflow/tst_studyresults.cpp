@@ -1,6 +1,6 @@
+#include "store/beatlist.h"
 #include "store/result.h"
 #include "store/resultset.h"
-#include "store/beatlist.h"
 #include "store/studystatus.h"
 #include "tests/support/testsupport.h"
 #include "tests/workflow/workflowstudy.h"
@@ -16,9 +16,8 @@ namespace {
 
 constexpr int kBeats = 1300; // more than one driver step of 1000 beats
 
-class BeatProgress : public ProgressSink
+struct BeatProgress : ProgressSink
 {
-public:
     void progress(qint64 position, qint64 total) override
     {
         positions.push_back(position);
@@ -31,15 +30,38 @@ public:
     CancelFlag* cancelOnFirst = nullptr;
 };
 
-double pauseCount(const QString& root, int id)
+// A store with one processed study of kBeats beats, opened.
+struct ResultsFixture
 {
-    auto repo = openRepository(root);
-    Study* s = repo->openStudy(id);
-    const ValueResult* r = s ? s->results().findAs<ValueResult>("pause/pauseCount") : nullptr;
-    const double value = r ? r->value : -1.0;
-    repo->closeStudy(s);
-    return value;
-}
+    ResultsFixture()
+        : repo(openRepository(root.path()))
+        , id(makeBeatStudy(*repo, kBeats))
+        , study(repo->openStudy(id))
+    {
+    }
+    ~ResultsFixture() { repo->closeStudy(study); }
+    ResultsOutcome compute(
+        bool recompute, ProgressSink* sink = nullptr, CancelFlag* cancel = nullptr)
+    {
+        return computeAndSaveResults(*repo, *study, settings.get(), recompute, sink, cancel);
+    }
+    // The pause count on disk, -1 without results.
+    double storedPauses()
+    {
+        auto other = openRepository(root.path());
+        Study* s = other->openStudy(id);
+        const ValueResult* r = s->results().findAs<ValueResult>("pause/pauseCount");
+        const double value = r ? r->value : -1.0;
+        other->closeStudy(s);
+        return value;
+    }
+
+    testsupport::TempRoot root;
+    TestSettings settings;
+    std::unique_ptr<StudyRepository> repo;
+    int id;
+    Study* study;
+};
 
 } // namespace
 
@@ -47,55 +69,34 @@ double pauseCount(const QString& root, int id)
 // alone unless asked to recompute.
 TEST(StudyResults, ComputesMissingResultsSavesThemAndRunsOnlyWhenNeeded)
 {
-    testsupport::TempRoot root;
-    TestSettings settings;
-    auto repo = openRepository(root.path());
-    const int id = makeBeatStudy(*repo, kBeats);
-    ASSERT_FALSE(stored(root.path(), id).hasResult);
-
-    Study* s = repo->openStudy(id);
+    ResultsFixture f;
     BeatProgress first;
-    EXPECT_EQ(
-        computeAndSaveResults(*repo, *s, settings.get(), false, &first), ResultsOutcome::Computed);
+    EXPECT_EQ(f.compute(false, &first), ResultsOutcome::Computed);
     EXPECT_EQ(first.positions, (std::vector<qint64> { 1000, kBeats }));
     EXPECT_EQ(first.lastTotal, kBeats);
-    repo->closeStudy(s); // not saved here: what is on disk came from the workflow
-    EXPECT_TRUE(stored(root.path(), id).hasResult);
-    EXPECT_EQ(stored(root.path(), id).status, QByteArray(StudyStatus::Processed));
+    EXPECT_TRUE(stored(f.root.path(), f.id).hasResult); // saved by the workflow itself
+    EXPECT_EQ(stored(f.root.path(), f.id).status, QByteArray(StudyStatus::Processed));
 
-    s = repo->openStudy(id);
     BeatProgress again;
-    EXPECT_EQ(computeAndSaveResults(*repo, *s, settings.get(), false, &again),
-        ResultsOutcome::AlreadyComplete);
+    EXPECT_EQ(f.compute(false, &again), ResultsOutcome::AlreadyComplete);
     EXPECT_TRUE(again.positions.empty());
-    EXPECT_EQ(
-        computeAndSaveResults(*repo, *s, settings.get(), true, &again), ResultsOutcome::Computed);
+    EXPECT_EQ(f.compute(true, &again), ResultsOutcome::Computed);
     EXPECT_EQ(again.positions.back(), kBeats);
-    repo->closeStudy(s);
 }
 
 // The user's analysis limits come from the settings given: the 3-second gap is a pause under
 // the default 2-second limit and under 2.5 s, but not under 3.5 s.
 TEST(StudyResults, AnalysisLimitsComeFromTheSettings)
 {
-    const struct
-    {
-        QVariant pauseSeconds; // invalid: not set
-        double pauses;
-    } cases[] = { { QVariant(), 1.0 }, { 2.5, 1.0 }, { 3.5, 0.0 }, { "nonsense", 1.0 } };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.pauseSeconds.toString().toStdString());
-        testsupport::TempRoot root;
-        TestSettings settings;
-        if (c.pauseSeconds.isValid())
-            settings.get().setValue("Config/Analysis/pause/intervalSecs", c.pauseSeconds);
-        auto repo = openRepository(root.path());
-        const int id = makeBeatStudy(*repo, kBeats);
-        Study* s = repo->openStudy(id);
-        ASSERT_EQ(
-            computeAndSaveResults(*repo, *s, settings.get(), false), ResultsOutcome::Computed);
-        repo->closeStudy(s);
-        EXPECT_EQ(pauseCount(root.path(), id), c.pauses);
+    const std::pair<QVariant, double> cases[]
+        = { { QVariant(), 1.0 }, { 2.5, 1.0 }, { 3.5, 0.0 }, { "nonsense", 1.0 } };
+    for (const auto& [pauseSeconds, pauses] : cases) {
+        SCOPED_TRACE(pauseSeconds.toString().toStdString());
+        ResultsFixture f;
+        if (pauseSeconds.isValid())
+            f.settings.get().setValue("Config/Analysis/pause/intervalSecs", pauseSeconds);
+        ASSERT_EQ(f.compute(false), ResultsOutcome::Computed);
+        EXPECT_EQ(f.storedPauses(), pauses);
     }
 }
 
@@ -105,20 +106,14 @@ TEST(StudyResults, CancelStoresNothing)
 {
     for (const bool beforeStart : { true, false }) {
         SCOPED_TRACE(beforeStart ? "before the run" : "after the first step");
-        testsupport::TempRoot root;
-        TestSettings settings;
-        auto repo = openRepository(root.path());
-        const int id = makeBeatStudy(*repo, kBeats);
-        Study* s = repo->openStudy(id);
+        ResultsFixture f;
         CancelFlag cancel { beforeStart };
         BeatProgress progress;
         progress.cancelOnFirst = &cancel;
-        EXPECT_EQ(computeAndSaveResults(*repo, *s, settings.get(), false, &progress, &cancel),
-            ResultsOutcome::Cancelled);
+        EXPECT_EQ(f.compute(false, &progress, &cancel), ResultsOutcome::Cancelled);
         EXPECT_EQ(progress.positions.size(), beforeStart ? 0u : 1u);
-        EXPECT_EQ(s->results().find("HR/minBPM"), nullptr);
-        EXPECT_EQ(s->events().count(), 0) << "no heart-rate marks without results";
-        repo->closeStudy(s);
-        EXPECT_FALSE(stored(root.path(), id).hasResult);
+        EXPECT_EQ(f.study->results().find("HR/minBPM"), nullptr);
+        EXPECT_EQ(f.study->events().count(), 0) << "no heart-rate marks without results";
+        EXPECT_EQ(f.storedPauses(), -1.0);
     }
 }

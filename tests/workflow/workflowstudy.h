@@ -17,11 +17,8 @@ namespace workflowtest {
 
 constexpr double kRr = 0.8; // seconds, 75 bpm
 
-inline std::unique_ptr<StudyRepository> openRepository(
-    const QString& root, std::unique_ptr<StudyRepository> (*make)(const QString&) = nullptr)
+inline std::unique_ptr<StudyRepository> openRepository(const QString& root)
 {
-    if (make)
-        return make(root);
     StudyRepository::Options o;
     o.rootOverride = root;
     return std::make_unique<StudyRepository>("VeltronaHolter", o);
@@ -44,8 +41,8 @@ inline int makeEcgStudy(StudyRepository& repo, double seconds, const QByteArray&
     info.status = status;
     Study* s = repo.createStudy(info);
     const std::vector<double> r = detecttest::regular(0.6, kRr, seconds - 0.7);
-    const std::vector<qint16> ii = detecttest::ecg(r, seconds, 800.0);
-    const std::vector<qint16> v5 = detecttest::ecg(r, seconds, -500.0, -80.0);
+    const std::vector<qint16> ii = detecttest::ecg(r, seconds, 800.0),
+                              v5 = detecttest::ecg(r, seconds, -500.0, -80.0);
     const qint16* channels[2] = { ii.data(), v5.data() };
     s->signal()->appendChannels(channels, qint64(ii.size()));
     repo.saveStudy(s);
@@ -92,14 +89,12 @@ struct Stored
 
 inline Stored stored(const QString& root, int id)
 {
-    Stored out;
     auto repo = openRepository(root);
     Study* s = repo->openStudy(id);
     if (!s)
-        return out;
-    out.status = s->property("status");
-    out.beatEntries = s->beats() ? s->beats()->count() : -1;
-    out.hasResult = s->results().find("HR/minBPM") != nullptr;
+        return {};
+    const Stored out { s->property("status"), s->beats() ? s->beats()->count() : -1,
+        s->results().find("HR/minBPM") != nullptr };
     repo->closeStudy(s);
     return out;
 }
