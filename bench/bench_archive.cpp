@@ -55,21 +55,14 @@ void addBeats(StudyRepository& repo, int id)
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    double hours = 24.0;
-    if (argc > 1 && (hours = QString(argv[1]).toDouble()) <= 0.0) {
-        std::fprintf(stderr, "usage: bench_archive [hours [card-folder]]\n");
-        return 2;
-    }
     QTemporaryDir temp;
-    if (!temp.isValid()) {
-        std::fprintf(stderr, "cannot create a temporary folder\n");
-        return 1;
-    }
+    double hours = 0.0;
+    QString card;
+    if (const int status = bench::startDay(argc, argv, "bench_archive", temp, hours, card))
+        return status;
     try {
-        const QString card = argc > 2 ? QString(argv[2]) : temp.filePath("card");
-        StudyRepository::Options options;
-        options.rootOverride = temp.filePath("store");
-        StudyRepository repo("VeltronaHolter", options);
+        const std::unique_ptr<StudyRepository> store = bench::openStore(temp.filePath("store"));
+        StudyRepository& repo = *store;
         const int id = bench::importSimulatedDay(repo, card, hours);
         addBeats(repo, id);
         StudyInfo row;
@@ -85,8 +78,9 @@ int main(int argc, char** argv)
         const double exportPeak = bench::peakRssMb();
         const qint64 archiveBytes = QFileInfo(archive).size();
 
-        options.rootOverride = temp.filePath("other");
-        StudyRepository other("VeltronaHolter", options);
+        const std::unique_ptr<StudyRepository> otherStore
+            = bench::openStore(temp.filePath("other"));
+        StudyRepository& other = *otherStore;
         peakReset = bench::resetPeakRss() && peakReset;
         bench::Stopwatch importing;
         const int imported = other.importStudy(archive, nullptr);

@@ -25,21 +25,14 @@
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    double hours = 24.0;
-    if (argc > 1 && (hours = QString(argv[1]).toDouble()) <= 0.0) {
-        std::fprintf(stderr, "usage: bench_process [hours [card-folder]]\n");
-        return 2;
-    }
     QTemporaryDir temp;
-    if (!temp.isValid()) {
-        std::fprintf(stderr, "cannot create a temporary folder\n");
-        return 1;
-    }
+    double hours = 0.0;
+    QString card;
+    if (const int status = bench::startDay(argc, argv, "bench_process", temp, hours, card))
+        return status;
     try {
-        const QString card = argc > 2 ? QString(argv[2]) : temp.filePath("card");
-        StudyRepository::Options options;
-        options.rootOverride = temp.filePath("store");
-        StudyRepository repo("VeltronaHolter", options);
+        const std::unique_ptr<StudyRepository> store = bench::openStore(temp.filePath("store"));
+        StudyRepository& repo = *store;
         const int id = bench::importSimulatedDay(repo, card, hours);
         Study* study = repo.openStudy(id);
         if (!study || !study->signal() || !study->beats()) {
