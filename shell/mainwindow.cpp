@@ -1,14 +1,21 @@
 #include "shell/mainwindow.h"
 
 #include "resources/holterresources.h"
+#include "shell/launcherdialogs.h"
+#include "store/beatlist.h"
+#include "store/study.h"
+#include "store/studystatus.h"
 #include "ui_mainwindow.h"
+#include "workflow/downloadexport.h"
 
 #include <QApplication>
 #include <QCloseEvent>
 #include <QMessageBox>
 #include <QProgressDialog>
+#include <QSettings>
 #include <QTimer>
 
+#include <algorithm>
 #include <exception>
 
 namespace {
@@ -16,6 +23,16 @@ namespace {
 constexpr int kStartupDelayMs = 10;
 // Margin of the action buttons inside their frame, in pixels.
 constexpr int kButtonMargin = 10;
+
+// A wait cursor for the length of a scope.
+class WaitCursor
+{
+public:
+    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
+    WaitCursor(const WaitCursor&) = delete;
+    WaitCursor& operator=(const WaitCursor&) = delete;
+};
 } // namespace
 
 MainWindow::MainWindow(QWidget* parent)
@@ -27,6 +44,7 @@ MainWindow::MainWindow(const StudyRepository::Options& storeOptions, QWidget* pa
     : QMainWindow(parent)
     , m_ui(std::make_unique<Ui::MainWindow>())
     , m_storeOptions(storeOptions)
+    , m_dialogs(makeLauncherDialogs())
 {
     initHolterResources();
     m_ui->setupUi(this);
@@ -39,9 +57,7 @@ MainWindow::MainWindow(const StudyRepository::Options& storeOptions, QWidget* pa
     m_ui->frameProcessing->hide();
     placeActionButtons();
 
-    // The download, open and configuration dialogs are not part of this version yet.
-    m_ui->btnDownloadStudy->setEnabled(false);
-    m_ui->btnDownloadStudy->setToolTip(tr("Downloading studies comes in a later version."));
+    // The study browser and the settings dialog are not part of this version yet.
     m_ui->btnOpenStudy->setEnabled(false);
     m_ui->btnOpenStudy->setToolTip(tr("Opening studies comes in a later version."));
     m_ui->btnConfig->setEnabled(false);
@@ -58,7 +74,17 @@ MainWindow::MainWindow(const StudyRepository::Options& storeOptions, QWidget* pa
     startup->start();
 }
 
-MainWindow::~MainWindow() = default;
+MainWindow::~MainWindow()
+{
+    // A run still going when the window is destroyed without closing is stopped and waited
+    // for before the repository goes.
+    m_processing.reset();
+}
+
+void MainWindow::setDialogs(std::unique_ptr<LauncherDialogs> dialogs)
+{
+    m_dialogs = std::move(dialogs);
+}
 
 void MainWindow::placeActionButtons()
 {
@@ -120,8 +146,209 @@ void MainWindow::on_btnDownloadStudy_clicked()
                "500 MB to download a new study."));
         return;
     }
-    // The download dialog takes over from here once it exists; the button stays disabled
-    // until then.
+    m_dialogs->download(this, *m_repository, [this](int id) { afterDownload(id); });
+}
+
+void MainWindow::afterDownload(int id)
+{
+    const PostDownloadStep step = postDownloadStep(QSettings());
+    if (step.action == PostDownloadStep::Export)
+        exportDownloadedStudy(id, step.folder);
+    else
+        processStudy(id, true);
+}
+
+namespace {
+// Forwards an operation's progress to a progress dialog and keeps the window alive.
+class ProgressDialogSink : public ProgressSink
+{
+public:
+    explicit ProgressDialogSink(QProgressDialog& dialog)
+        : m_dialog(dialog)
+    {
+    }
+    void progress(qint64 position, qint64 total) override
+    {
+        // A progress dialog counts in int; per mille is fine enough for a bar.
+        m_dialog.setMaximum(1000);
+        m_dialog.setValue(total > 0 ? int(std::min<qint64>(1000, position * 1000 / total)) : 0);
+        QCoreApplication::processEvents();
+    }
+
+private:
+    QProgressDialog& m_dialog;
+};
+} // namespace
+
+void MainWindow::exportDownloadedStudy(int id, const QString& folder)
+{
+    QProgressDialog wait(tr("Please wait..."), QString(), 0, 1, this);
+    wait.setWindowModality(Qt::WindowModal);
+    wait.setMinimumDuration(0);
+    wait.show();
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    QCoreApplication::processEvents();
+    ProgressDialogSink sink(wait);
+    RepositoryExporter exporter(*m_repository);
+    const StudyExportResult result = ::exportDownloadedStudy(exporter, id, folder, &sink);
+    QApplication::restoreOverrideCursor();
+    wait.hide();
+    if (result.exported)
+        QMessageBox::information(this, tr("Information"), result.message);
+    else
+        QMessageBox::warning(this, tr("Warning"), result.message);
+}
+
+void MainWindow::openStudy(int id)
+{
+    if (!m_repository)
+        return;
+    if (id == m_processingStudyId) {
+        QMessageBox::information(
+            this, QString(), tr("Study is being processed, please wait until ready"));
+        return;
+    }
+    if (m_repository->isStudyOpen(id)) {
+        QMessageBox::information(this, QString(), tr("Study is already open for review"));
+        return;
+    }
+    Study* study = nullptr;
+    {
+        WaitCursor wait;
+        study = m_repository->openStudy(id);
+    }
+    if (!study) {
+        QMessageBox::warning(this, QString(), tr("Study file not found"));
+        return;
+    }
+    try {
+        if (study->property("status") == StudyStatus::Downloaded) {
+            m_repository->closeStudy(study);
+            processStudy(id, false);
+            return;
+        }
+        if (!study->beats() || study->beats()->count() == 0) {
+            const auto answer = QMessageBox::question(this, tr("Confirm"),
+                tr("This study needs to be reprocessed. Continue?"),
+                QMessageBox::Yes | QMessageBox::No);
+            if (answer == QMessageBox::Yes) {
+                study->results().clear();
+                m_repository->saveStudy(study);
+                m_repository->closeStudy(study);
+                processStudy(id, false);
+                return;
+            }
+        }
+        // The review window takes the study from here once it exists.
+        QMessageBox::information(this, tr("Information"),
+            tr("The study is ready for review. Reviewing studies comes in a later version of "
+               "the workstation; the report can be made with holter-cli meanwhile."));
+        m_repository->saveStudy(study);
+    } catch (const std::exception& e) {
+        QMessageBox::warning(this, tr("Warning"), QString::fromUtf8(e.what()));
+    }
+    m_repository->closeStudy(study);
+}
+
+void MainWindow::reprocessStudy(int id)
+{
+    if (!m_repository)
+        return;
+    Study* study = m_repository->openStudy(id);
+    if (!study) {
+        QMessageBox::warning(this, QString(), tr("Study file not found"));
+        return;
+    }
+    try {
+        if (study->beats())
+            study->beats()->clear();
+        study->results().clear();
+        m_repository->saveStudy(study);
+    } catch (const std::exception& e) {
+        m_repository->closeStudy(study);
+        QMessageBox::warning(this, tr("Warning"), QString::fromUtf8(e.what()));
+        return;
+    }
+    m_repository->closeStudy(study);
+    processStudy(id, false);
+}
+
+void MainWindow::processStudy(int id, bool afterDownload)
+{
+    if (!m_repository)
+        return;
+    // One study at a time: the download button is off meanwhile, but a study can still be
+    // opened from the browser.
+    if (m_processingStudyId != 0) {
+        QMessageBox::information(this, QString(),
+            tr("Another study is being processed. Please wait until it is ready."));
+        return;
+    }
+    Study* study = m_repository->openStudy(id);
+    if (!study)
+        return;
+    const std::optional<ProcessingOptions> options
+        = m_dialogs->preprocess(this, *m_repository, study, afterDownload);
+    if (!options) {
+        // Asked again at the next open.
+        m_repository->closeStudy(study);
+        return;
+    }
+
+    showProcessingFrame(true);
+    m_ui->lblProcessStatus->setText(tr("Processing"));
+    m_ui->barProcessProgress->setValue(0);
+    m_ui->btnDownloadStudy->setEnabled(false);
+    m_processingStudyId = id;
+
+    m_processing = std::make_unique<StudyProcessing>(*m_repository, study, *options);
+    connect(m_processing.get(), &StudyProcessing::progress, this, &MainWindow::processingProgress);
+    connect(m_processing.get(), &StudyProcessing::finished, this, &MainWindow::processingEnded);
+    m_ui->btnProcessCancel->disconnect();
+    connect(m_ui->btnProcessCancel, &QPushButton::clicked, this, &MainWindow::cancelProcessing);
+    m_processing->start();
+}
+
+void MainWindow::processingProgress(const QString& status, double percent)
+{
+    m_ui->lblProcessStatus->setText(status);
+    m_ui->barProcessProgress->setValue(int(std::clamp(percent, 0.0, 100.0)));
+}
+
+void MainWindow::cancelProcessing()
+{
+    if (!m_processing)
+        return;
+    m_processing->cancel();
+    m_ui->btnProcessCancel->setEnabled(false);
+    if (!m_cancelCursor) {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        m_cancelCursor = true;
+    }
+}
+
+void MainWindow::processingEnded(ProcessingOutcome outcome, const QString& message)
+{
+    // The run is over and the study settled and saved; it is closed here, and the run object
+    // goes once its signal has returned.
+    std::unique_ptr<StudyProcessing> run = std::move(m_processing);
+    const int id = m_processingStudyId;
+    m_repository->closeStudy(run->study());
+    run.release()->deleteLater();
+
+    m_ui->btnDownloadStudy->setEnabled(true);
+    m_processingStudyId = 0;
+    showProcessingFrame(false);
+    if (m_cancelCursor) {
+        QApplication::restoreOverrideCursor();
+        m_cancelCursor = false;
+    }
+    emit processingFinished(id, outcome);
+    if (outcome == ProcessingOutcome::Failed || !message.isEmpty())
+        QMessageBox::warning(this, tr("Warning"),
+            tr("Processing of the study stopped:\n%1\nThe study can be processed again when "
+               "it is opened.")
+                .arg(message));
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)

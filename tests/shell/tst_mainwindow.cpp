@@ -1,4 +1,5 @@
 #include "shell/mainwindow.h"
+#include "tests/shell/launchertestutil.h"
 #include "tests/support/testsupport.h"
 
 #include <QApplication>
@@ -92,7 +93,8 @@ TEST_F(MainWindowTest, ActionButtonsSayWhyTheyAreDisabledAndFollowTheProcessingF
     window.show();
     EXPECT_FALSE(child<QLabel>(window, "lblBrandLogo")->pixmap(Qt::ReturnByValue).isNull());
     // Buttons whose feature does not exist yet are disabled and say so.
-    for (const char* name : { "btnDownloadStudy", "btnOpenStudy", "btnConfig" }) {
+    EXPECT_TRUE(child<QPushButton>(window, "btnDownloadStudy")->isEnabled());
+    for (const char* name : { "btnOpenStudy", "btnConfig" }) {
         const QPushButton* button = child<QPushButton>(window, name);
         ASSERT_NE(button, nullptr);
         EXPECT_FALSE(button->isEnabled() || button->toolTip().isEmpty()) << name;
@@ -128,6 +130,24 @@ TEST_F(MainWindowTest, ExitWithNothingProcessingClosesEveryWindow)
     EXPECT_FALSE(other.isVisible());
 }
 
+// Counts the times the download dialog is asked for; downloads nothing.
+class CountingDownload : public launchertest::FakeDialogs
+{
+public:
+    explicit CountingDownload(std::shared_ptr<Log> log)
+        : FakeDialogs(log, QString())
+        , m_log(std::move(log))
+    {
+    }
+    void download(QWidget*, StudyRepository&, const std::function<void(int)>&) override
+    {
+        ++m_log->downloads;
+    }
+
+private:
+    std::shared_ptr<Log> m_log;
+};
+
 // Before a download: 500 MB (500 * 1024 * 1024 bytes) free at least; unknown counts as enough.
 TEST_F(MainWindowTest, DownloadWarnsOnlyBelowTheFreeSpaceMinimum)
 {
@@ -136,6 +156,7 @@ TEST_F(MainWindowTest, DownloadWarnsOnlyBelowTheFreeSpaceMinimum)
         SCOPED_TRACE(free);
         m_options.freeSpaceQuery = [free](const QString&) { return free; };
         MainWindow window(m_options);
+        auto log = std::make_shared<launchertest::FakeDialogs::Log>();
         ASSERT_TRUE(showAndStart(window));
         ASSERT_NE(window.repository(), nullptr);
         QString title, text;
@@ -146,9 +167,12 @@ TEST_F(MainWindowTest, DownloadWarnsOnlyBelowTheFreeSpaceMinimum)
                 box->accept();
             }
         });
-        // The button itself is disabled until the download dialog exists.
-        QMetaObject::invokeMethod(&window, "on_btnDownloadStudy_clicked");
+        // The fake only counts: the dialog is asked for exactly when there is room.
+
+        window.setDialogs(std::make_unique<CountingDownload>(log));
+        QTest::mouseClick(child<QPushButton>(window, "btnDownloadStudy"), Qt::LeftButton);
         QTest::qWait(20);
+        EXPECT_EQ(log->downloads, free == minimum - 1 ? 0 : 1);
         if (free == minimum - 1) {
             EXPECT_EQ(title, QString("Warning"));
             EXPECT_EQ(text,
