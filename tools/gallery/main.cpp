@@ -7,6 +7,9 @@
 #include "resources/applicationinfo.h"
 #include "review/qsignalbrowsedisplay.h"
 #include "review/qsignalcompresseddisplay.h"
+#include "recorder/cardimport.h"
+#include "recorder/cardsignalfile.h"
+#include "shell/launcherdialogs.h"
 #include "shell/mainwindow.h"
 #include "store/beatlist.h"
 #include "store/signalsource.h"
@@ -15,6 +18,9 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
 #include <QMouseEvent>
 #include <QPixmap>
 #include <QTemporaryDir>
@@ -24,6 +30,33 @@
 #include <functional>
 
 namespace {
+
+// Takes the card in `folder` as the downloaded study and accepts the default options.
+class CardDialogs : public LauncherDialogs
+{
+public:
+    explicit CardDialogs(QString folder)
+        : m_folder(std::move(folder))
+    {
+    }
+    void download(QWidget*, StudyRepository& repository,
+        const std::function<void(int)>& downloaded) override
+    {
+        CardImportOptions options;
+        options.patient.lastName = "Gallery";
+        options.patient.firstName = "Launcher";
+        options.patient.start = QDateTime(QDate(2026, 11, 20), QTime(9, 0));
+        const QString file = CardSignalFile::dataFilePath(m_folder);
+        downloaded(importCard(repository, file, CardSignalFile::findDataOffset(file), options));
+    }
+    std::optional<ProcessingOptions> preprocess(QWidget*, StudyRepository&, Study*, bool) override
+    {
+        return ProcessingOptions();
+    }
+
+private:
+    QString m_folder;
+};
 
 const QSize kStripSize(1400, 480);
 const QSize kPageSize(1200, 720);
@@ -187,6 +220,17 @@ void run(const QString& outDir)
     if (!QTest::qWaitFor([&] { return launcher.isStarted(); }, 5000))
         throw std::runtime_error("the launcher window did not start");
     g.save(launcher, "launcher_mainwindow");
+
+    // The same window while it processes the gallery's card, caught in the middle of a stage.
+    launcher.setDialogs(std::make_unique<CardDialogs>(temp.filePath("card")));
+    launcher.findChild<QPushButton*>("btnDownloadStudy")->click();
+    auto* bar = launcher.findChild<QProgressBar*>("barProcessProgress");
+    auto* status = launcher.findChild<QLabel*>("lblProcessStatus");
+    if (!QTest::qWaitFor(
+            [&] { return status->text().contains("1 of") && bar->value() >= 40; }, 30000))
+        throw std::runtime_error("the launcher did not get half way through detection");
+    g.save(launcher, "launcher_mainwindow_processing");
+    launcher.close(); // cancels the run and waits for it
     std::fprintf(stderr, "holter-gallery: %d pictures in %s\n", g.written(), qPrintable(outDir));
 }
 
