@@ -149,10 +149,6 @@ Póngase en contacto con el servicio técnico.</translation>
         <translation>Cancelar</translation>
     </message>
     <message>
-        <source>Downloading studies comes in a later version.</source>
-        <translation>La descarga de estudios llegará en una versión posterior.</translation>
-    </message>
-    <message>
         <source>Opening studies comes in a later version.</source>
         <translation>La apertura de estudios llegará en una versión posterior.</translation>
     </message>
@@ -187,6 +183,50 @@ Libere al menos 500 MB para descargar un nuevo estudio.</translation>
 Please check shared folder access with your network administrator.</source>
         <translation>No se pudo exportar el estudio a la carpeta: %1
 Compruebe el acceso a la carpeta compartida con su administrador de red.</translation>
+    </message>
+    <message>
+        <source>Information</source>
+        <translation>Información</translation>
+    </message>
+    <message>
+        <source>Study is being processed, please wait until ready</source>
+        <translation>El estudio se está procesando, espere hasta que esté listo</translation>
+    </message>
+    <message>
+        <source>Study is already open for review</source>
+        <translation>El estudio ya está abierto para revisión</translation>
+    </message>
+    <message>
+        <source>Study file not found</source>
+        <translation>No se encontró el archivo del estudio</translation>
+    </message>
+    <message>
+        <source>Confirm</source>
+        <translation>Confirmar</translation>
+    </message>
+    <message>
+        <source>This study needs to be reprocessed. Continue?</source>
+        <translation>Este estudio debe ser reprocesado. ¿Continuar?</translation>
+    </message>
+    <message>
+        <source>The study is ready for review. Reviewing studies comes in a later version of the workstation; the report can be made with holter-cli meanwhile.</source>
+        <translation>El estudio está listo para revisión. La revisión de estudios llegará en una versión posterior de la estación de trabajo; mientras tanto, el informe puede generarse con holter-cli.</translation>
+    </message>
+    <message>
+        <source>Another study is being processed. Please wait until it is ready.</source>
+        <translation>Se está procesando otro estudio. Espere hasta que esté listo.</translation>
+    </message>
+    <message>
+        <source>Processing</source>
+        <translation>Procesando</translation>
+    </message>
+    <message>
+        <source>Processing of the study stopped:
+%1
+The study can be processed again when it is opened.</source>
+        <translation>El procesamiento del estudio se detuvo:
+%1
+El estudio podrá procesarse nuevamente al abrirlo.</translation>
     </message>
 </context>
 <context>
@@ -285,7 +325,7 @@ Compruebe el acceso a la carpeta compartida con su administrador de red.</transl
         <translation>Estación de trabajo de ECG Holter</translation>
     </message>
     <message>
-        <source>Keep the study store in &lt;folder&gt; instead of the user&apos;s data folder.</source>
+        <source>Keep the study store in &lt;folder&gt; instead of the user's data folder.</source>
         <translation>Guardar el almacén de estudios en &lt;carpeta&gt; en lugar de la carpeta de datos del usuario.</translation>
     </message>
     <message>
