@@ -26,7 +26,10 @@ namespace {
 class OneVolume : public RemovableVolumes
 {
 public:
-    explicit OneVolume(QString root) : m_root(std::move(root)) {}
+    explicit OneVolume(QString root)
+        : m_root(std::move(root))
+    {
+    }
     QStringList roots() const override { return { m_root }; }
 
 private:
@@ -89,8 +92,7 @@ int main(int argc, char** argv)
         bench::importSimulatedDay(*store, card, hours);
         const double bareSeconds = bare.seconds();
 
-        std::printf("download dialog, %.1f h card (%lld blocks)\n", hours,
-            qlonglong(hours * 900));
+        std::printf("download dialog, %.1f h card (%lld blocks)\n", hours, qlonglong(hours * 900));
         std::printf("  through the dialog: %.2f s (goal <= %.1f s) %s, peak RSS %.0f MB\n",
             copySeconds, 2.0 * hours / 24.0, copySeconds <= 2.0 * hours / 24.0 ? "ok" : "SLOW",
             peakMb);

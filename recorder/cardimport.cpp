@@ -98,10 +98,10 @@ int importCard(StudyRepository& repository, const QString& cardFile, qint64 data
 {
     QFile card(cardFile);
     if (!card.open(QIODevice::ReadOnly))
-        throw StoreError(translated(QT_TRANSLATE_NOOP("DownloadDialog",
-                             "Cannot open file in memory card %1"))
-                             .arg(QDir::toNativeSeparators(cardFile))
-                             .toStdString());
+        throw StoreError(
+            translated(QT_TRANSLATE_NOOP("DownloadDialog", "Cannot open file in memory card %1"))
+                .arg(QDir::toNativeSeparators(cardFile))
+                .toStdString());
     qint64 blocks = std::max<qint64>(0, (card.size() - dataOffset) / CardSignalFile::kBlockBytes);
     if (options.limitHours > 0)
         blocks = std::min<qint64>(blocks, qint64(options.limitHours) * 3600 / kSecondsPerBlock);
@@ -162,13 +162,15 @@ int importCard(StudyRepository& repository, const QString& cardFile, qint64 data
             repository.deleteStudy(id);
         }
         if (dynamic_cast<const CardReadFailed*>(&e))
-            throw StoreError(translated(QT_TRANSLATE_NOOP("DownloadDialog",
-                "Could not complete download.\nThe memory card could not be read to the end: "
-                "check that it is still in its reader."))
+            throw StoreError(translated(
+                QT_TRANSLATE_NOOP("DownloadDialog",
+                    "Could not complete download.\nThe memory card could not be read to the end: "
+                    "check that it is still in its reader."))
                                  .toStdString());
-        throw StoreError(translated(QT_TRANSLATE_NOOP("DownloadDialog",
-            "Could not complete download.\nPlease check available disk space."))
-                             .toStdString());
+        throw StoreError(
+            translated(QT_TRANSLATE_NOOP("DownloadDialog",
+                           "Could not complete download.\nPlease check available disk space."))
+                .toStdString());
     }
     return id;
 }

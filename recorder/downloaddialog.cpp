@@ -88,8 +88,8 @@ DownloadDialog::DownloadDialog(
         leads[c]->setCurrentIndex(std::max(0, int(cardLeadNames().indexOf(usual.value(c)))));
         connect(leads[c], qOverload<int>(&QComboBox::currentIndexChanged), this,
             [this, c] { renameChannel(c); });
-        connect(inverts[c], &QCheckBox::toggled, this,
-            [this, c](bool on) { invertChannel(c, on); });
+        connect(
+            inverts[c], &QCheckBox::toggled, this, [this, c](bool on) { invertChannel(c, on); });
     }
 
     connect(m_ui->txtLastName, &QLineEdit::textEdited, this, &DownloadDialog::checkForm);

@@ -91,7 +91,8 @@ bool SystemRemovableVolumes::isRemovableDevice(const QByteArray& device) const
 
 bool SystemRemovableVolumes::isMediaFolder(const QString& root)
 {
-    return root.startsWith(QLatin1String("/media/")) || root.startsWith(QLatin1String("/run/media/"));
+    return root.startsWith(QLatin1String("/media/"))
+        || root.startsWith(QLatin1String("/run/media/"));
 }
 
 QString findCardFolder(const RemovableVolumes& volumes)

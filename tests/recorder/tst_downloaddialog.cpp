@@ -228,8 +228,8 @@ TEST(DownloadDialog, CopyMakesTheSameStudyAsImportCard)
     QTest::mouseClick(f.w<QPushButton>("btnDownload"), Qt::LeftButton);
 
     EXPECT_EQ(during, QString("Downloading..."));
-    EXPECT_EQ(answers.seen,
-        QStringList("Confirm: Study has been downloaded. Delete from memory card?"));
+    EXPECT_EQ(
+        answers.seen, QStringList("Confirm: Study has been downloaded. Delete from memory card?"));
     ASSERT_EQ(downloaded.count(), 1);
     EXPECT_EQ(f.dialog->result(), QDialog::Accepted);
     EXPECT_FALSE(f.dialog->isVisible());
@@ -241,8 +241,9 @@ TEST(DownloadDialog, CopyMakesTheSameStudyAsImportCard)
     EXPECT_EQ(study->signal()->sampleCount(), 20 * 2000);
     QStringList events;
     for (int i = 0; i < study->events().count(); ++i)
-        events << QString("%1 %2").arg(study->events().at(i).position).arg(
-            QString::fromUtf8(study->events().at(i).description));
+        events << QString("%1 %2")
+                      .arg(study->events().at(i).position)
+                      .arg(QString::fromUtf8(study->events().at(i).description));
     EXPECT_EQ(events,
         QStringList({ "12 Patient event", "28 Low battery", "32 Disconnected electrodes" }));
     f.store.repo->closeStudy(study);
@@ -276,14 +277,17 @@ TEST(DownloadDialog, FailedCopiesLeaveNothingBehind)
         bool cardKept = true;
     };
     const Row rows[] = {
-        { "cancel", [](DownloadFixture& f) { f.w<QDialogButtonBox>("buttonBox")->button(
-                                                  QDialogButtonBox::Cancel)->click(); },
+        { "cancel",
+            [](DownloadFixture& f) {
+                f.w<QDialogButtonBox>("buttonBox")->button(QDialogButtonBox::Cancel)->click();
+            },
             -1, kFailed },
-        { "escape", [](DownloadFixture& f) { QTest::keyClick(f.dialog.get(), Qt::Key_Escape); },
-            -1, kFailed },
-        { "card pulled", [](DownloadFixture& f) {
-             ASSERT_TRUE(QFile::resize(f.volume.file("HECG.VTF"), 512 + 3 * kCardBlock));
-         },
+        { "escape", [](DownloadFixture& f) { QTest::keyClick(f.dialog.get(), Qt::Key_Escape); }, -1,
+            kFailed },
+        { "card pulled",
+            [](DownloadFixture& f) {
+                ASSERT_TRUE(QFile::resize(f.volume.file("HECG.VTF"), 512 + 3 * kCardBlock));
+            },
             -1, kCardLost, false },
         { "disk full", nullptr, 150000, kFailed },
     };

@@ -151,7 +151,10 @@ public:
 class FixedVolumes : public RemovableVolumes
 {
 public:
-    explicit FixedVolumes(std::shared_ptr<QStringList> roots) : m_roots(std::move(roots)) {}
+    explicit FixedVolumes(std::shared_ptr<QStringList> roots)
+        : m_roots(std::move(roots))
+    {
+    }
     QStringList roots() const override { return *m_roots; }
 
 private:

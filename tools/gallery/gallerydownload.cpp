@@ -35,7 +35,10 @@ button at 3:15:00
 class OneVolume : public RemovableVolumes
 {
 public:
-    explicit OneVolume(QString root) : m_root(std::move(root)) {}
+    explicit OneVolume(QString root)
+        : m_root(std::move(root))
+    {
+    }
     QStringList roots() const override { return { m_root }; }
 
 private:
@@ -46,7 +49,8 @@ private:
 class AppStyle
 {
 public:
-    AppStyle() : m_previous(qApp->styleSheet())
+    AppStyle()
+        : m_previous(qApp->styleSheet())
     {
         initHolterResources();
         QFile css(QStringLiteral(":/styles/dark.css"));
@@ -81,7 +85,8 @@ int writeDownloadPictures(const QString& outDir)
     if (!temp.isValid())
         throw std::runtime_error("cannot make a temporary folder");
     const QString volume = temp.filePath("card");
-    std::fprintf(stderr, "holter-gallery: simulating a 24.5-hour card for the download dialog...\n");
+    std::fprintf(
+        stderr, "holter-gallery: simulating a 24.5-hour card for the download dialog...\n");
     Simulator(parseSimulatorScript(QString::fromLatin1(kScript), "download"), 11)
         .writeAll(volume, 512);
 
