@@ -14,13 +14,19 @@
 
 namespace {
 
-QString tr(const char* text)
+// The download dialog's texts: the command line and the dialog say the same.
+QString translated(const char* text)
 {
     return QCoreApplication::translate("DownloadDialog", text);
 }
 
 // The empty message of a cancel: the guard turns it into the download failure message.
 struct ImportCancelled : std::exception
+{
+};
+
+// The card stopped giving the blocks its size promised: pulled out, or failing.
+struct CardReadFailed : std::exception
 {
 };
 
@@ -38,18 +44,18 @@ public:
             || word == CardSignalFile::kMarker)
             return nullptr;
         if (word & CardSignalFile::kEventButton)
-            return "Patient event";
+            return QT_TRANSLATE_NOOP("DownloadDialog", "Patient event");
         if (!m_lowBattery && (word & CardSignalFile::kLowBattery)) {
             m_lowBattery = true;
-            return "Low battery";
+            return QT_TRANSLATE_NOOP("DownloadDialog", "Low battery");
         }
         if (!m_sdError && (word & CardSignalFile::kSdCardError)) {
             m_sdError = true;
-            return "SD card error";
+            return QT_TRANSLATE_NOOP("DownloadDialog", "SD card error");
         }
         if (!m_electrodes && (word & CardSignalFile::kElectrodesMask)) {
             m_electrodes = true;
-            return "Disconnected electrodes";
+            return QT_TRANSLATE_NOOP("DownloadDialog", "Disconnected electrodes");
         }
         return nullptr;
     }
@@ -92,9 +98,10 @@ int importCard(StudyRepository& repository, const QString& cardFile, qint64 data
 {
     QFile card(cardFile);
     if (!card.open(QIODevice::ReadOnly))
-        throw StoreError(tr("Cannot open file in memory card %1")
-                             .arg(QDir::toNativeSeparators(cardFile))
-                             .toStdString());
+        throw StoreError(
+            translated(QT_TRANSLATE_NOOP("DownloadDialog", "Cannot open file in memory card %1"))
+                .arg(QDir::toNativeSeparators(cardFile))
+                .toStdString());
     qint64 blocks = std::max<qint64>(0, (card.size() - dataOffset) / CardSignalFile::kBlockBytes);
     if (options.limitHours > 0)
         blocks = std::min<qint64>(blocks, qint64(options.limitHours) * 3600 / kSecondsPerBlock);
@@ -117,12 +124,13 @@ int importCard(StudyRepository& repository, const QString& cardFile, qint64 data
         study = repository.createStudy(info);
         id = info.id;
         if (!card.seek(dataOffset))
-            throw StoreError("Cannot read file in memory card", cardFile);
+            throw CardReadFailed();
         QByteArray block(CardSignalFile::kBlockBytes, '\0');
         QByteArray frames(CardSignalFile::kDataBytes, '\0');
         StatusEvents status;
         qint64 got = card.read(block.data(), block.size());
-        for (qint64 b = 0; b < blocks && got == CardSignalFile::kBlockBytes; ++b) {
+        qint64 b = 0;
+        for (; b < blocks && got == CardSignalFile::kBlockBytes; ++b) {
             const unsigned char* w = reinterpret_cast<const unsigned char*>(block.constData())
                 + CardSignalFile::kDataBytes;
             const int word = (w[0] << 8) | w[1];
@@ -132,7 +140,7 @@ int importCard(StudyRepository& repository, const QString& cardFile, qint64 data
                     StudyEvent& e = study->events().add();
                     e.position = double(b * kSecondsPerBlock);
                     e.duration = kEventSeconds;
-                    e.description = tr(text).toUtf8();
+                    e.description = translated(text).toUtf8();
                 }
             }
             convertBlock(block.constData(), frames.data(), options.invert);
@@ -143,15 +151,26 @@ int importCard(StudyRepository& repository, const QString& cardFile, qint64 data
             if (cancel && cancel->load())
                 throw ImportCancelled();
         }
+        // A torn last block is not counted in `blocks`; a short read before it is a lost card.
+        if (b < blocks)
+            throw CardReadFailed();
         repository.saveStudy(study);
         repository.closeStudy(study);
-    } catch (const std::exception&) {
+    } catch (const std::exception& e) {
         if (study) {
             repository.closeStudy(study);
             repository.deleteStudy(id);
         }
+        if (dynamic_cast<const CardReadFailed*>(&e))
+            throw StoreError(translated(
+                QT_TRANSLATE_NOOP("DownloadDialog",
+                    "Could not complete download.\nThe memory card could not be read to the end: "
+                    "check that it is still in its reader."))
+                                 .toStdString());
         throw StoreError(
-            tr("Could not complete download.\nPlease check available disk space.").toStdString());
+            translated(QT_TRANSLATE_NOOP("DownloadDialog",
+                           "Could not complete download.\nPlease check available disk space."))
+                .toStdString());
     }
     return id;
 }

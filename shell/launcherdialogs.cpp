@@ -1,13 +1,40 @@
 #include "shell/launcherdialogs.h"
+
+#include "recorder/downloaddialog.h"
+
+#include <QObject>
+
 namespace {
-class NoDialogs : public LauncherDialogs
+
+class WorkstationDialogs : public LauncherDialogs
 {
 public:
-    void download(QWidget*, StudyRepository&, const std::function<void(int)>&) override {}
-    std::optional<ProcessingOptions> preprocess(QWidget*, StudyRepository&, Study*, bool) override
+    explicit WorkstationDialogs(VolumesFactory volumes)
+        : m_volumes(std::move(volumes))
+    {
+    }
+
+    void download(QWidget* parent, StudyRepository& repository,
+        const std::function<void(int)>& downloaded) override
+    {
+        DownloadDialog dialog(repository, parent, m_volumes ? m_volumes() : nullptr);
+        QObject::connect(&dialog, &DownloadDialog::downloaded, &dialog, downloaded);
+        dialog.exec();
+    }
+
+    std::optional<ProcessingOptions> preprocess(
+        QWidget*, StudyRepository&, Study*, bool) override
     {
         return ProcessingOptions();
     }
+
+private:
+    VolumesFactory m_volumes;
 };
+
+} // namespace
+
+std::unique_ptr<LauncherDialogs> makeLauncherDialogs(VolumesFactory volumes)
+{
+    return std::make_unique<WorkstationDialogs>(std::move(volumes));
 }
-std::unique_ptr<LauncherDialogs> makeLauncherDialogs() { return std::make_unique<NoDialogs>(); }

@@ -28,4 +28,9 @@ public:
         = 0;
 };
 
-std::unique_ptr<LauncherDialogs> makeLauncherDialogs();
+class RemovableVolumes;
+// Where the download looks for cards: the system's removable volumes unless `volumes` makes
+// another list (tests put a folder there).
+using VolumesFactory = std::function<std::unique_ptr<RemovableVolumes>()>;
+
+std::unique_ptr<LauncherDialogs> makeLauncherDialogs(VolumesFactory volumes = {});

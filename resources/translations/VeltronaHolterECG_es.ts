@@ -49,6 +49,145 @@ Póngase en contacto con el servicio técnico.</translation>
     </message>
 </context>
 <context>
+    <name>DownloadDialog</name>
+    <message>
+        <source>Download study</source>
+        <translation>Descargar estudio</translation>
+    </message>
+    <message>
+        <source>Please insert memory card or select file to download...</source>
+        <translation>Inserte la tarjeta de memoria o seleccione el archivo a descargar...</translation>
+    </message>
+    <message>
+        <source>Patient</source>
+        <translation>Paciente</translation>
+    </message>
+    <message>
+        <source>Last name</source>
+        <translation>Apellido</translation>
+    </message>
+    <message>
+        <source>First name</source>
+        <translation>Nombre</translation>
+    </message>
+    <message>
+        <source>ID number</source>
+        <translation>Nro. de documento</translation>
+    </message>
+    <message>
+        <source>Patient ID / Rec. #</source>
+        <translation>ID paciente / Nro. de registro</translation>
+    </message>
+    <message>
+        <source>Date/time</source>
+        <translation>Fecha/hora</translation>
+    </message>
+    <message>
+        <source>Recording</source>
+        <translation>Grabación</translation>
+    </message>
+    <message>
+        <source>Channel #1</source>
+        <translation>Canal #1</translation>
+    </message>
+    <message>
+        <source>Invert</source>
+        <translation>Invertir</translation>
+    </message>
+    <message>
+        <source>Channel #2</source>
+        <translation>Canal #2</translation>
+    </message>
+    <message>
+        <source>Channel #3</source>
+        <translation>Canal #3</translation>
+    </message>
+    <message>
+        <source>Duration</source>
+        <translation>Duración</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>Descargar</translation>
+    </message>
+    <message>
+        <source>&lt;All&gt;</source>
+        <translation>&lt;Todo&gt;</translation>
+    </message>
+    <message>
+        <source>Select file...</source>
+        <translation>Seleccionar archivo...</translation>
+    </message>
+    <message>
+        <source>Patient event</source>
+        <translation>Evento del paciente</translation>
+    </message>
+    <message>
+        <source>Low battery</source>
+        <translation>Batería baja</translation>
+    </message>
+    <message>
+        <source>SD card error</source>
+        <translation>Error de tarjeta SD</translation>
+    </message>
+    <message>
+        <source>Disconnected electrodes</source>
+        <translation>Electrodos desconectados</translation>
+    </message>
+    <message>
+        <source>Cannot open file in memory card %1</source>
+        <translation>No se puede abrir el archivo de la tarjeta de memoria %1</translation>
+    </message>
+    <message>
+        <source>Could not complete download.
+The memory card could not be read to the end: check that it is still in its reader.</source>
+        <translation>No se pudo completar la descarga.
+No se pudo leer la tarjeta de memoria hasta el final: verifique que siga en el lector.</translation>
+    </message>
+    <message>
+        <source>Could not complete download.
+Please check available disk space.</source>
+        <translation>No se pudo completar la descarga.
+Verifique el espacio disponible en el disco.</translation>
+    </message>
+    <message>
+        <source>Select file to download</source>
+        <translation>Seleccionar el archivo a descargar</translation>
+    </message>
+    <message>
+        <source>Recorder file (HECG.VTF hecg.vtf);;All files (*)</source>
+        <translation>Archivo del grabador (HECG.VTF hecg.vtf);;Todos los archivos (*)</translation>
+    </message>
+    <message>
+        <source>Enter study information and press &lt;Download&gt;</source>
+        <translation>Ingrese los datos del estudio y presione &lt;Descargar&gt;</translation>
+    </message>
+    <message>
+        <source>24 hs.</source>
+        <translation>24 hs.</translation>
+    </message>
+    <message>
+        <source>48 hs.</source>
+        <translation>48 hs.</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>Error</translation>
+    </message>
+    <message>
+        <source>Confirm</source>
+        <translation>Confirmar</translation>
+    </message>
+    <message>
+        <source>Study has been downloaded. Delete from memory card?</source>
+        <translation>El estudio fue descargado. ¿Borrarlo de la tarjeta de memoria?</translation>
+    </message>
+    <message>
+        <source>Downloading...</source>
+        <translation>Descargando...</translation>
+    </message>
+</context>
+<context>
     <name>EventCatalog</name>
     <message>
         <source>Tachycardia</source>

@@ -3,6 +3,7 @@
 // Memory cards and WFDB records for the recorder tests, with a private study store; the
 // encoders are written apart from the readers' decoders.
 
+#include "recorder/removablevolumes.h"
 #include "store/progresssink.h"
 #include "tests/store/studytestutil.h"
 #include "tests/support/testsupport.h"
@@ -11,6 +12,7 @@
 #include <QDir>
 #include <QString>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -142,6 +144,21 @@ public:
     }
     qint64 last = -1, total = -1, cancelAt = 0;
     CancelFlag* cancel = nullptr;
+};
+
+// Volumes the test decides on: plain folders standing in for mounted cards. The test keeps
+// the list and may change it after the volumes were handed over.
+class FixedVolumes : public RemovableVolumes
+{
+public:
+    explicit FixedVolumes(std::shared_ptr<QStringList> roots)
+        : m_roots(std::move(roots))
+    {
+    }
+    QStringList roots() const override { return *m_roots; }
+
+private:
+    std::shared_ptr<QStringList> m_roots;
 };
 
 } // namespace rectest

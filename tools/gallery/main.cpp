@@ -14,6 +14,7 @@
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 #include "store/study.h"
+#include "tools/gallery/gallerydownload.h"
 #include "tools/gallery/gallerystudy.h"
 
 #include <QApplication>
@@ -231,6 +232,7 @@ void run(const QString& outDir)
         throw std::runtime_error("the launcher did not get half way through detection");
     g.save(launcher, "launcher_mainwindow_processing");
     launcher.close(); // cancels the run and waits for it
+    writeDownloadPictures(outDir);
     std::fprintf(stderr, "holter-gallery: %d pictures in %s\n", g.written(), qPrintable(outDir));
 }
 
