@@ -350,8 +350,8 @@ QString PreprocessDialog::saveSignal()
     QString error;
     m_saving = true;
     try {
-        rewriteStudySignal(m_repository, *m_study, *m_modifiedSource, rewrite, &sink,
-            &m_cancelled, [this] { dropView(); });
+        rewriteStudySignal(m_repository, *m_study, *m_modifiedSource, rewrite, &sink, &m_cancelled,
+            [this] { dropView(); });
     } catch (const std::exception& e) {
         error = QString::fromUtf8(e.what());
     }

@@ -29,8 +29,8 @@ class PreprocessDialog : public QDialog
     Q_OBJECT
 public:
     // `study` is open and not owned; the main window closes it when the dialog is rejected.
-    PreprocessDialog(StudyRepository& repository, Study* study, bool afterDownload,
-        QWidget* parent = nullptr);
+    PreprocessDialog(
+        StudyRepository& repository, Study* study, bool afterDownload, QWidget* parent = nullptr);
     ~PreprocessDialog() override;
 
     ProcessingOptions options() const;
