@@ -17,10 +17,9 @@
 
 namespace {
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("PreprocessDialog", text);
-}
+// Shown by the dialog that asked for the rewrite, in its words.
+const char* const kFailure = QT_TRANSLATE_NOOP(
+    "PreprocessDialog", "Could not complete operation.\nPlease check available disk space.");
 
 // Thrown by a cancel; the guard turns it into the finished message like any other failure.
 struct RewriteCancelled : std::exception
@@ -132,8 +131,7 @@ void rewriteStudySignal(StudyRepository& repository, Study& study, SignalSource&
         if (target)
             repository.destroySource(std::move(target));
         repository.removeEcgFile(tempBase);
-        throw StoreError(
-            tr("Could not complete operation.\nPlease check available disk space.").toStdString());
+        throw StoreError(QCoreApplication::translate("PreprocessDialog", kFailure).toStdString());
     }
 
     if (releaseModified)
