@@ -63,6 +63,7 @@ public:
     int mode() const { return m_mode; }
     QColor color(int id) const { return m_colors.value(id); }
     QScrollBar* scrollBarWidget() const { return m_scrollBar; }
+    SignalSource* signal() const { return m_signal; }
 
     // The layout of the current pixmap: time under x, rows, scale.
     BrowseStripLayout layout() const;

@@ -1,5 +1,6 @@
 #include "shell/launcherdialogs.h"
 
+#include "preprocess/preprocessdialog.h"
 #include "recorder/downloaddialog.h"
 
 #include <QObject>
@@ -23,9 +24,12 @@ public:
     }
 
     std::optional<ProcessingOptions> preprocess(
-        QWidget*, StudyRepository&, Study*, bool) override
+        QWidget* parent, StudyRepository& repository, Study* study, bool afterDownload) override
     {
-        return ProcessingOptions();
+        PreprocessDialog dialog(repository, study, afterDownload, parent);
+        if (dialog.exec() != QDialog::Accepted)
+            return std::nullopt;
+        return dialog.options();
     }
 
 private:

@@ -80,6 +80,8 @@ public:
     virtual bool hasFreeSpace() const;
 
     QString rootPath() const { return m_rootPath; }
+    // The writer behind the store's files (null: the standard one), for files reopened beside it.
+    StoreIo* io() const { return m_io; }
     QString studyPath(const QByteArray& baseName, const char* extension) const;
     const QStringList& riskFactorNames() const { return m_riskFactorNames; }
 

@@ -369,6 +369,143 @@ El estudio podrá procesarse nuevamente al abrirlo.</translation>
     </message>
 </context>
 <context>
+    <name>PreprocessDialog</name>
+    <message>
+        <source>Process study</source>
+        <translation>Procesar estudio</translation>
+    </message>
+    <message>
+        <source>ECG lead modifications</source>
+        <translation>Modificaciones de derivaciones ECG</translation>
+    </message>
+    <message>
+        <source>Channel #1</source>
+        <translation>Canal #1</translation>
+    </message>
+    <message>
+        <source>Invert</source>
+        <translation>Invertir</translation>
+    </message>
+    <message>
+        <source>Channel #2</source>
+        <translation>Canal #2</translation>
+    </message>
+    <message>
+        <source>Channel #3</source>
+        <translation>Canal #3</translation>
+    </message>
+    <message>
+        <source>Trim recording</source>
+        <translation>Recortar grabación</translation>
+    </message>
+    <message>
+        <source>Processing options</source>
+        <translation>Opciones de procesamiento</translation>
+    </message>
+    <message>
+        <source>Supraventricular labeling rules</source>
+        <translation>Reglas de clasificación supraventricular</translation>
+    </message>
+    <message>
+        <source>Automatic</source>
+        <translation>Automática</translation>
+    </message>
+    <message>
+        <source>User defined</source>
+        <translation>Definida por el usuario</translation>
+    </message>
+    <message>
+        <source>Prematurity %</source>
+        <translation>Prematuridad %</translation>
+    </message>
+    <message>
+        <source>Followed by compensatory</source>
+        <translation>Seguido de pausa compensatoria</translation>
+    </message>
+    <message>
+        <source>Allowed beat types</source>
+        <translation>Tipos de latido permitidos</translation>
+    </message>
+    <message>
+        <source>Normal</source>
+        <translation>Normal</translation>
+    </message>
+    <message>
+        <source>Ventricular</source>
+        <translation>Ventricular</translation>
+    </message>
+    <message>
+        <source>Fusion</source>
+        <translation>Fusión</translation>
+    </message>
+    <message>
+        <source>Undefined</source>
+        <translation>Indefinido</translation>
+    </message>
+    <message>
+        <source>Supraventricular</source>
+        <translation>Supraventricular</translation>
+    </message>
+    <message>
+        <source>Save and continue</source>
+        <translation>Guardar y continuar</translation>
+    </message>
+    <message>
+        <source>Apply and process</source>
+        <translation>Aplicar y procesar</translation>
+    </message>
+    <message>
+        <source>Could not complete operation.
+Please check available disk space.</source>
+        <translation>No se pudo completar la operación.
+Verifique el espacio disponible en disco.</translation>
+    </message>
+    <message>
+        <source>Process study: %1, %2 - %3</source>
+        <translation>Procesar estudio: %1, %2 - %3</translation>
+    </message>
+    <message>
+        <source>The study was downloaded and is ready to be processed. Closing this window leaves it unprocessed until it is opened again.</source>
+        <translation>El estudio fue descargado y está listo para procesarse. Si cierra esta ventana quedará sin procesar hasta que se abra nuevamente.</translation>
+    </message>
+    <message>
+        <source>&lt;No change&gt;</source>
+        <translation>&lt;Sin cambios&gt;</translation>
+    </message>
+    <message>
+        <source>24 hs.</source>
+        <translation>24 hs.</translation>
+    </message>
+    <message>
+        <source>48 hs.</source>
+        <translation>48 hs.</translation>
+    </message>
+    <message>
+        <source>The recording is not longer than %1 hours: nothing will be trimmed.</source>
+        <translation>La grabación no supera las %1 horas: no se recortará nada.</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>Advertencia</translation>
+    </message>
+    <message>
+        <source>All recording in excess of %1 hours will be erased. Proceed?</source>
+        <translation>Se borrará toda la grabación que exceda las %1 horas. ¿Continuar?</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>Error</translation>
+    </message>
+    <message>
+        <source>Saving...</source>
+        <translation>Guardando...</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancelar</translation>
+    </message>
+</context>
+<context>
     <name>QSignalCompressedDisplay</name>
     <message>
         <source>%1x</source>

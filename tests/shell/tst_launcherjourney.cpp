@@ -110,6 +110,7 @@ TEST(LauncherJourney, CardOnAVolumeBecomesAProcessedStudyThroughTheRealDialogs)
         << user.seen.join(" | ").toStdString();
     EXPECT_EQ(finished[0][1].value<ProcessingOutcome>(), ProcessingOutcome::Done);
     EXPECT_TRUE(user.seen.contains("DownloadDialog"));
+    EXPECT_TRUE(user.seen.contains("PreprocessDialog"));
     EXPECT_TRUE(user.seen.contains("Study has been downloaded. Delete from memory card?"));
     EXPECT_TRUE(QFileInfo::exists(temp.file("card/HECG.VTF"))) << "the card was kept on No";
 

@@ -15,6 +15,7 @@
 #include "store/signalsource.h"
 #include "store/study.h"
 #include "tools/gallery/gallerydownload.h"
+#include "tools/gallery/gallerypreprocess.h"
 #include "tools/gallery/gallerystudy.h"
 
 #include <QApplication>
@@ -140,6 +141,7 @@ void run(const QString& outDir)
     if (!temp.isValid())
         throw std::runtime_error("cannot make a temporary folder");
     std::fprintf(stderr, "holter-gallery: simulating and processing a one-hour study...\n");
+    galleryPreprocess(outDir, temp.filePath("preprocess"));
     GalleryStudy study(temp.path());
     Gallery g(outDir, study);
 
