@@ -306,7 +306,11 @@ void BrowseStripPainter::paintClock(QPainter* p, const BrowseStripLayout& l, con
         const QString text = QString::asprintf(
             "%2.2i:%2.2i:%2.2i", int(day / 3600), int(day / 60 % 60), int(day % 60));
         const double x = l.xOfTime(start + (t - from));
-        p->drawText(QPointF(x - fm.horizontalAdvance(text) / 2.0, h - 4), text);
+        const double width = fm.horizontalAdvance(text);
+        // A label cut by the strip's edge reads as another time ("7:00" for 10:17:00).
+        if (x - width / 2.0 < tr.left() || x + width / 2.0 > tr.right())
+            continue;
+        p->drawText(QPointF(x - width / 2.0, h - 4), text);
     }
     p->restore();
 }

@@ -228,3 +228,39 @@ TEST(StripPaintTest, ASteepEdgeBetweenColumnsStaysOneUnbrokenStroke)
 }
 
 } // namespace
+
+// Clock labels are whole or absent: one the strip's edge would cut reads as another time.
+TEST(StripClockTest, LabelsAtTheEdgesAreLeftOutRatherThanCut)
+{
+    const QRgb labelInk = qRgb(255, 0, 0);
+    auto source = spikeSource(60.0);
+    BrowseStripPainter::Scene scene;
+    scene.signal = source.get();
+    scene.colors[BrowseStripPainter::LabelColor] = QColor(labelInk);
+    scene.startDateTime = QDateTime(QDate(2026, 11, 20), QTime(10, 17, 0));
+    // A second mark 0.02 s, 0.5 s and (from the other side) 0.02 s from an edge of the strip.
+    for (const double start : { 0.98, 0.5, 0.02 }) {
+        SCOPED_TRACE(start);
+        QImage img = paper(200, 60, 4000);
+        const BrowseStripLayout l
+            = BrowseStripPainter::layoutFor(&img, scene, start, 25.0, 10.0, 0.0, { 0 }, 0);
+        scene.channelBaseline = BrowseStripPainter::channelBaselines(source.get(), l);
+        {
+            QPainter p(&img);
+            BrowseStripPainter::paint(&p, l, scene);
+        }
+        const QRectF tr = l.traceRect();
+        // The clock's band under the traces, the first and last 2 mm of it.
+        const int bandTop = img.height() - 16, band = 14, edge = 8;
+        auto red = [&](QRgb c) { return qRed(c) > 200 && qGreen(c) < 80 && qBlue(c) < 80; };
+        const int left = countPixels(img, QRect(int(tr.left()), bandTop, edge, band), red);
+        const int right = countPixels(img, QRect(int(tr.right()) - edge, bandTop, edge, band), red);
+        EXPECT_GT(countPixels(img, QRect(0, bandTop, img.width(), band), red), 0) << "no clock";
+        if (start == 0.5) {
+            EXPECT_EQ(left + right, 0) << "whole labels stand clear of the edges here";
+        } else {
+            EXPECT_EQ(left, 0) << "a cut label at the left edge";
+            EXPECT_EQ(right, 0) << "a cut label at the right edge";
+        }
+    }
+}
