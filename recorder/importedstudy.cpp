@@ -1,0 +1,160 @@
+#include "recorder/importedstudy.h"
+
+#include "recorder/recordingerror.h"
+#include "store/signalsource.h"
+#include "store/study.h"
+#include "store/studyinfo.h"
+#include "store/studyrepository.h"
+
+#include <QCoreApplication>
+#include <QDir>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("RecordingImport", text);
+}
+
+} // namespace
+
+StoredScale StoredScale::choose(const QVector<ChannelScale>& channels, int converterBits)
+{
+    StoredScale s;
+    s.channels = channels;
+    double finest = 0.0;
+    double widest = 0.0;
+    for (const ChannelScale& c : channels) {
+        const double step = std::fabs(c.millivoltsPerUnit);
+        if (step > 0.0 && (finest == 0.0 || step < finest))
+            finest = step;
+        widest = std::max({ widest, std::fabs(c.minMillivolts), std::fabs(c.maxMillivolts) });
+    }
+    if (finest == 0.0)
+        finest = 1.0 / 1000.0;
+    // A 24-bit converter's step would leave a millivolt or two of range in 16 bits: the step
+    // grows until the channel's whole range fits.
+    s.stepMillivolts = std::max(finest, widest / 32767.0);
+    s.resolution = s.stepMillivolts > finest ? 16 : std::clamp(converterBits, 8, 16);
+    return s;
+}
+
+qint16 StoredScale::stored(int channel, double unit) const
+{
+    const ChannelScale& c = channels[channel];
+    const double mv = unit * c.millivoltsPerUnit + c.offsetMillivolts;
+    return qint16(std::clamp<long>(std::lround(mv / stepMillivolts), -32768, 32767));
+}
+
+void StoredScale::fillInfo(StudyInfo& info) const
+{
+    info.resolution = resolution;
+    info.gain = std::ldexp(1.0, resolution - 1) * stepMillivolts;
+    info.sampleFormat = "short";
+}
+
+ImportedStudy::ImportedStudy(StudyRepository& repository, StudyInfo& info)
+    : m_repository(repository)
+{
+    m_study = repository.createStudy(info);
+    m_id = info.id;
+}
+
+ImportedStudy::~ImportedStudy()
+{
+    if (!m_study)
+        return;
+    try {
+        m_repository.closeStudy(m_study);
+        m_repository.deleteStudy(m_id);
+    } catch (...) {
+        // The failure that got us here is the one the user needs to see.
+    }
+}
+
+qint64 ImportedStudy::frames() const
+{
+    return m_study->signal()->sampleCount();
+}
+
+void ImportedStudy::append(const std::vector<std::vector<qint16>>& channels, qint64 count)
+{
+    if (count <= 0)
+        return;
+    std::vector<const qint16*> data;
+    for (const auto& c : channels)
+        data.push_back(c.data());
+    m_study->signal()->appendChannels(data.data(), count);
+}
+
+void ImportedStudy::appendFlat(qint64 count)
+{
+    const int n = m_study->signal()->channelCount();
+    constexpr qint64 kChunk = 65536;
+    std::vector<std::vector<qint16>> zeros(size_t(n), std::vector<qint16>(size_t(kChunk), 0));
+    for (qint64 done = 0; done < count;) {
+        const qint64 len = std::min(kChunk, count - done);
+        append(zeros, len);
+        done += len;
+    }
+}
+
+void ImportedStudy::addMark(double positionSeconds, double durationSeconds, const QByteArray& text)
+{
+    StudyEvent& e = m_study->events().add();
+    e.position = std::max(0.0, positionSeconds);
+    e.duration = std::max(0.0, durationSeconds);
+    e.description = text;
+}
+
+int ImportedStudy::commit()
+{
+    m_repository.saveStudy(m_study);
+    m_repository.closeStudy(m_study);
+    m_study = nullptr;
+    return m_id;
+}
+
+ImportPatient completedPatient(const ImportPatient& given, const ImportPatient& fromFile,
+    const QString& path)
+{
+    ImportPatient p = given;
+    auto fill = [](QByteArray& field, const QByteArray& header) {
+        if (QString::fromUtf8(field).trimmed().isEmpty())
+            field = header;
+    };
+    fill(p.lastName, fromFile.lastName);
+    fill(p.firstName, fromFile.firstName);
+    fill(p.idNumber, fromFile.idNumber);
+    fill(p.historyNumber, fromFile.historyNumber);
+    if (!p.start.isValid())
+        p.start = fromFile.start;
+    const QString why = p.incompleteReason();
+    if (!why.isEmpty())
+        throw RecordingError(
+            tr("%1 The file %2 does not say: give it with the import.")
+                .arg(why, QDir::toNativeSeparators(path)));
+    return p;
+}
+
+QByteArray joinChannelNames(const QList<QByteArray>& names)
+{
+    QList<QByteArray> clean;
+    for (QByteArray n : names)
+        clean << n.replace(',', ' ').trimmed();
+    return clean.join(',');
+}
+
+QString importCancelledMessage()
+{
+    return tr("Import cancelled");
+}
+
+void throwIfCancelled(const CancelFlag* cancel)
+{
+    if (isCancelled(cancel))
+        throw RecordingError(importCancelledMessage());
+}
