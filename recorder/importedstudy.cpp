@@ -25,20 +25,26 @@ StoredScale StoredScale::choose(const QVector<ChannelScale>& channels, int conve
 {
     StoredScale s;
     s.channels = channels;
-    double finest = 0.0;
+    std::vector<double> steps;
     double widest = 0.0;
     for (const ChannelScale& c : channels) {
-        const double step = std::fabs(c.millivoltsPerUnit);
-        if (step > 0.0 && (finest == 0.0 || step < finest))
-            finest = step;
+        if (c.millivoltsPerUnit != 0.0)
+            steps.push_back(std::fabs(c.millivoltsPerUnit));
         widest = std::max({ widest, std::fabs(c.minMillivolts), std::fabs(c.maxMillivolts) });
     }
-    if (finest == 0.0)
-        finest = 1.0 / 1000.0;
-    // A 24-bit converter's step would leave a millivolt or two of range in 16 bits: the step
-    // grows until the channel's whole range fits.
-    s.stepMillivolts = std::max(finest, widest / 32767.0);
-    s.resolution = s.stepMillivolts > finest ? 16 : std::clamp(converterBits, 8, 16);
+    std::sort(steps.begin(), steps.end());
+    // The finest channel step in which every channel's range fits 16 bits; a 24-bit
+    // converter's step fits none, and the step grows until the widest range fits.
+    s.stepMillivolts = 0.0;
+    for (double step : steps)
+        if (widest <= step * 32768.0 * (1.0 + 1e-9)) {
+            s.stepMillivolts = step;
+            break;
+        }
+    if (s.stepMillivolts == 0.0)
+        s.stepMillivolts = widest > 0.0 ? widest / 32767.0 : 1.0 / 1000.0;
+    const bool finest = !steps.empty() && s.stepMillivolts == steps.front();
+    s.resolution = finest ? std::clamp(converterBits, 8, 16) : 16;
     return s;
 }
 

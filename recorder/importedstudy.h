@@ -22,8 +22,9 @@ struct ChannelScale
     double maxMillivolts = 0.0;
 };
 
-// The one gain of a study made from channels with their own scales: the finest step of them,
-// coarsened only as far as the widest physical range needs to fit 16 bits.
+// The one gain of a study made from channels with their own scales: the finest channel step
+// in which every channel's physical range fits 16 bits (a 24-bit converter's step grows
+// until it does).
 struct StoredScale
 {
     double stepMillivolts = 0.0;

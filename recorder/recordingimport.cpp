@@ -56,8 +56,9 @@ RecordingFormat detectRecordingFormat(const QString& path)
         return RecordingFormat::Ishne;
     if (EdfHeader::looksLike(head))
         return RecordingFormat::Edf;
-    // A header is small text; a whole one has been read when the file ends within the head.
-    if (file.size() <= kHeadBytes && isWfdbHeaderText(head, path))
+    // A record is named by its header's path: a small text whose record line parses.
+    if (fi.suffix().compare("hea", Qt::CaseInsensitive) == 0 && file.size() <= kHeadBytes
+        && isWfdbHeaderText(head, path))
         return RecordingFormat::Wfdb;
     return RecordingFormat::Unknown;
 }

@@ -8,7 +8,8 @@
 class StudyRepository;
 
 // The recording formats a study can be made from, told apart by content where the format has
-// a signature (EDF/BDF, ISHNE, a WFDB header's record line) and by name for the memory card.
+// a signature (EDF/BDF, ISHNE: whatever the file's name), by a parsing header for a WFDB
+// record (".hea", or the record path without extension) and by name for the memory card.
 enum class RecordingFormat { Unknown, Card, Wfdb, Edf, Ishne };
 
 RecordingFormat detectRecordingFormat(const QString& path);

@@ -81,7 +81,7 @@ TEST(EdfImport, KeepsTheEcgSignalsInMillivoltsWithHeaderAndMarks)
     EXPECT_EQ(s->samplingRate(), 250);
     EXPECT_EQ(s->sampleCount(), 750);
     // V5's range of +-32.8 mV must fit 16 bits, so the step is V5's 1 uV, not II's 0.1 uV.
-    EXPECT_NEAR(s->gainStep(), 65.535 / 65535, 1e-6);
+    EXPECT_NEAR(s->gainStep(), 65.535 / 65535, 1e-12);
     for (int c = 0; c < 2; ++c) {
         const int fileSignal = c == 0 ? 0 : 2;
         const std::vector<double> v = in.samples(c);
