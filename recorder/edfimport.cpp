@@ -58,8 +58,10 @@ class EdflibFile
 public:
     explicit EdflibFile(const QString& path) : m_header(std::make_unique<edf_hdr_struct>())
     {
+        // Annotations are read apart, a record at a time, so that a day of beat labels never
+        // sits in memory.
         if (edfopen_file_readonly(QFile::encodeName(path).constData(), m_header.get(),
-                EDFLIB_READ_ALL_ANNOTATIONS)
+                EDFLIB_DO_NOT_READ_ANNOTATIONS)
             < 0)
             fail(path, edflibMessage(m_header->filetype));
         m_open = true;
@@ -158,8 +160,24 @@ ImportPatient headerPatient(const EdfHeader& h)
 
 void scaleChunk(const Plan& p, int channel, const int* in, qint64 len, std::vector<qint16>& out)
 {
+    const ChannelScale& c = p.scale.channels[channel];
+    // The usual case, a file of one step per channel: the stored sample is the digital one
+    // (an offset below half a step rounds away).
+    if (c.millivoltsPerUnit == p.scale.stepMillivolts
+        && std::fabs(c.offsetMillivolts) < 0.5 * p.scale.stepMillivolts) {
+        for (qint64 i = 0; i < len; ++i)
+            out[size_t(i)] = qint16(std::clamp(in[i], -32768, 32767));
+        return;
+    }
     for (qint64 i = 0; i < len; ++i)
         out[size_t(i)] = p.scale.stored(channel, in[i]);
+}
+
+// Marks only: beat labels are dropped as they come.
+void keepMarks(QVector<EdfAnnotation>* annotations, int from)
+{
+    auto first = std::remove_if(annotations->begin() + from, annotations->end(), isBeatLabel);
+    annotations->erase(first, annotations->end());
 }
 
 void copyContinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study,
@@ -193,14 +211,19 @@ void copyContinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study,
         if (progress)
             progress->progress(done, total);
     }
-    for (long long i = 0; i < eh.annotations_in_file; ++i) {
-        edf_annotation_struct a;
-        if (edf_get_annotation(file.handle(), int(i), &a) != 0)
-            continue;
-        annotations->append({ double(a.onset) / EDFLIB_TIME_DIMENSION,
-            a.duration_l < 0 ? -1.0 : double(a.duration_l) / EDFLIB_TIME_DIMENSION,
-            QByteArray(a.annotation) });
+    if (h.firstAnnotationSignal() < 0)
+        return;
+    EdfRecordReader reader(h, {});
+    double firstOnset = 0.0;
+    for (qint64 r = 0; r < h.recordCount; ++r) {
+        const int before = annotations->size();
+        const double onset = reader.readAnnotations(r, annotations);
+        if (r == 0 && !std::isnan(onset))
+            firstOnset = onset; // a start within the second of the header's time
+        keepMarks(annotations, before);
     }
+    for (EdfAnnotation& a : *annotations)
+        a.onset -= firstOnset;
 }
 
 // Each record carries its start; a record that starts later than the previous one ended
@@ -219,7 +242,9 @@ void copyDiscontinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study,
     for (qint64 r = 0; r < h.recordCount; ++r) {
         if (r % 64 == 0)
             throwIfCancelled(cancel);
+        const int before = annotations->size();
         const double onset = reader.readRecord(r, annotations);
+        keepMarks(annotations, before);
         if (std::isnan(onset))
             fail(h.path, tr("data record %1 has no start time").arg(r + 1));
         if (r == 0)
@@ -273,7 +298,6 @@ int importEdfFile(StudyRepository& repository, const QString& path, const Import
     else
         copyContinuous(h, p, study, progress, cancel, &annotations);
     for (const EdfAnnotation& a : annotations)
-        if (!isBeatLabel(a))
-            study.addMark(a.onset, std::max(0.0, a.duration), a.text);
+        study.addMark(a.onset, std::max(0.0, a.duration), a.text);
     return study.commit();
 }

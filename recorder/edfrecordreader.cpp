@@ -117,13 +117,33 @@ double EdfRecordReader::readRecord(qint64 r, QVector<EdfAnnotation>* annotations
             }
         }
     }
+    return parseAnnotationSignals(r, annotations);
+}
+
+double EdfRecordReader::readAnnotations(qint64 r, QVector<EdfAnnotation>* annotations)
+{
+    const qint64 start = m_header.headerBytes + r * qint64(m_record.size());
+    for (int i = 0; i < m_header.signalList.size(); ++i) {
+        const EdfSignalHeader& s = m_header.signalList[i];
+        if (!s.isAnnotations())
+            continue;
+        const size_t bytes = size_t(s.samplesPerRecord) * size_t(m_header.bytesPerSample());
+        if (fseeko(m_file, off_t(start + m_offsets[size_t(i)]), SEEK_SET) != 0
+            || std::fread(m_record.data() + m_offsets[size_t(i)], 1, bytes, m_file) != bytes)
+            fail(m_header.path, tr("cannot read data record %1").arg(r + 1));
+    }
+    return parseAnnotationSignals(r, annotations);
+}
+
+double EdfRecordReader::parseAnnotationSignals(qint64, QVector<EdfAnnotation>* annotations)
+{
     double recordOnset = std::numeric_limits<double>::quiet_NaN();
     bool timeKept = false;
     for (int i = 0; i < m_header.signalList.size(); ++i) {
         const EdfSignalHeader& s = m_header.signalList[i];
         if (!s.isAnnotations())
             continue;
-        const QByteArray tal = m_record.mid(int(m_offsets[size_t(i)]),
+        const QByteArray tal = QByteArray::fromRawData(m_record.constData() + m_offsets[size_t(i)],
             s.samplesPerRecord * m_header.bytesPerSample());
         double onset = 0.0;
         parseEdfAnnotationLists(tal, &onset, annotations, m_header.path);

@@ -40,8 +40,13 @@ public:
     // annotations appended to `annotations`.
     double readRecord(qint64 r, QVector<EdfAnnotation>* annotations);
     const std::vector<std::vector<int>>& samples() const { return m_samples; }
+    // Reads only the annotation signals of record `r`: the same as readRecord without the
+    // samples, for files whose samples come through EDFlib.
+    double readAnnotations(qint64 r, QVector<EdfAnnotation>* annotations);
 
 private:
+    double parseAnnotationSignals(qint64 r, QVector<EdfAnnotation>* annotations);
+
     const EdfHeader& m_header;
     QVector<int> m_signals;
     std::FILE* m_file = nullptr;

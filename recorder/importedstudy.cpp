@@ -36,8 +36,10 @@ StoredScale StoredScale::choose(const QVector<ChannelScale>& channels, int conve
     // The finest channel step in which every channel's range fits 16 bits; a 24-bit
     // converter's step fits none, and the step grows until the widest range fits.
     s.stepMillivolts = 0.0;
+    // A step of tolerance: physical limits in 8-character header fields are rounded, and the
+    // rails clamp anyway.
     for (double step : steps)
-        if (widest <= step * 32768.0 * (1.0 + 1e-9)) {
+        if (widest <= step * (32768.0 + 1.0)) {
             s.stepMillivolts = step;
             break;
         }
