@@ -23,11 +23,6 @@ namespace {
 constexpr int kMaxAnnotationSignals = 64;
 constexpr qint64 kEdfAnnotationUnits = 10000; // EDFlib's write unit: 100 microseconds
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("RecordingExport", text);
-}
-
 [[noreturn]] void fail(const QString& path, const QString& what)
 {
     throw RecordingError(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), what));
@@ -60,12 +55,16 @@ const EpisodeName kEpisodes[] = {
 class EdfWriter
 {
 public:
-    EdfWriter(const QString& path, int signalCount) : m_path(path)
+    EdfWriter(const QString& path, int signalCount)
+        : m_path(path)
     {
         m_handle = edfopen_file_writeonly(
             QFile::encodeName(path).constData(), EDFLIB_FILETYPE_EDFPLUS, signalCount);
         if (m_handle < 0)
-            fail(path, tr("cannot create the file (EDFlib error %1)").arg(m_handle));
+            fail(path,
+                QCoreApplication::translate(
+                    "RecordingExport", "cannot create the file (EDFlib error %1)")
+                    .arg(m_handle));
     }
     ~EdfWriter()
     {
@@ -80,7 +79,9 @@ public:
     void check(int result, const char* what) const
     {
         if (result != 0)
-            fail(m_path, tr("cannot write the %1").arg(tr(what)));
+            fail(m_path,
+                QCoreApplication::translate("RecordingExport", "cannot write the %1")
+                    .arg(QCoreApplication::translate("RecordingExport", what)));
     }
     void finish()
     {
@@ -88,7 +89,9 @@ public:
         m_handle = -1;
         if (rc != 0) {
             QFile::remove(m_path);
-            fail(m_path, tr("cannot complete the file; is the disk full?"));
+            fail(m_path,
+                QCoreApplication::translate(
+                    "RecordingExport", "cannot complete the file; is the disk full?"));
         }
     }
 
@@ -108,37 +111,47 @@ void writeHeader(EdfWriter& w, Study& study, const SignalSource& s)
     const int h = w.handle();
     const double stepUv = s.gainStep() * 1000.0;
     for (int c = 0; c < s.channelCount(); ++c) {
-        w.check(edf_set_samplefrequency(h, c, s.samplingRate()), "sampling rate");
-        w.check(edf_set_digital_minimum(h, c, -32768), "digital range");
-        w.check(edf_set_digital_maximum(h, c, 32767), "digital range");
-        w.check(edf_set_physical_minimum(h, c, -32768 * stepUv), "physical range");
-        w.check(edf_set_physical_maximum(h, c, 32767 * stepUv), "physical range");
-        w.check(edf_set_physical_dimension(h, c, "uV"), "physical dimension");
+        w.check(edf_set_samplefrequency(h, c, s.samplingRate()),
+            QT_TRANSLATE_NOOP("RecordingExport", "sampling rate"));
+        w.check(edf_set_digital_minimum(h, c, -32768),
+            QT_TRANSLATE_NOOP("RecordingExport", "digital range"));
+        w.check(edf_set_digital_maximum(h, c, 32767),
+            QT_TRANSLATE_NOOP("RecordingExport", "digital range"));
+        w.check(edf_set_physical_minimum(h, c, -32768 * stepUv),
+            QT_TRANSLATE_NOOP("RecordingExport", "physical range"));
+        w.check(edf_set_physical_maximum(h, c, 32767 * stepUv),
+            QT_TRANSLATE_NOOP("RecordingExport", "physical range"));
+        w.check(edf_set_physical_dimension(h, c, "uV"),
+            QT_TRANSLATE_NOOP("RecordingExport", "physical dimension"));
         const QByteArray label = "ECG " + latin1(s.channel(c)->name());
-        w.check(edf_set_label(h, c, label.left(16).constData()), "signal label");
+        w.check(edf_set_label(h, c, label.left(16).constData()),
+            QT_TRANSLATE_NOOP("RecordingExport", "signal label"));
     }
     const QByteArray last = latin1(study.property("patient/lastName"));
     const QByteArray first = latin1(study.property("patient/firstName"));
     if (!last.isEmpty() || !first.isEmpty())
-        w.check(edf_set_patientname(h, (last + ", " + first).constData()), "patient name");
+        w.check(edf_set_patientname(h, (last + ", " + first).constData()),
+            QT_TRANSLATE_NOOP("RecordingExport", "patient name"));
     const QByteArray code = latin1(study.property("patient/medicalHistoryNumber"));
     if (!code.isEmpty())
-        w.check(edf_set_patientcode(h, code.constData()), "patient code");
+        w.check(edf_set_patientcode(h, code.constData()),
+            QT_TRANSLATE_NOOP("RecordingExport", "patient code"));
     const QByteArray sex = study.property("patient/sex");
     if (sex == "M" || sex == "F")
-        w.check(edf_set_gender(h, sex == "M" ? 1 : 0), "sex");
-    const QDate birth = QDate::fromString(QString::fromLatin1(study.property("patient/birthDate")),
-        "yyyyMMdd");
+        w.check(edf_set_gender(h, sex == "M" ? 1 : 0), QT_TRANSLATE_NOOP("RecordingExport", "sex"));
+    const QDate birth
+        = QDate::fromString(QString::fromLatin1(study.property("patient/birthDate")), "yyyyMMdd");
     if (birth.isValid())
-        w.check(edf_set_birthdate(h, birth.year(), birth.month(), birth.day()), "birth date");
+        w.check(edf_set_birthdate(h, birth.year(), birth.month(), birth.day()),
+            QT_TRANSLATE_NOOP("RecordingExport", "birth date"));
     QDateTime start
         = QDateTime::fromString(QString::fromLatin1(study.studyDateTime()), "yyyyMMddHHmmss");
     if (!start.isValid() || start.date().year() < 1985 || start.date().year() > 2084)
         start = QDateTime(QDate(1985, 1, 1), QTime(0, 0)); // the format's "unknown"
     w.check(edf_set_startdatetime(h, start.date().year(), start.date().month(), start.date().day(),
                 start.time().hour(), start.time().minute(), start.time().second()),
-        "start");
-    w.check(edf_set_equipment(h, "Holter ECG"), "equipment");
+        QT_TRANSLATE_NOOP("RecordingExport", "start"));
+    w.check(edf_set_equipment(h, "Holter ECG"), QT_TRANSLATE_NOOP("RecordingExport", "equipment"));
 }
 
 } // namespace
@@ -172,56 +185,63 @@ QVector<StudyAnnotation> studyAnnotations(Study& study)
     return out;
 }
 
-void exportStudyEdf(Study& study, const QString& path, ProgressSink* progress,
-    const CancelFlag* cancel)
+void exportStudyEdf(
+    Study& study, const QString& path, ProgressSink* progress, const CancelFlag* cancel)
 {
     SignalSource* s = study.signal();
     if (!s || s->channelCount() < 1 || s->samplingRate() < 1)
-        fail(path, tr("the study has no signal to export"));
+        fail(path,
+            QCoreApplication::translate("RecordingExport", "the study has no signal to export"));
     const int n = s->channelCount();
     const int rate = s->samplingRate();
     const qint64 total = s->sampleCount();
     const qint64 records = std::max<qint64>(1, (total + rate - 1) / rate);
     const QVector<StudyAnnotation> annotations = studyAnnotations(study);
     // EDFlib stores one annotation per annotation signal and data record.
-    const qint64 annotationSignals = std::max<qint64>(1, (annotations.size() + records - 1) / records + 1);
+    const qint64 annotationSignals
+        = std::max<qint64>(1, (annotations.size() + records - 1) / records + 1);
     if (annotationSignals > kMaxAnnotationSignals)
-        fail(path, tr("%1 annotations do not fit into %2 seconds of EDF+")
-                       .arg(annotations.size())
-                       .arg(records));
+        fail(path,
+            QCoreApplication::translate(
+                "RecordingExport", "%1 annotations do not fit into %2 seconds of EDF+")
+                .arg(annotations.size())
+                .arg(records));
 
     const QString part = path + ".part";
     {
         EdfWriter w(part, n);
         writeHeader(w, study, *s);
         w.check(edf_set_number_of_annotation_signals(w.handle(), int(annotationSignals)),
-            "annotation signals");
+            QT_TRANSLATE_NOOP("RecordingExport", "annotation signals"));
         std::vector<double> in(static_cast<size_t>(rate));
         std::vector<short> record(size_t(rate) * size_t(n));
         for (qint64 r = 0; r < records; ++r) {
             if (r % 64 == 0 && isCancelled(cancel))
-                throw RecordingError(tr("Export cancelled"));
+                throw RecordingError(
+                    QCoreApplication::translate("RecordingExport", "Export cancelled"));
             for (int c = 0; c < n; ++c) {
                 s->readSamples(c, r * rate, rate, in.data()); // zeros past the end
                 for (int i = 0; i < rate; ++i)
                     record[size_t(c) * size_t(rate) + size_t(i)] = short(in[size_t(i)]);
             }
-            w.check(edf_blockwrite_digital_short_samples(w.handle(), record.data()), "samples");
+            w.check(edf_blockwrite_digital_short_samples(w.handle(), record.data()),
+                QT_TRANSLATE_NOOP("RecordingExport", "samples"));
             if (progress)
                 progress->progress(r + 1, records);
         }
         for (const StudyAnnotation& a : annotations) {
             const qint64 duration
                 = a.duration < 0 ? -1 : std::llround(a.duration * kEdfAnnotationUnits);
-            w.check(edfwrite_annotation_utf8(w.handle(), std::llround(a.onset * kEdfAnnotationUnits),
-                        duration, a.text.left(40).constData()),
-                "annotations");
+            w.check(
+                edfwrite_annotation_utf8(w.handle(), std::llround(a.onset * kEdfAnnotationUnits),
+                    duration, a.text.left(40).constData()),
+                QT_TRANSLATE_NOOP("RecordingExport", "annotations"));
         }
         w.finish();
     }
     if (std::rename(QFile::encodeName(part).constData(), QFile::encodeName(path).constData())
         != 0) {
         QFile::remove(part);
-        fail(path, tr("cannot replace the file"));
+        fail(path, QCoreApplication::translate("RecordingExport", "cannot replace the file"));
     }
 }

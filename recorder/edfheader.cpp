@@ -16,11 +16,6 @@ namespace {
 constexpr int kFixedBytes = 256;
 constexpr int kSignalBytes = 256;
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("RecordingImport", text);
-}
-
 [[noreturn]] void fail(const QString& path, const QString& what)
 {
     throw RecordingError(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), what));
@@ -30,7 +25,10 @@ QString tr(const char* text)
 class FieldReader
 {
 public:
-    FieldReader(const QByteArray& bytes) : m_bytes(bytes) {}
+    FieldReader(const QByteArray& bytes)
+        : m_bytes(bytes)
+    {
+    }
     QByteArray text(int width)
     {
         const QByteArray t = m_bytes.mid(m_pos, width).trimmed();
@@ -54,8 +52,8 @@ bool toNumber(const QByteArray& text, double* out)
 // "02-MAR-2002", the date form of EDF+ subfields.
 QDate edfPlusDate(const QByteArray& text)
 {
-    static const QList<QByteArray> months = { "JAN", "FEB", "MAR", "APR", "MAY", "JUN", "JUL",
-        "AUG", "SEP", "OCT", "NOV", "DEC" };
+    static const QList<QByteArray> months
+        = { "JAN", "FEB", "MAR", "APR", "MAY", "JUN", "JUL", "AUG", "SEP", "OCT", "NOV", "DEC" };
     const QList<QByteArray> p = text.split('-');
     if (p.size() != 3)
         return QDate();
@@ -150,7 +148,8 @@ bool EdfHeader::looksLike(const QByteArray& b)
     if (b.size() < kFixedBytes)
         return false;
     const bool edf = b.startsWith("0       ");
-    const bool bdf = b.startsWith("\xff" "BIOSEMI");
+    const bool bdf = b.startsWith("\xff"
+                                  "BIOSEMI");
     if (!edf && !bdf)
         return false;
     bool ok = false;
@@ -162,7 +161,7 @@ EdfHeader EdfHeader::read(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        fail(path, tr("cannot open the file"));
+        fail(path, QCoreApplication::translate("RecordingImport", "cannot open the file"));
     QByteArray bytes = file.read(kFixedBytes);
     if (bytes.size() == kFixedBytes) {
         bool ok = false;
@@ -176,7 +175,9 @@ EdfHeader EdfHeader::read(const QString& path)
 EdfHeader EdfHeader::parse(const QByteArray& bytes, qint64 fileSize, const QString& path)
 {
     if (!looksLike(bytes))
-        fail(path, tr("not an EDF or BDF file (no EDF header at its start)"));
+        fail(path,
+            QCoreApplication::translate(
+                "RecordingImport", "not an EDF or BDF file (no EDF header at its start)"));
     EdfHeader h;
     h.path = path;
     FieldReader r(bytes);
@@ -193,24 +194,34 @@ EdfHeader EdfHeader::parse(const QByteArray& bytes, qint64 fileSize, const QStri
     bool ok = false;
     h.recordCount = r.text(8).toLongLong(&ok);
     if (!ok)
-        fail(path, tr("the number of data records is not a number"));
+        fail(path,
+            QCoreApplication::translate(
+                "RecordingImport", "the number of data records is not a number"));
     const QByteArray duration = r.text(8);
     if (!toNumber(duration, &h.recordSeconds) || h.recordSeconds <= 0.0)
-        fail(path, tr("the data record duration '%1' is not a positive number of seconds")
-                       .arg(QString::fromLatin1(duration)));
+        fail(path,
+            QCoreApplication::translate("RecordingImport",
+                "the data record duration '%1' is not a positive number of seconds")
+                .arg(QString::fromLatin1(duration)));
     const int ns = r.text(4).toInt(&ok);
     if (!ok || ns <= 0)
-        fail(path, tr("the header declares no signals"));
+        fail(
+            path, QCoreApplication::translate("RecordingImport", "the header declares no signals"));
     if (ns > kMaxSignals)
-        fail(path, tr("the header declares %1 signals; a Holter recording has at most %2")
-                       .arg(ns)
-                       .arg(kMaxSignals));
+        fail(path,
+            QCoreApplication::translate("RecordingImport",
+                "the header declares %1 signals; a Holter recording has at most %2")
+                .arg(ns)
+                .arg(kMaxSignals));
     if (h.headerBytes != kFixedBytes + ns * kSignalBytes)
-        fail(path, tr("the header size %1 bytes does not fit its %2 signals")
-                       .arg(h.headerBytes)
-                       .arg(ns));
+        fail(path,
+            QCoreApplication::translate(
+                "RecordingImport", "the header size %1 bytes does not fit its %2 signals")
+                .arg(h.headerBytes)
+                .arg(ns));
     if (bytes.size() < h.headerBytes)
-        fail(path, tr("the file ends inside its header"));
+        fail(path,
+            QCoreApplication::translate("RecordingImport", "the file ends inside its header"));
     h.start = QDateTime(headerDate(date, h.recording), headerTime(time));
 
     h.signalList.resize(ns);
@@ -225,33 +236,44 @@ EdfHeader EdfHeader::parse(const QByteArray& bytes, qint64 fileSize, const QStri
             double v = 0.0;
             const QByteArray t = r.text(8);
             if (!toNumber(t, &v))
-                fail(path, tr("signal %1 (%2): the %3 '%4' is not a number")
-                               .arg(i + 1)
-                               .arg(QString::fromLatin1(h.signalList[i].label), tr(what),
-                                   QString::fromLatin1(t)));
+                fail(path,
+                    QCoreApplication::translate(
+                        "RecordingImport", "signal %1 (%2): the %3 '%4' is not a number")
+                        .arg(i + 1)
+                        .arg(QString::fromLatin1(h.signalList[i].label),
+                            QCoreApplication::translate("RecordingImport", what),
+                            QString::fromLatin1(t)));
             setter(h.signalList[i], v);
         }
     };
-    numbers([](EdfSignalHeader& s, double v) { s.physicalMin = v; }, "physical minimum");
-    numbers([](EdfSignalHeader& s, double v) { s.physicalMax = v; }, "physical maximum");
-    numbers([](EdfSignalHeader& s, double v) { s.digitalMin = int(v); }, "digital minimum");
-    numbers([](EdfSignalHeader& s, double v) { s.digitalMax = int(v); }, "digital maximum");
+    numbers([](EdfSignalHeader& s, double v) { s.physicalMin = v; },
+        QT_TRANSLATE_NOOP("RecordingImport", "physical minimum"));
+    numbers([](EdfSignalHeader& s, double v) { s.physicalMax = v; },
+        QT_TRANSLATE_NOOP("RecordingImport", "physical maximum"));
+    numbers([](EdfSignalHeader& s, double v) { s.digitalMin = int(v); },
+        QT_TRANSLATE_NOOP("RecordingImport", "digital minimum"));
+    numbers([](EdfSignalHeader& s, double v) { s.digitalMax = int(v); },
+        QT_TRANSLATE_NOOP("RecordingImport", "digital maximum"));
     for (auto& s : h.signalList)
         s.prefilter = r.text(80);
     numbers([](EdfSignalHeader& s, double v) { s.samplesPerRecord = int(v); },
-        "number of samples per record");
+        QT_TRANSLATE_NOOP("RecordingImport", "number of samples per record"));
 
     const qint64 recordBytes = h.recordBytes();
     const qint64 available = recordBytes > 0 ? (fileSize - h.headerBytes) / recordBytes : 0;
     if (h.recordCount == -1)
         h.recordCount = available; // still being recorded when the header was written
     if (h.recordCount < 0)
-        fail(path, tr("the number of data records is negative"));
+        fail(path,
+            QCoreApplication::translate(
+                "RecordingImport", "the number of data records is negative"));
     if (h.recordCount > available)
-        fail(path, tr("the header promises %1 data records but the file holds %2; it is "
-                      "incomplete")
-                       .arg(h.recordCount)
-                       .arg(available));
+        fail(path,
+            QCoreApplication::translate("RecordingImport",
+                "the header promises %1 data records but the file holds %2; it is "
+                "incomplete")
+                .arg(h.recordCount)
+                .arg(available));
     return h;
 }
 

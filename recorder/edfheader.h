@@ -35,12 +35,12 @@ struct EdfHeader
     static constexpr int kMaxSignals = 64; // beyond that it is not a Holter recording
 
     QString path;
-    bool bdf = false;           // 24-bit samples
-    bool plus = false;          // EDF+ / BDF+
+    bool bdf = false; // 24-bit samples
+    bool plus = false; // EDF+ / BDF+
     bool discontinuous = false; // EDF+D / BDF+D
-    QByteArray patient;         // the 80-character field, trimmed
+    QByteArray patient; // the 80-character field, trimmed
     QByteArray recording;
-    QDateTime start;            // invalid when the header's date or time doesn't parse
+    QDateTime start; // invalid when the header's date or time doesn't parse
     int headerBytes = 0;
     qint64 recordCount = 0;
     double recordSeconds = 0.0;
@@ -65,7 +65,7 @@ struct EdfHeader
 
     // EDF+ patient subfields ("code sex birthdate name_with_underscores ...").
     QByteArray patientCode() const;
-    QByteArray patientSex() const;       // "M", "F" or empty
+    QByteArray patientSex() const; // "M", "F" or empty
     QByteArray patientBirthDate() const; // "yyyyMMdd" or empty
     // Last and first name from the EDF+ name subfield ("Last_First" or "Last,_First").
     QPair<QByteArray, QByteArray> patientName() const;

@@ -24,11 +24,6 @@ namespace {
 constexpr qint64 kChunkFrames = 65536;
 constexpr int kMaxRate = 1024;
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("RecordingImport", text);
-}
-
 [[noreturn]] void fail(const QString& path, const QString& what)
 {
     throw RecordingError(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), what));
@@ -38,17 +33,20 @@ QString edflibMessage(int code)
 {
     switch (code) {
     case EDFLIB_MALLOC_ERROR:
-        return tr("out of memory while opening the file");
+        return QCoreApplication::translate(
+            "RecordingImport", "out of memory while opening the file");
     case EDFLIB_NO_SUCH_FILE_OR_DIRECTORY:
-        return tr("cannot open the file");
+        return QCoreApplication::translate("RecordingImport", "cannot open the file");
     case EDFLIB_FILE_READ_ERROR:
-        return tr("cannot read the file");
+        return QCoreApplication::translate("RecordingImport", "cannot read the file");
     case EDFLIB_FILE_ALREADY_OPENED:
-        return tr("the file is already open");
+        return QCoreApplication::translate("RecordingImport", "the file is already open");
     case EDFLIB_MAXFILES_REACHED:
-        return tr("too many EDF files are open");
+        return QCoreApplication::translate("RecordingImport", "too many EDF files are open");
     default:
-        return tr("the file breaks the EDF rules (EDFlib error %1)").arg(code);
+        return QCoreApplication::translate(
+            "RecordingImport", "the file breaks the EDF rules (EDFlib error %1)")
+            .arg(code);
     }
 }
 
@@ -56,12 +54,13 @@ QString edflibMessage(int code)
 class EdflibFile
 {
 public:
-    explicit EdflibFile(const QString& path) : m_header(std::make_unique<edf_hdr_struct>())
+    explicit EdflibFile(const QString& path)
+        : m_header(std::make_unique<edf_hdr_struct>())
     {
         // Annotations are read apart, a record at a time, so that a day of beat labels never
         // sits in memory.
-        if (edfopen_file_readonly(QFile::encodeName(path).constData(), m_header.get(),
-                EDFLIB_DO_NOT_READ_ANNOTATIONS)
+        if (edfopen_file_readonly(
+                QFile::encodeName(path).constData(), m_header.get(), EDFLIB_DO_NOT_READ_ANNOTATIONS)
             < 0)
             fail(path, edflibMessage(m_header->filetype));
         m_open = true;
@@ -102,11 +101,14 @@ Plan plan(const EdfHeader& h)
         QStringList labels;
         for (const EdfSignalHeader& s : h.signalList)
             if (!s.isAnnotations())
-                labels << QStringLiteral("'%1' (%2)").arg(QString::fromLatin1(s.label),
-                    QString::fromLatin1(s.physicalDimension));
-        fail(h.path, tr("holds no ECG signal; its signals are %1. An ECG signal is labelled "
-                        "ECG, EKG or with a lead name and measured in volts")
-                         .arg(labels.join(", ")));
+                labels << QStringLiteral("'%1' (%2)")
+                              .arg(QString::fromLatin1(s.label),
+                                  QString::fromLatin1(s.physicalDimension));
+        fail(h.path,
+            QCoreApplication::translate("RecordingImport",
+                "holds no ECG signal; its signals are %1. An ECG signal is labelled "
+                "ECG, EKG or with a lead name and measured in volts")
+                .arg(labels.join(", ")));
     }
     p.signalIndices = p.signalIndices.mid(0, 4);
     QVector<ChannelScale> scales;
@@ -115,22 +117,32 @@ Plan plan(const EdfHeader& h)
         const EdfSignalHeader& s = h.signalList[i];
         const QString label = QString::fromLatin1(s.label);
         if (s.samplesPerRecord <= 0)
-            fail(h.path, tr("signal '%1' has a sampling rate of 0").arg(label));
+            fail(h.path,
+                QCoreApplication::translate(
+                    "RecordingImport", "signal '%1' has a sampling rate of 0")
+                    .arg(label));
         const double rate = h.samplingRate(i);
         if (std::fabs(rate - std::round(rate)) > 1e-6 || rate < 1 || rate > kMaxRate)
-            fail(h.path, tr("signal '%1' is sampled at %2 Hz; a whole rate of 1 to %3 Hz is "
-                            "needed")
-                             .arg(label)
-                             .arg(rate)
-                             .arg(kMaxRate));
+            fail(h.path,
+                QCoreApplication::translate("RecordingImport",
+                    "signal '%1' is sampled at %2 Hz; a whole rate of 1 to %3 Hz is "
+                    "needed")
+                    .arg(label)
+                    .arg(rate)
+                    .arg(kMaxRate));
         if (p.rate == 0)
             p.rate = int(std::lround(rate));
         else if (p.rate != int(std::lround(rate)))
-            fail(h.path, tr("its ECG signals are sampled at different rates (%1 and %2 Hz)")
-                             .arg(p.rate)
-                             .arg(rate));
+            fail(h.path,
+                QCoreApplication::translate("RecordingImport",
+                    "its ECG signals are sampled at different rates (%1 and %2 Hz)")
+                    .arg(p.rate)
+                    .arg(rate));
         if (s.digitalMax <= s.digitalMin || s.physicalMax == s.physicalMin)
-            fail(h.path, tr("signal '%1' has an empty digital or physical range").arg(label));
+            fail(h.path,
+                QCoreApplication::translate(
+                    "RecordingImport", "signal '%1' has an empty digital or physical range")
+                    .arg(label));
         const double toMv = s.millivoltsPerPhysicalUnit();
         ChannelScale c;
         const double unitsPerDigit
@@ -180,8 +192,8 @@ void keepMarks(QVector<EdfAnnotation>* annotations, int from)
     annotations->erase(first, annotations->end());
 }
 
-void copyContinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study,
-    ProgressSink* progress, const CancelFlag* cancel, QVector<EdfAnnotation>* annotations)
+void copyContinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study, ProgressSink* progress,
+    const CancelFlag* cancel, QVector<EdfAnnotation>* annotations)
 {
     EdflibFile file(h.path);
     const edf_hdr_struct& eh = file.header();
@@ -195,7 +207,8 @@ void copyContinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study,
     }
     const qint64 total = eh.signalparam[edflibIndex[0]].smp_in_file;
     const int n = p.signalIndices.size();
-    std::vector<std::vector<qint16>> out(size_t(n), std::vector<qint16>(static_cast<size_t>(kChunkFrames)));
+    std::vector<std::vector<qint16>> out(
+        size_t(n), std::vector<qint16>(static_cast<size_t>(kChunkFrames)));
     std::vector<int> buffer(static_cast<size_t>(kChunkFrames));
     for (qint64 done = 0; done < total;) {
         throwIfCancelled(cancel);
@@ -203,7 +216,10 @@ void copyContinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study,
         for (int c = 0; c < n; ++c) {
             if (edfread_digital_samples(file.handle(), edflibIndex[c], int(len), buffer.data())
                 != len)
-                fail(h.path, tr("cannot read samples %1 to %2").arg(done).arg(done + len));
+                fail(h.path,
+                    QCoreApplication::translate("RecordingImport", "cannot read samples %1 to %2")
+                        .arg(done)
+                        .arg(done + len));
             scaleChunk(p, c, buffer.data(), len, out[size_t(c)]);
         }
         study.append(out, len);
@@ -232,12 +248,15 @@ void copyDiscontinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study,
     ProgressSink* progress, const CancelFlag* cancel, QVector<EdfAnnotation>* annotations)
 {
     if (h.firstAnnotationSignal() < 0)
-        fail(h.path, tr("a discontinuous file needs an annotation signal for the times of "
-                        "its records"));
+        fail(h.path,
+            QCoreApplication::translate("RecordingImport",
+                "a discontinuous file needs an annotation signal for the times of "
+                "its records"));
     EdfRecordReader reader(h, p.signalIndices);
     const int n = p.signalIndices.size();
     const qint64 perRecord = h.signalList[p.signalIndices[0]].samplesPerRecord;
-    std::vector<std::vector<qint16>> out(size_t(n), std::vector<qint16>(static_cast<size_t>(perRecord)));
+    std::vector<std::vector<qint16>> out(
+        size_t(n), std::vector<qint16>(static_cast<size_t>(perRecord)));
     double firstOnset = 0.0;
     for (qint64 r = 0; r < h.recordCount; ++r) {
         if (r % 64 == 0)
@@ -246,18 +265,23 @@ void copyDiscontinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study,
         const double onset = reader.readRecord(r, annotations);
         keepMarks(annotations, before);
         if (std::isnan(onset))
-            fail(h.path, tr("data record %1 has no start time").arg(r + 1));
+            fail(h.path,
+                QCoreApplication::translate("RecordingImport", "data record %1 has no start time")
+                    .arg(r + 1));
         if (r == 0)
             firstOnset = onset;
         const qint64 at = std::llround((onset - firstOnset) * p.rate);
         const qint64 written = study.frames();
         if (at < written - 1)
-            fail(h.path, tr("data record %1 starts at %2 s, before the previous one ends")
-                             .arg(r + 1)
-                             .arg(onset));
+            fail(h.path,
+                QCoreApplication::translate("RecordingImport",
+                    "data record %1 starts at %2 s, before the previous one ends")
+                    .arg(r + 1)
+                    .arg(onset));
         if (at > written) {
             study.addMark(double(written) / p.rate, double(at - written) / p.rate,
-                tr("Noise: gap in the recording").toUtf8());
+                QCoreApplication::translate("RecordingImport", "Noise: gap in the recording")
+                    .toUtf8());
             study.appendFlat(at - written);
         }
         for (int c = 0; c < n; ++c)

@@ -13,11 +13,6 @@
 
 namespace {
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("RecordingImport", text);
-}
-
 [[noreturn]] void fail(const QString& path, const QString& what)
 {
     throw RecordingError(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), what));
@@ -34,8 +29,8 @@ bool parseSeconds(const QByteArray& text, double* out)
 
 } // namespace
 
-void parseEdfAnnotationLists(const QByteArray& bytes, double* recordOnset,
-    QVector<EdfAnnotation>* out, const QString& path)
+void parseEdfAnnotationLists(
+    const QByteArray& bytes, double* recordOnset, QVector<EdfAnnotation>* out, const QString& path)
 {
     *recordOnset = std::numeric_limits<double>::quiet_NaN();
     bool first = true;
@@ -48,18 +43,24 @@ void parseEdfAnnotationLists(const QByteArray& bytes, double* recordOnset,
         // "+onset[\x15duration]\x14text\x14text\x14..."
         const int firstText = tal.indexOf('\x14');
         if (firstText < 0 || (tal[0] != '+' && tal[0] != '-'))
-            fail(path, tr("an annotation list does not start with a signed onset"));
+            fail(path,
+                QCoreApplication::translate(
+                    "RecordingImport", "an annotation list does not start with a signed onset"));
         QByteArray stamp = tal.left(firstText);
         double duration = -1.0;
         const int dur = stamp.indexOf('\x15');
         if (dur >= 0) {
             if (!parseSeconds(stamp.mid(dur + 1), &duration))
-                fail(path, tr("an annotation has a duration that is not a number"));
+                fail(path,
+                    QCoreApplication::translate(
+                        "RecordingImport", "an annotation has a duration that is not a number"));
             stamp = stamp.left(dur);
         }
         double onset = 0.0;
         if (!parseSeconds(stamp, &onset))
-            fail(path, tr("an annotation has an onset that is not a number"));
+            fail(path,
+                QCoreApplication::translate(
+                    "RecordingImport", "an annotation has an onset that is not a number"));
         const QList<QByteArray> texts = tal.mid(firstText + 1).split('\x14');
         for (int i = 0; i < texts.size(); ++i) {
             if (first && i == 0 && texts[i].isEmpty()) {
@@ -74,7 +75,8 @@ void parseEdfAnnotationLists(const QByteArray& bytes, double* recordOnset,
 }
 
 EdfRecordReader::EdfRecordReader(const EdfHeader& header, const QVector<int>& signalIndices)
-    : m_header(header), m_signals(signalIndices)
+    : m_header(header)
+    , m_signals(signalIndices)
 {
     qint64 offset = 0;
     for (const EdfSignalHeader& s : header.signalList) {
@@ -86,7 +88,7 @@ EdfRecordReader::EdfRecordReader(const EdfHeader& header, const QVector<int>& si
         m_samples.emplace_back(size_t(header.signalList[i].samplesPerRecord));
     m_file = std::fopen(QFile::encodeName(header.path).constData(), "rb");
     if (!m_file)
-        fail(header.path, tr("cannot open the file"));
+        fail(header.path, QCoreApplication::translate("RecordingImport", "cannot open the file"));
 }
 
 EdfRecordReader::~EdfRecordReader()
@@ -100,7 +102,9 @@ double EdfRecordReader::readRecord(qint64 r, QVector<EdfAnnotation>* annotations
     const qint64 size = m_record.size();
     if (fseeko(m_file, off_t(m_header.headerBytes + r * size), SEEK_SET) != 0
         || std::fread(m_record.data(), 1, size_t(size), m_file) != size_t(size))
-        fail(m_header.path, tr("cannot read data record %1").arg(r + 1));
+        fail(m_header.path,
+            QCoreApplication::translate("RecordingImport", "cannot read data record %1")
+                .arg(r + 1));
     const auto* bytes = reinterpret_cast<const unsigned char*>(m_record.constData());
     const bool bdf = m_header.bdf;
     for (int k = 0; k < m_signals.size(); ++k) {
@@ -130,7 +134,9 @@ double EdfRecordReader::readAnnotations(qint64 r, QVector<EdfAnnotation>* annota
         const size_t bytes = size_t(s.samplesPerRecord) * size_t(m_header.bytesPerSample());
         if (fseeko(m_file, off_t(start + m_offsets[size_t(i)]), SEEK_SET) != 0
             || std::fread(m_record.data() + m_offsets[size_t(i)], 1, bytes, m_file) != bytes)
-            fail(m_header.path, tr("cannot read data record %1").arg(r + 1));
+            fail(m_header.path,
+                QCoreApplication::translate("RecordingImport", "cannot read data record %1")
+                    .arg(r + 1));
     }
     return parseAnnotationSignals(r, annotations);
 }

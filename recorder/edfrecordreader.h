@@ -21,8 +21,8 @@ struct EdfAnnotation
 // record. The record's own start, the first list's empty annotation, comes back in
 // `recordOnset` (NaN when the bytes have none); the rest go to `out`. Throws RecordingError
 // naming `path` on lists that break the format.
-void parseEdfAnnotationLists(const QByteArray& bytes, double* recordOnset,
-    QVector<EdfAnnotation>* out, const QString& path);
+void parseEdfAnnotationLists(
+    const QByteArray& bytes, double* recordOnset, QVector<EdfAnnotation>* out, const QString& path);
 
 // Reads an EDF/BDF file record by record, without EDFlib: what discontinuous files need,
 // since each record carries its own start time and EDFlib refuses such files.

@@ -14,11 +14,6 @@
 
 namespace {
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("RecordingImport", text);
-}
-
 } // namespace
 
 StoredScale StoredScale::choose(const QVector<ChannelScale>& channels, int converterBits)
@@ -126,8 +121,8 @@ int ImportedStudy::commit()
     return m_id;
 }
 
-ImportPatient completedPatient(const ImportPatient& given, const ImportPatient& fromFile,
-    const QString& path)
+ImportPatient completedPatient(
+    const ImportPatient& given, const ImportPatient& fromFile, const QString& path)
 {
     ImportPatient p = given;
     auto fill = [](QByteArray& field, const QByteArray& header) {
@@ -142,9 +137,9 @@ ImportPatient completedPatient(const ImportPatient& given, const ImportPatient& 
         p.start = fromFile.start;
     const QString why = p.incompleteReason();
     if (!why.isEmpty())
-        throw RecordingError(
-            tr("%1 The file %2 does not say: give it with the import.")
-                .arg(why, QDir::toNativeSeparators(path)));
+        throw RecordingError(QCoreApplication::translate(
+            "RecordingImport", "%1 The file %2 does not say: give it with the import.")
+                                 .arg(why, QDir::toNativeSeparators(path)));
     return p;
 }
 
@@ -158,7 +153,7 @@ QByteArray joinChannelNames(const QList<QByteArray>& names)
 
 QString importCancelledMessage()
 {
-    return tr("Import cancelled");
+    return QCoreApplication::translate("RecordingImport", "Import cancelled");
 }
 
 void throwIfCancelled(const CancelFlag* cancel)

@@ -66,8 +66,8 @@ private:
 
 // The caller's identification completed from a file's header: what the caller gave wins, the
 // header fills the blanks. Throws RecordingError with what is still missing, naming the file.
-ImportPatient completedPatient(const ImportPatient& given, const ImportPatient& fromFile,
-    const QString& path);
+ImportPatient completedPatient(
+    const ImportPatient& given, const ImportPatient& fromFile, const QString& path);
 
 // Channel names are stored comma-separated: no comma may stay in a name.
 QByteArray joinChannelNames(const QList<QByteArray>& names);

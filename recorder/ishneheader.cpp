@@ -14,11 +14,6 @@ namespace {
 
 constexpr char kMagic[] = "ISHNE1.0";
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("RecordingImport", text);
-}
-
 [[noreturn]] void fail(const QString& path, const QString& what)
 {
     throw RecordingError(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), what));
@@ -27,7 +22,10 @@ QString tr(const char* text)
 class LittleEndianReader
 {
 public:
-    explicit LittleEndianReader(const QByteArray& bytes) : m_bytes(bytes) {}
+    explicit LittleEndianReader(const QByteArray& bytes)
+        : m_bytes(bytes)
+    {
+    }
     qint32 i32()
     {
         const qint32 v = qFromLittleEndian<qint32>(m_bytes.constData() + m_pos);
@@ -87,13 +85,16 @@ IshneHeader IshneHeader::read(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        fail(path, tr("cannot open the file"));
+        fail(path, QCoreApplication::translate("RecordingImport", "cannot open the file"));
     const QByteArray pre = file.read(kPreambleBytes);
     if (!looksLike(pre))
-        fail(path, tr("not an ISHNE Holter file (its first bytes are not ISHNE1.0)"));
+        fail(path,
+            QCoreApplication::translate(
+                "RecordingImport", "not an ISHNE Holter file (its first bytes are not ISHNE1.0)"));
     const QByteArray fixed = file.read(kFixedBytes);
     if (pre.size() < kPreambleBytes || fixed.size() < kFixedBytes)
-        fail(path, tr("the file ends inside its header"));
+        fail(path,
+            QCoreApplication::translate("RecordingImport", "the file ends inside its header"));
 
     IshneHeader h;
     h.path = path;
@@ -127,48 +128,64 @@ IshneHeader IshneHeader::read(const QString& path)
     const qint32 fixedEnd = kPreambleBytes + kFixedBytes;
     if (h.variableBlockSize < 0 || h.variableBlockOffset != fixedEnd
         || h.ecgOffset != fixedEnd + h.variableBlockSize)
-        fail(path, tr("the header's block sizes and offsets disagree (variable block %1 bytes "
-                      "at %2, ECG at %3)")
-                       .arg(h.variableBlockSize)
-                       .arg(h.variableBlockOffset)
-                       .arg(h.ecgOffset));
+        fail(path,
+            QCoreApplication::translate("RecordingImport",
+                "the header's block sizes and offsets disagree (variable block %1 bytes "
+                "at %2, ECG at %3)")
+                .arg(h.variableBlockSize)
+                .arg(h.variableBlockOffset)
+                .arg(h.ecgOffset));
     h.variableBlock = file.read(h.variableBlockSize);
     if (h.variableBlock.size() != h.variableBlockSize)
-        fail(path, tr("the file ends inside its header"));
+        fail(path,
+            QCoreApplication::translate("RecordingImport", "the file ends inside its header"));
     const quint16 stored = qFromLittleEndian<quint16>(pre.constData() + 8);
     const QByteArray covered = fixed + h.variableBlock;
     const quint16 computed = ishneCrc(covered.constData(), covered.size());
     if (stored != computed)
-        fail(path, tr("the header checksum does not match (stored %1, computed %2); the "
-                      "header is damaged")
-                       .arg(stored, 4, 16, QChar('0'))
-                       .arg(computed, 4, 16, QChar('0')));
+        fail(path,
+            QCoreApplication::translate("RecordingImport",
+                "the header checksum does not match (stored %1, computed %2); the "
+                "header is damaged")
+                .arg(stored, 4, 16, QChar('0'))
+                .arg(computed, 4, 16, QChar('0')));
     if (h.leadCount < 1 || h.leadCount > kMaxLeads)
-        fail(path, tr("the header declares %1 leads; 1 to %2 are possible")
-                       .arg(h.leadCount)
-                       .arg(kMaxLeads));
+        fail(path,
+            QCoreApplication::translate(
+                "RecordingImport", "the header declares %1 leads; 1 to %2 are possible")
+                .arg(h.leadCount)
+                .arg(kMaxLeads));
     if (h.samplingRate <= 0 || h.samplingRate > 1024)
-        fail(path, tr("the sampling rate %1 Hz is not one of 1 to 1024 Hz").arg(h.samplingRate));
+        fail(path,
+            QCoreApplication::translate(
+                "RecordingImport", "the sampling rate %1 Hz is not one of 1 to 1024 Hz")
+                .arg(h.samplingRate));
     for (int i = 0; i < h.leadCount; ++i)
         if (h.resolutionNv[i] <= 0)
-            fail(path, tr("lead %1 has an amplitude resolution of %2 nV")
-                           .arg(i + 1)
-                           .arg(h.resolutionNv[i]));
+            fail(path,
+                QCoreApplication::translate(
+                    "RecordingImport", "lead %1 has an amplitude resolution of %2 nV")
+                    .arg(i + 1)
+                    .arg(h.resolutionNv[i]));
     if (h.samplesPerLead < 0)
-        fail(path, tr("the header gives a negative number of samples"));
+        fail(path,
+            QCoreApplication::translate(
+                "RecordingImport", "the header gives a negative number of samples"));
     const qint64 held = (file.size() - h.ecgOffset) / (2 * qint64(h.leadCount));
     if (held < h.samplesPerLead)
-        fail(path, tr("the header promises %1 samples per lead but the file holds %2; it is "
-                      "incomplete")
-                       .arg(h.samplesPerLead)
-                       .arg(held));
+        fail(path,
+            QCoreApplication::translate("RecordingImport",
+                "the header promises %1 samples per lead but the file holds %2; it is "
+                "incomplete")
+                .arg(h.samplesPerLead)
+                .arg(held));
     return h;
 }
 
 QByteArray IshneHeader::leadName(int code, int lead)
 {
-    static const char* const names[] = { nullptr, "Bipolar", "X", "Y", "Z", "I", "II", "III",
-        "aVR", "aVL", "aVF", "V1", "V2", "V3", "V4", "V5", "V6", "ES", "AS", "AI" };
+    static const char* const names[] = { nullptr, "Bipolar", "X", "Y", "Z", "I", "II", "III", "aVR",
+        "aVL", "aVF", "V1", "V2", "V3", "V4", "V5", "V6", "ES", "AS", "AI" };
     if (code >= 1 && code < int(std::size(names)))
         return names[code];
     return "Lead " + QByteArray::number(lead + 1);

@@ -31,9 +31,9 @@ struct IshneHeader
     QDate fileDate;
     QTime startTime;
     int leadCount = 0;
-    QVector<int> leadSpec;       // one code per lead
+    QVector<int> leadSpec; // one code per lead
     QVector<int> leadQuality;
-    QVector<int> resolutionNv;   // nanovolts per sample step, per lead
+    QVector<int> resolutionNv; // nanovolts per sample step, per lead
     int pacemaker = 0;
     QByteArray recorder;
     int samplingRate = 0;

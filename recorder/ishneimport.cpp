@@ -17,11 +17,6 @@ namespace {
 
 constexpr qint64 kChunkFrames = 65536;
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("RecordingImport", text);
-}
-
 ImportPatient headerPatient(const IshneHeader& h)
 {
     ImportPatient p;
@@ -35,8 +30,8 @@ ImportPatient headerPatient(const IshneHeader& h)
 
 } // namespace
 
-int importIshneFile(StudyRepository& repository, const QString& path,
-    const ImportPatient& patient, ProgressSink* progress, const CancelFlag* cancel)
+int importIshneFile(StudyRepository& repository, const QString& path, const ImportPatient& patient,
+    ProgressSink* progress, const CancelFlag* cancel)
 {
     const IshneHeader h = IshneHeader::read(path);
     const ImportPatient who = completedPatient(patient, headerPatient(h), path);
@@ -67,22 +62,25 @@ int importIshneFile(StudyRepository& repository, const QString& path,
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly) || !file.seek(h.ecgOffset))
         throw RecordingError(
-            tr("%1: cannot read the samples").arg(QDir::toNativeSeparators(path)));
+            QCoreApplication::translate("RecordingImport", "%1: cannot read the samples")
+                .arg(QDir::toNativeSeparators(path)));
     ImportedStudy study(repository, info);
     const qint64 total = h.samplesPerLead;
     const int leads = h.leadCount;
     QByteArray raw;
-    std::vector<std::vector<qint16>> out(size_t(stored), std::vector<qint16>(static_cast<size_t>(kChunkFrames)));
+    std::vector<std::vector<qint16>> out(
+        size_t(stored), std::vector<qint16>(static_cast<size_t>(kChunkFrames)));
     for (qint64 done = 0; done < total;) {
         throwIfCancelled(cancel);
         const qint64 len = std::min(kChunkFrames, total - done);
         const qint64 bytes = len * leads * 2;
         raw.resize(int(bytes));
         if (file.read(raw.data(), bytes) != bytes)
-            throw RecordingError(tr("%1: cannot read samples %2 to %3")
-                                     .arg(QDir::toNativeSeparators(path))
-                                     .arg(done)
-                                     .arg(done + len));
+            throw RecordingError(
+                QCoreApplication::translate("RecordingImport", "%1: cannot read samples %2 to %3")
+                    .arg(QDir::toNativeSeparators(path))
+                    .arg(done)
+                    .arg(done + len));
         const char* p = raw.constData();
         for (qint64 i = 0; i < len; ++i)
             for (int c = 0; c < leads; ++c, p += 2)

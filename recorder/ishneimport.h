@@ -16,6 +16,5 @@ class StudyRepository;
 // header, a file shorter than its header promises, or leads and rate out of range throw
 // RecordingError before the store is touched; from the study's creation on, a failure or a
 // cancel deletes the half-made study.
-int importIshneFile(StudyRepository& repository, const QString& path,
-    const ImportPatient& patient, ProgressSink* progress = nullptr,
-    const CancelFlag* cancel = nullptr);
+int importIshneFile(StudyRepository& repository, const QString& path, const ImportPatient& patient,
+    ProgressSink* progress = nullptr, const CancelFlag* cancel = nullptr);

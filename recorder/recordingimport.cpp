@@ -19,11 +19,6 @@ namespace {
 
 constexpr qint64 kHeadBytes = 4096;
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("RecordingImport", text);
-}
-
 bool isWfdbHeaderText(const QByteArray& head, const QString& path)
 {
     if (head.contains('\0'))
@@ -79,8 +74,8 @@ int importRecordingFile(StudyRepository& repository, const QString& path,
         if (!why.isEmpty())
             throw RecordingError(why);
         const QString file = CardSignalFile::dataFilePath(path);
-        return importCard(repository, file, CardSignalFile::findDataOffset(file), options,
-            progress, cancel);
+        return importCard(
+            repository, file, CardSignalFile::findDataOffset(file), options, progress, cancel);
     }
     case RecordingFormat::Wfdb:
         return importWfdbRecord(repository, path, patient, progress, cancel);
@@ -92,8 +87,11 @@ int importRecordingFile(StudyRepository& repository, const QString& path,
         break;
     }
     if (!QFileInfo::exists(path))
-        throw RecordingError(tr("%1: no such file or folder").arg(QDir::toNativeSeparators(path)));
-    throw RecordingError(tr("%1 is not a recording that can be imported: neither a memory card, "
-                            "a WFDB record, an EDF/BDF file nor an ISHNE Holter file")
+        throw RecordingError(
+            QCoreApplication::translate("RecordingImport", "%1: no such file or folder")
+                .arg(QDir::toNativeSeparators(path)));
+    throw RecordingError(QCoreApplication::translate("RecordingImport",
+        "%1 is not a recording that can be imported: neither a memory card, "
+        "a WFDB record, an EDF/BDF file nor an ISHNE Holter file")
                              .arg(QDir::toNativeSeparators(path)));
 }

@@ -23,11 +23,6 @@ constexpr qint64 kChunkFrames = 65536; // even, so 12-bit pairs never straddle t
 constexpr int kNoteCode = 22;
 constexpr int kMaxAux = 255;
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("RecordingExport", text);
-}
-
 [[noreturn]] void fail(const QString& path, const QString& what)
 {
     throw RecordingError(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), what));
@@ -36,7 +31,9 @@ QString tr(const char* text)
 void write(StoreIo& io, QSaveFile& file, const QByteArray& bytes)
 {
     if (io.write(file, bytes.constData(), bytes.size()) != bytes.size())
-        fail(file.fileName(), tr("cannot write the file; is the disk full?"));
+        fail(file.fileName(),
+            QCoreApplication::translate(
+                "RecordingExport", "cannot write the file; is the disk full?"));
 }
 
 // Writes the samples; returns the first value and the 16-bit sum of every channel.
@@ -48,11 +45,13 @@ void writeSamples(Study& study, QSaveFile& dat, int format, StoreIo& io, Progres
     const qint64 total = s.sampleCount();
     first->assign(size_t(n), 0);
     checksum->assign(size_t(n), 0);
-    std::vector<std::vector<double>> in(size_t(n), std::vector<double>(static_cast<size_t>(kChunkFrames)));
+    std::vector<std::vector<double>> in(
+        size_t(n), std::vector<double>(static_cast<size_t>(kChunkFrames)));
     QByteArray out;
     for (qint64 done = 0; done < total;) {
         if (isCancelled(cancel))
-            throw RecordingError(tr("Export cancelled"));
+            throw RecordingError(
+                QCoreApplication::translate("RecordingExport", "Export cancelled"));
         const qint64 len = std::min(kChunkFrames, total - done);
         for (int c = 0; c < n; ++c)
             s.readSamples(c, done, len, in[size_t(c)].data());
@@ -94,7 +93,9 @@ void writeSamples(Study& study, QSaveFile& dat, int format, StoreIo& io, Progres
 void commit(StoreIo& io, QSaveFile& file)
 {
     if (!io.commit(file))
-        fail(file.fileName(), tr("cannot write the file; is the disk full?"));
+        fail(file.fileName(),
+            QCoreApplication::translate(
+                "RecordingExport", "cannot write the file; is the disk full?"));
 }
 
 } // namespace
@@ -105,18 +106,25 @@ void exportStudyWfdb(Study& study, const QString& record, int format, ProgressSi
     StoreIo& io = StoreIo::orStandard(ioOrNull);
     SignalSource* s = study.signal();
     if (!s || s->channelCount() < 1)
-        fail(record, tr("the study has no signal to export"));
+        fail(record,
+            QCoreApplication::translate("RecordingExport", "the study has no signal to export"));
     if (format != 16 && format != 212)
-        fail(record, tr("format %1 is not written; choose 16 or 212").arg(format));
+        fail(record,
+            QCoreApplication::translate(
+                "RecordingExport", "format %1 is not written; choose 16 or 212")
+                .arg(format));
     const QFileInfo fi(record);
     const QByteArray name = fi.fileName().toUtf8();
     if (name.isEmpty() || name.contains(' '))
-        fail(record, tr("a record name must not be empty or contain blanks"));
+        fail(record,
+            QCoreApplication::translate(
+                "RecordingExport", "a record name must not be empty or contain blanks"));
     const int n = s->channelCount();
 
     QSaveFile dat(record + ".dat");
     if (!dat.open(QIODevice::WriteOnly))
-        fail(dat.fileName(), tr("cannot create the file"));
+        fail(dat.fileName(),
+            QCoreApplication::translate("RecordingExport", "cannot create the file"));
     std::vector<int> first, checksum;
     writeSamples(study, dat, format, io, progress, cancel, &first, &checksum);
 
@@ -155,7 +163,8 @@ void exportStudyWfdb(Study& study, const QString& record, int format, ProgressSi
 
     QSaveFile header(record + ".hea");
     if (!header.open(QIODevice::WriteOnly))
-        fail(header.fileName(), tr("cannot create the file"));
+        fail(header.fileName(),
+            QCoreApplication::translate("RecordingExport", "cannot create the file"));
     write(io, header, hea);
     // Samples first: a header never describes a data file that isn't there.
     commit(io, dat);

@@ -64,8 +64,9 @@ TEST(RecordingExport, SimulatedCardRoundTripsThroughEdfAndWfdb)
     testsupport::TempRoot dir;
     const QString root = dir.file("store");
     ASSERT_EQ(run({ "simulate", dir.file("card"), "--hours", "0.1", "--seed", "7" }).code, 0);
-    const int id = importedId(cli(root, { "import", dir.file("card"), "--last-name", "Paz",
-        "--first-name", "Eva", "--date", "202601150900" }));
+    const int id = importedId(cli(root,
+        { "import", dir.file("card"), "--last-name", "Paz", "--first-name", "Eva", "--date",
+            "202601150900" }));
     withStudy(
         root, id,
         [](Study& s) {
@@ -78,12 +79,14 @@ TEST(RecordingExport, SimulatedCardRoundTripsThroughEdfAndWfdb)
         },
         true);
     ASSERT_EQ(cli(root, { "process", QString::number(id) }).code, 0);
-    const CliRun exported = cli(root, { "export", QString::number(id), "--edf", dir.file("day.edf"),
-        "--wfdb", dir.file("day16") });
+    const CliRun exported = cli(root,
+        { "export", QString::number(id), "--edf", dir.file("day.edf"), "--wfdb",
+            dir.file("day16") });
     ASSERT_EQ(exported.code, 0) << exported.err.toStdString();
-    ASSERT_EQ(cli(root, { "export", QString::number(id), "--wfdb", dir.file("day212"),
-                  "--wfdb-format", "212" })
-                  .code,
+    ASSERT_EQ(
+        cli(root,
+            { "export", QString::number(id), "--wfdb", dir.file("day212"), "--wfdb-format", "212" })
+            .code,
         0);
     const Snapshot original = snapshot(root, id);
     ASSERT_GT(original.beats.size(), 300u);
@@ -109,8 +112,8 @@ TEST(RecordingExport, SimulatedCardRoundTripsThroughEdfAndWfdb)
             ASSERT_GE(s.samples[c].size(), original.samples[c].size()) << way.name;
             const double tolerance = std::max(s.step, original.step) + 1e-9;
             for (size_t i = 0; i < original.samples[c].size(); ++i)
-                ASSERT_NEAR(s.samples[c][i] * s.step, original.samples[c][i] * original.step,
-                    tolerance)
+                ASSERT_NEAR(
+                    s.samples[c][i] * s.step, original.samples[c][i] * original.step, tolerance)
                     << way.name << " channel " << c << " sample " << i;
         }
         ASSERT_EQ(s.beats.size(), original.beats.size()) << way.name;
@@ -122,8 +125,9 @@ TEST(RecordingExport, SimulatedCardRoundTripsThroughEdfAndWfdb)
         for (int i = 0; i < s.marks.size(); ++i) {
             EXPECT_EQ(s.marks[i].description, original.marks[i].description) << way.name;
             EXPECT_NEAR(s.marks[i].position, original.marks[i].position, 0.002) << way.name;
-            if (way.keepsDurations)
+            if (way.keepsDurations) {
                 EXPECT_NEAR(s.marks[i].duration, original.marks[i].duration, 1e-4) << way.name;
+            }
         }
     }
 }
@@ -159,9 +163,10 @@ TEST(RecordingExport, BiosigReadsOurEdfAndWfdb)
         e.duration = 2.0;
         e.description = "Mark";
     });
-    ASSERT_EQ(cli(root, { "export", QString::number(id), "--edf", dir.file("s.edf"), "--wfdb",
-                  dir.file("s") })
-                  .code,
+    ASSERT_EQ(
+        cli(root,
+            { "export", QString::number(id), "--edf", dir.file("s.edf"), "--wfdb", dir.file("s") })
+            .code,
         0);
     const Snapshot original = snapshot(root, id);
 
@@ -205,8 +210,8 @@ TEST(RecordingExport, BiosigReadsOurEdfAndWfdb)
         const QList<QByteArray> values = lines[i + 1].split(',');
         ASSERT_GE(values.size(), 2) << "line " << i + 1;
         for (int c = 0; c < 2; ++c)
-            ASSERT_NEAR(values[c].toDouble() / 1000.0, original.samples[size_t(c)][size_t(i)] * original.step,
-                original.step)
+            ASSERT_NEAR(values[c].toDouble() / 1000.0,
+                original.samples[size_t(c)][size_t(i)] * original.step, original.step)
                 << "channel " << c << " sample " << i;
     }
 }
@@ -247,8 +252,8 @@ TEST(RecordingExport, FailuresLeaveNoFileAndTellWhy)
     for (qint64 budget : { qint64(0), qint64(1500), qint64(4000) }) {
         testsupport::FailingIo io(budget);
         withStudy(root, id, [&](Study& s) {
-            const std::string error
-                = testsupport::errorOf([&] { exportStudyWfdb(s, dir.file("old"), 16, nullptr, nullptr, &io); });
+            const std::string error = testsupport::errorOf(
+                [&] { exportStudyWfdb(s, dir.file("old"), 16, nullptr, nullptr, &io); });
             EXPECT_NE(error, "no error") << budget;
         });
         EXPECT_EQ(testsupport::readAll(dir.file("old.hea")), QByteArray("old header\n")) << budget;

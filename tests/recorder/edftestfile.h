@@ -37,12 +37,11 @@ struct EdfTestFile
     QByteArray signalCountField; // empty: the real count
     qint64 records = 3;
     QVector<EdfTestSignal> signalList;
-    QVector<double> onsets;                  // each record's start; empty: r * duration
+    QVector<double> onsets; // each record's start; empty: r * duration
     QMap<qint64, QByteArray> annotationLists; // extra lists after a record's time keeping
     // Digital value of sample i of signal s (over the whole file).
-    std::function<int(int s, qint64 i)> value = [](int s, qint64 i) {
-        return int((i * 37 + s * 1000) % 4000) - 2000;
-    };
+    std::function<int(int s, qint64 i)> value
+        = [](int s, qint64 i) { return int((i * 37 + s * 1000) % 4000) - 2000; };
 
     static EdfTestSignal annotationSignal(int bytes = 120)
     {
@@ -58,14 +57,15 @@ struct EdfTestFile
 
     QByteArray bytes() const
     {
-        auto field = [](QByteArray text, int width) {
-            return text.leftJustified(width, ' ', true);
-        };
-        auto number = [&](double v, int width) {
-            return field(QByteArray::number(v, 'g', 10), width);
-        };
+        auto field
+            = [](QByteArray text, int width) { return text.leftJustified(width, ' ', true); };
+        auto number
+            = [&](double v, int width) { return field(QByteArray::number(v, 'g', 10), width); };
         const int ns = signalList.size();
-        QByteArray h = bdf ? QByteArray("\xff" "BIOSEMI", 8) : field("0", 8);
+        QByteArray h = bdf ? QByteArray("\xff"
+                                        "BIOSEMI",
+                           8)
+                           : field("0", 8);
         h += field(patient, 80) + field(recording, 80) + field(date, 8) + field(time, 8);
         h += number(256 * (ns + 1), 8) + field(bdf && reserved == "EDF+C" ? "BDF+C" : reserved, 44);
         h += number(double(records), 8) + field(recordSeconds, 8);

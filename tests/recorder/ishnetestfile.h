@@ -38,16 +38,15 @@ struct IshneTestFile
     QDate recorded { 2025, 7, 14 };
     QTime start { 8, 30, 15 };
     int leads = 3;
-    QVector<int> leadSpec = { 6, 11, 15 };   // II, V1, V5
+    QVector<int> leadSpec = { 6, 11, 15 }; // II, V1, V5
     QVector<int> resolution = { 2500, 2500, 5000 }; // nV per step
     int rate = 200;
     qint64 samplesPerLead = 1000;
     qint64 samplesWritten = -1; // -1: as many as promised
-    int ecgOffsetShift = 0;     // moves the ECG offset field away from where it belongs
+    int ecgOffsetShift = 0; // moves the ECG offset field away from where it belongs
     bool breakChecksum = false;
-    std::function<qint16(int lead, qint64 i)> value = [](int lead, qint64 i) {
-        return qint16((i * 97 + lead * 3001) % 60001 - 30000);
-    };
+    std::function<qint16(int lead, qint64 i)> value
+        = [](int lead, qint64 i) { return qint16((i * 97 + lead * 3001) % 60001 - 30000); };
 
     QByteArray bytes() const
     {

@@ -42,7 +42,8 @@ double millivolts(const EdfTestFile& f, int s, qint64 i)
 {
     const EdfTestSignal& g = f.signalList[s];
     const double unit = g.dimension == "mV" ? 1.0 : 1e-3;
-    return (g.physicalMin + (f.value(s, i) - g.digitalMin) * (g.physicalMax - g.physicalMin)
+    return (g.physicalMin
+               + (f.value(s, i) - g.digitalMin) * (g.physicalMax - g.physicalMin)
                    / (double(g.digitalMax) - g.digitalMin))
         * unit;
 }
@@ -133,8 +134,7 @@ TEST(EdfImport, DiscontinuousGapsAreFlatAndMarkedAsNoise)
     for (qint64 i = 500; i < 1250; ++i)
         ASSERT_EQ(v[size_t(i)], 0.0) << "sample " << i;
     for (qint64 i = 0; i < 250; ++i) // the third record lands after the gap
-        ASSERT_NEAR(v[size_t(1250 + i)] * s->gainStep(), millivolts(f, 0, 500 + i),
-            s->gainStep());
+        ASSERT_NEAR(v[size_t(1250 + i)] * s->gainStep(), millivolts(f, 0, 500 + i), s->gainStep());
     ASSERT_EQ(in.study->events().count(), 2);
     const StudyEvent& gap = in.study->events().at(0);
     EXPECT_EQ(gap.description, QByteArray("Noise: gap in the recording"));
@@ -219,43 +219,40 @@ TEST(EdfImport, BadFilesAreRefusedWithAClearMessageAndNoStudy)
             "promises 3 data records but the file holds 2" },
         { "sampling rate 0", edited([](EdfTestFile& f) { f.signalList[2].samplesPerRecord = 0; }),
             "sampling rate of 0" },
-        { "rate above 1024 Hz",
-            edited([](EdfTestFile& f) {
-                for (auto& s : f.signalList)
-                    if (!s.annotations)
-                        s.samplesPerRecord = 2048;
-            }),
+        { "rate above 1024 Hz", edited([](EdfTestFile& f) {
+             for (auto& s : f.signalList)
+                 if (!s.annotations)
+                     s.samplesPerRecord = 2048;
+         }),
             "a whole rate of 1 to 1024 Hz" },
-        { "ECG at two rates", edited([](EdfTestFile& f) { f.signalList[2].samplesPerRecord = 200; }),
+        { "ECG at two rates",
+            edited([](EdfTestFile& f) { f.signalList[2].samplesPerRecord = 200; }),
             "different rates" },
-        { "no ECG label",
-            edited([](EdfTestFile& f) {
-                f.signalList[0].label = "Resp";
-                f.signalList[2].label = "EMG chin";
-            }),
+        { "no ECG label", edited([](EdfTestFile& f) {
+             f.signalList[0].label = "Resp";
+             f.signalList[2].label = "EMG chin";
+         }),
             "holds no ECG signal" },
-        { "ECG label in beats per minute",
-            edited([](EdfTestFile& f) {
-                f.signalList = { f.signalList[0], f.signalList[3] };
-                f.signalList[0].label = "ECG rate";
-                f.signalList[0].dimension = "bpm";
-            }),
+        { "ECG label in beats per minute", edited([](EdfTestFile& f) {
+             f.signalList = { f.signalList[0], f.signalList[3] };
+             f.signalList[0].label = "ECG rate";
+             f.signalList[0].dimension = "bpm";
+         }),
             "holds no ECG signal" },
-        { "empty digital range", edited([](EdfTestFile& f) { f.signalList[0].digitalMax = -32768; }),
+        { "empty digital range",
+            edited([](EdfTestFile& f) { f.signalList[0].digitalMax = -32768; }),
             "empty digital or physical range" },
         { "record duration 0", edited([](EdfTestFile& f) { f.recordSeconds = "0"; }),
             "not a positive number of seconds" },
-        { "annotation list without onset",
-            edited([](EdfTestFile& f) {
-                f.reserved = "EDF+D";
-                f.annotationLists[1] = QByteArray("garbage\x14", 8);
-            }),
+        { "annotation list without onset", edited([](EdfTestFile& f) {
+             f.reserved = "EDF+D";
+             f.annotationLists[1] = QByteArray("garbage\x14", 8);
+         }),
             "does not start with a signed onset" },
-        { "records overlapping",
-            edited([](EdfTestFile& f) {
-                f.reserved = "EDF+D";
-                f.onsets = { 0.0, 1.0, 1.5 };
-            }),
+        { "records overlapping", edited([](EdfTestFile& f) {
+             f.reserved = "EDF+D";
+             f.onsets = { 0.0, 1.0, 1.5 };
+         }),
             "before the previous one ends" },
     };
     testsupport::TempRoot files;

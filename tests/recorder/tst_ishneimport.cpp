@@ -21,15 +21,14 @@ TEST(IshneImport, ReadsBackWhatTheStandardLayoutHolds)
         QVector<int> resolution;
         int leads;
         QVector<int> spec;
-        double step;            // millivolts per stored step
+        double step; // millivolts per stored step
         QByteArray channelNames;
     };
     const Case cases[] = {
         { "three leads, one resolution", { 2500, 2500, 2500 }, 3, { 6, 11, 15 }, 0.0025,
             "II,V1,V5" },
         // The coarser lead's range needs the coarser step for all.
-        { "mixed resolutions", { 2500, 2500, 5000 }, 3, { 6, 11, 15 }, 0.005,
-            "II,V1,V5" },
+        { "mixed resolutions", { 2500, 2500, 5000 }, 3, { 6, 11, 15 }, 0.005, "II,V1,V5" },
         { "twelve leads keep four", QVector<int>(12, 1000), 12,
             { 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16 }, 0.001, "I,II,III,aVR" },
         { "unknown lead codes", { 3000, 3000 }, 2, { 0, 42 }, 0.003, "Lead 1,Lead 2" },
@@ -87,7 +86,8 @@ TEST(IshneImport, BadFilesAreRefusedWithAClearMessageAndNoStudy)
         const char* message;
     };
     const Case cases[] = {
-        { "wrong magic", [](IshneTestFile& f) { f.magic = "ISHNE0.9"; }, "not an ISHNE Holter file" },
+        { "wrong magic", [](IshneTestFile& f) { f.magic = "ISHNE0.9"; },
+            "not an ISHNE Holter file" },
         { "checksum mismatch", [](IshneTestFile& f) { f.breakChecksum = true; },
             "checksum does not match" },
         { "fewer samples than promised", [](IshneTestFile& f) { f.samplesWritten = 999; },
@@ -97,7 +97,10 @@ TEST(IshneImport, BadFilesAreRefusedWithAClearMessageAndNoStudy)
         { "sampling rate 0", [](IshneTestFile& f) { f.rate = 0; }, "sampling rate 0 Hz" },
         { "ECG offset beside the variable block", [](IshneTestFile& f) { f.ecgOffsetShift = 2; },
             "offsets disagree" },
-        { "zero resolution", [](IshneTestFile& f) { f.resolution = { 2500, 0, 2500 }; },
+        { "zero resolution",
+            [](IshneTestFile& f) {
+                f.resolution = { 2500, 0, 2500 };
+            },
             "resolution of 0 nV" },
     };
     testsupport::TempRoot files;
