@@ -206,6 +206,7 @@ void copyContinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study, Pro
         edflibIndex << k;
     }
     const qint64 total = eh.signalparam[edflibIndex[0]].smp_in_file;
+    checkStudyLength(total, h.path);
     const int n = p.signalIndices.size();
     std::vector<std::vector<qint16>> out(
         size_t(n), std::vector<qint16>(static_cast<size_t>(kChunkFrames)));
@@ -278,6 +279,7 @@ void copyDiscontinuous(const EdfHeader& h, const Plan& p, ImportedStudy& study,
                     "data record %1 starts at %2 s, before the previous one ends")
                     .arg(r + 1)
                     .arg(onset));
+        checkStudyLength(at + perRecord, h.path); // a wild record time would fill the disk
         if (at > written) {
             study.addMark(double(written) / p.rate, double(at - written) / p.rate,
                 QCoreApplication::translate("RecordingImport", "Noise: gap in the recording")

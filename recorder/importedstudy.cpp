@@ -151,6 +151,17 @@ QByteArray joinChannelNames(const QList<QByteArray>& names)
     return clean.join(',');
 }
 
+void checkStudyLength(qint64 frames, const QString& path)
+{
+    const qint64 most = qint64(BlockCache<qint16>::kTableSize) * 4096;
+    if (frames > most)
+        throw RecordingError(QCoreApplication::translate("RecordingImport",
+            "%1: the recording holds %2 samples per channel; a study holds at most %3")
+                                 .arg(QDir::toNativeSeparators(path))
+                                 .arg(frames)
+                                 .arg(most));
+}
+
 QString importCancelledMessage()
 {
     return QCoreApplication::translate("RecordingImport", "Import cancelled");

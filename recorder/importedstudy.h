@@ -72,6 +72,10 @@ ImportPatient completedPatient(
 // Channel names are stored comma-separated: no comma may stay in a name.
 QByteArray joinChannelNames(const QList<QByteArray>& names);
 
+// Throws RecordingError naming the file when `frames` samples per channel are more than a
+// study holds (65536 blocks of 4096 samples: 72 h at 1024 Hz).
+void checkStudyLength(qint64 frames, const QString& path);
+
 // Throws the cancel message when `cancel` is set.
 void throwIfCancelled(const CancelFlag* cancel);
 

@@ -35,6 +35,7 @@ int importIshneFile(StudyRepository& repository, const QString& path, const Impo
 {
     const IshneHeader h = IshneHeader::read(path);
     const ImportPatient who = completedPatient(patient, headerPatient(h), path);
+    checkStudyLength(h.samplesPerLead, path);
     const int stored = std::min(h.leadCount, 4);
 
     QVector<ChannelScale> scales;

@@ -497,6 +497,10 @@ Compruebe el acceso a la carpeta compartida con su administrador de red.</transl
         <source>%1 is not a recording that can be imported: neither a memory card, a WFDB record, an EDF/BDF file nor an ISHNE Holter file</source>
         <translation>%1 no es un registro que se pueda importar: no es una tarjeta de memoria, ni un registro WFDB, ni un archivo EDF/BDF, ni un archivo Holter ISHNE</translation>
     </message>
+    <message>
+        <source>%1: the recording holds %2 samples per channel; a study holds at most %3</source>
+        <translation>%1: el registro contiene %2 muestras por canal; un estudio contiene como máximo %3</translation>
+    </message>
 </context>
 <context>
     <name>ReportDialog</name>

@@ -249,6 +249,12 @@ TEST(EdfImport, BadFilesAreRefusedWithAClearMessageAndNoStudy)
              f.annotationLists[1] = QByteArray("garbage\x14", 8);
          }),
             "does not start with a signed onset" },
+        { "a record a century later",
+            edited([](EdfTestFile& f) {
+                f.reserved = "EDF+D";
+                f.onsets = { 0.0, 1.0, 3.2e9 };
+            }),
+            "a study holds at most" },
         { "records overlapping", edited([](EdfTestFile& f) {
              f.reserved = "EDF+D";
              f.onsets = { 0.0, 1.0, 1.5 };
