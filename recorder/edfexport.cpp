@@ -106,20 +106,27 @@ QByteArray latin1(const QByteArray& utf8)
     return QString::fromUtf8(utf8).toLatin1().left(80);
 }
 
+// The digital range of the recording's resolution, so that a reader sees its full scale.
+int digitalMax(const SignalSource& s)
+{
+    return (1 << (std::clamp(s.resolution(), 8, 16) - 1)) - 1;
+}
+
 void writeHeader(EdfWriter& w, Study& study, const SignalSource& s)
 {
     const int h = w.handle();
+    const int top = digitalMax(s);
     const double stepUv = s.gainStep() * 1000.0;
     for (int c = 0; c < s.channelCount(); ++c) {
         w.check(edf_set_samplefrequency(h, c, s.samplingRate()),
             QT_TRANSLATE_NOOP("RecordingExport", "sampling rate"));
-        w.check(edf_set_digital_minimum(h, c, -32768),
+        w.check(edf_set_digital_minimum(h, c, -top - 1),
             QT_TRANSLATE_NOOP("RecordingExport", "digital range"));
-        w.check(edf_set_digital_maximum(h, c, 32767),
+        w.check(edf_set_digital_maximum(h, c, top),
             QT_TRANSLATE_NOOP("RecordingExport", "digital range"));
-        w.check(edf_set_physical_minimum(h, c, -32768 * stepUv),
+        w.check(edf_set_physical_minimum(h, c, (-top - 1) * stepUv),
             QT_TRANSLATE_NOOP("RecordingExport", "physical range"));
-        w.check(edf_set_physical_maximum(h, c, 32767 * stepUv),
+        w.check(edf_set_physical_maximum(h, c, top * stepUv),
             QT_TRANSLATE_NOOP("RecordingExport", "physical range"));
         w.check(edf_set_physical_dimension(h, c, "uV"),
             QT_TRANSLATE_NOOP("RecordingExport", "physical dimension"));
@@ -215,6 +222,7 @@ void exportStudyEdf(
             QT_TRANSLATE_NOOP("RecordingExport", "annotation signals"));
         std::vector<double> in(static_cast<size_t>(rate));
         std::vector<short> record(size_t(rate) * size_t(n));
+        const int top = digitalMax(*s);
         for (qint64 r = 0; r < records; ++r) {
             if (r % 64 == 0 && isCancelled(cancel))
                 throw RecordingError(
@@ -222,7 +230,8 @@ void exportStudyEdf(
             for (int c = 0; c < n; ++c) {
                 s->readSamples(c, r * rate, rate, in.data()); // zeros past the end
                 for (int i = 0; i < rate; ++i)
-                    record[size_t(c) * size_t(rate) + size_t(i)] = short(in[size_t(i)]);
+                    record[size_t(c) * size_t(rate) + size_t(i)]
+                        = short(std::clamp(int(in[size_t(i)]), -top - 1, top));
             }
             w.check(edf_blockwrite_digital_short_samples(w.handle(), record.data()),
                 QT_TRANSLATE_NOOP("RecordingExport", "samples"));

@@ -22,8 +22,9 @@ struct StudyAnnotation
 // time order.
 QVector<StudyAnnotation> studyAnnotations(Study& study);
 
-// Writes an open study as an EDF+ file through EDFlib: every channel in microvolts with a
-// digital range that holds the stored samples exactly, one-second data records (the last
+// Writes an open study as an EDF+ file through EDFlib: every channel in microvolts, the
+// stored samples as they are in the digital range of the recording's resolution (16 bits for
+// a recorder, 11 for MIT-BIH), one-second data records (the last
 // padded with zeros), patient and start in the header, and studyAnnotations() as EDF+
 // annotations (texts cut to 40 characters). The file appears under `path` only when complete;
 // a failure or a cancel ("Export cancelled") leaves whatever was there before. Throws

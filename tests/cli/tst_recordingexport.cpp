@@ -260,3 +260,54 @@ TEST(RecordingExport, FailuresLeaveNoFileAndTellWhy)
         EXPECT_EQ(testsupport::readAll(dir.file("old.dat")), QByteArray("old data")) << budget;
     }
 }
+
+// A record of an 11-bit converter (MIT-BIH: 200 steps per mV) keeps its full scale and step
+// through EDF+ and WFDB, so amplitude rules measure the same; samples beyond the range clip.
+TEST(RecordingExport, ResolutionAndStepSurviveBothExports)
+{
+    testsupport::TempRoot dir;
+    const QString root = dir.file("store");
+    int id = 0;
+    {
+        auto repo = repository(root);
+        StudyInfo info;
+        info.studyDateTime = info.recordingDateTime = "20260101080000";
+        info.patientLastName = "Paz";
+        info.patientFirstName = "Eva";
+        info.samplingRate = 360;
+        info.channelCount = 1;
+        info.channelNames = "MLII";
+        info.resolution = 11;
+        info.gain = 1024 / 200.0;
+        Study* s = repo->createStudy(info);
+        std::vector<qint16> v(720);
+        for (int i = 0; i < 720; ++i)
+            v[size_t(i)] = qint16((i * 13) % 2047 - 1023);
+        v[5] = 1500; // beyond 11 bits
+        const qint16* channels[] = { v.data() };
+        s->signal()->appendChannels(channels, 720);
+        repo->saveStudy(s);
+        repo->closeStudy(s);
+        id = info.id;
+    }
+    ASSERT_EQ(
+        cli(root,
+            { "export", QString::number(id), "--edf", dir.file("r.edf"), "--wfdb", dir.file("r") })
+            .code,
+        0);
+    const Snapshot original = snapshot(root, id);
+    for (const QString& file : { dir.file("r.edf"), dir.file("r") }) {
+        const int back = importedId(
+            cli(root, { "import", file, "--last-name", "Paz", "--first-name", "Eva" }));
+        withStudy(root, back, [&](Study& s) {
+            EXPECT_EQ(s.signal()->resolution(), 11) << file.toStdString();
+            EXPECT_NEAR(s.signal()->gainStep(), 0.005, 1e-9) << file.toStdString();
+            EXPECT_EQ(s.signal()->channel(0)->name(), QByteArray("MLII")) << file.toStdString();
+        });
+        const Snapshot s = snapshot(root, back);
+        for (size_t i = 0; i < 720; ++i) {
+            const double expected = i == 5 && file.endsWith(".edf") ? 1023 : original.samples[0][i];
+            ASSERT_EQ(s.samples[0][i], expected) << file.toStdString() << " sample " << i;
+        }
+    }
+}
