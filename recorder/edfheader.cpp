@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kFixedBytes = 256;
 constexpr int kSignalBytes = 256;
+constexpr qint64 kMaxRecordBytes = 15 * 1024 * 1024; // BDF's limit, the larger of the two
 
 [[noreturn]] void fail(const QString& path, const QString& what)
 {
@@ -260,6 +261,12 @@ EdfHeader EdfHeader::parse(const QByteArray& bytes, qint64 fileSize, const QStri
         QT_TRANSLATE_NOOP("RecordingImport", "number of samples per record"));
 
     const qint64 recordBytes = h.recordBytes();
+    if (recordBytes > kMaxRecordBytes)
+        fail(path,
+            QCoreApplication::translate(
+                "RecordingImport", "a data record of %1 bytes is more than the format allows (%2)")
+                .arg(recordBytes)
+                .arg(kMaxRecordBytes));
     const qint64 available = recordBytes > 0 ? (fileSize - h.headerBytes) / recordBytes : 0;
     if (h.recordCount == -1)
         h.recordCount = available; // still being recorded when the header was written
@@ -267,6 +274,9 @@ EdfHeader EdfHeader::parse(const QByteArray& bytes, qint64 fileSize, const QStri
         fail(path,
             QCoreApplication::translate(
                 "RecordingImport", "the number of data records is negative"));
+    if (h.recordCount == 0)
+        fail(
+            path, QCoreApplication::translate("RecordingImport", "the file holds no data records"));
     if (h.recordCount > available)
         fail(path,
             QCoreApplication::translate("RecordingImport",

@@ -135,6 +135,9 @@ IshneHeader IshneHeader::read(const QString& path)
                 .arg(h.variableBlockSize)
                 .arg(h.variableBlockOffset)
                 .arg(h.ecgOffset));
+    if (h.ecgOffset > file.size())
+        fail(path,
+            QCoreApplication::translate("RecordingImport", "the file ends inside its header"));
     h.variableBlock = file.read(h.variableBlockSize);
     if (h.variableBlock.size() != h.variableBlockSize)
         fail(path,

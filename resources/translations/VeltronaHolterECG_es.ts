@@ -501,6 +501,14 @@ Compruebe el acceso a la carpeta compartida con su administrador de red.</transl
         <source>%1: the recording holds %2 samples per channel; a study holds at most %3</source>
         <translation>%1: el registro contiene %2 muestras por canal; un estudio contiene como máximo %3</translation>
     </message>
+    <message>
+        <source>a data record of %1 bytes is more than the format allows (%2)</source>
+        <translation>un registro de datos de %1 bytes supera lo que permite el formato (%2)</translation>
+    </message>
+    <message>
+        <source>the file holds no data records</source>
+        <translation>el archivo no contiene registros de datos</translation>
+    </message>
 </context>
 <context>
     <name>ReportDialog</name>

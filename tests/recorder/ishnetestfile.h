@@ -44,6 +44,7 @@ struct IshneTestFile
     qint64 samplesPerLead = 1000;
     qint64 samplesWritten = -1; // -1: as many as promised
     int ecgOffsetShift = 0; // moves the ECG offset field away from where it belongs
+    qint32 declaredVariableSize = -1; // the variable block size field; -1: its real size
     bool breakChecksum = false;
     std::function<qint16(int lead, qint64 i)> value
         = [](int lead, qint64 i) { return qint16((i * 97 + lead * 3001) % 60001 - 30000); };
@@ -69,10 +70,12 @@ struct IshneTestFile
             i16(d.month());
             i16(d.year());
         };
-        i32(variableBlock.size());
+        const qint32 variableSize
+            = declaredVariableSize < 0 ? variableBlock.size() : declaredVariableSize;
+        i32(variableSize);
         i32(qint32(samplesPerLead));
         i32(522);
-        i32(522 + variableBlock.size() + ecgOffsetShift);
+        i32(522 + variableSize + ecgOffsetShift);
         i16(1);
         text(firstName, 40);
         text(lastName, 40);

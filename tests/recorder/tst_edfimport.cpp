@@ -242,6 +242,13 @@ TEST(EdfImport, BadFilesAreRefusedWithAClearMessageAndNoStudy)
         { "empty digital range",
             edited([](EdfTestFile& f) { f.signalList[0].digitalMax = -32768; }),
             "empty digital or physical range" },
+        { "no data records", edited([](EdfTestFile& f) { f.records = 0; }),
+            "holds no data records" },
+        { "a record of gigabytes", edited([](EdfTestFile& f) {
+             f.records = 0;
+             f.signalList[0].samplesPerRecord = 1000000000;
+         }),
+            "more than the format allows" },
         { "record duration 0", edited([](EdfTestFile& f) { f.recordSeconds = "0"; }),
             "not a positive number of seconds" },
         { "annotation list without onset", edited([](EdfTestFile& f) {
@@ -249,11 +256,10 @@ TEST(EdfImport, BadFilesAreRefusedWithAClearMessageAndNoStudy)
              f.annotationLists[1] = QByteArray("garbage\x14", 8);
          }),
             "does not start with a signed onset" },
-        { "a record a century later",
-            edited([](EdfTestFile& f) {
-                f.reserved = "EDF+D";
-                f.onsets = { 0.0, 1.0, 3.2e9 };
-            }),
+        { "a record a century later", edited([](EdfTestFile& f) {
+             f.reserved = "EDF+D";
+             f.onsets = { 0.0, 1.0, 3.2e9 };
+         }),
             "a study holds at most" },
         { "records overlapping", edited([](EdfTestFile& f) {
              f.reserved = "EDF+D";

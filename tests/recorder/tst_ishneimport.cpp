@@ -97,6 +97,9 @@ TEST(IshneImport, BadFilesAreRefusedWithAClearMessageAndNoStudy)
         { "sampling rate 0", [](IshneTestFile& f) { f.rate = 0; }, "sampling rate 0 Hz" },
         { "ECG offset beside the variable block", [](IshneTestFile& f) { f.ecgOffsetShift = 2; },
             "offsets disagree" },
+        { "variable block of gigabytes",
+            [](IshneTestFile& f) { f.declaredVariableSize = 2000000000; },
+            "ends inside its header" },
         { "zero resolution",
             [](IshneTestFile& f) {
                 f.resolution = { 2500, 0, 2500 };
