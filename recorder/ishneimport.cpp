@@ -82,11 +82,18 @@ int importIshneFile(StudyRepository& repository, const QString& path, const Impo
                     .arg(QDir::toNativeSeparators(path))
                     .arg(done)
                     .arg(done + len));
-        const char* p = raw.constData();
-        for (qint64 i = 0; i < len; ++i)
-            for (int c = 0; c < leads; ++c, p += 2)
-                if (c < stored)
-                    out[size_t(c)][size_t(i)] = scale.stored(c, qFromLittleEndian<qint16>(p));
+        for (int c = 0; c < stored; ++c) {
+            const char* p = raw.constData() + 2 * c;
+            qint16* o = out[size_t(c)].data();
+            // A lead at the study's own step is copied as it is.
+            if (scale.channels[c].millivoltsPerUnit == scale.stepMillivolts) {
+                for (qint64 i = 0; i < len; ++i, p += 2 * leads)
+                    o[i] = qFromLittleEndian<qint16>(p);
+            } else {
+                for (qint64 i = 0; i < len; ++i, p += 2 * leads)
+                    o[i] = scale.stored(c, qFromLittleEndian<qint16>(p));
+            }
+        }
         study.append(out, len);
         done += len;
         if (progress)
