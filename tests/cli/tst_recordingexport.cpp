@@ -1,5 +1,7 @@
 #include "recorder/wfdbexport.h"
 #include "store/beatlist.h"
+#include "store/resultkeys.h"
+#include "store/resultset.h"
 #include "store/signalsource.h"
 #include "tests/cli/clistudy.h"
 #include "tests/support/testsupport.h"
@@ -162,6 +164,9 @@ TEST(RecordingExport, BiosigReadsOurEdfAndWfdb)
         e.position = 4.0;
         e.duration = 2.0;
         e.description = "Mark";
+        auto af = std::make_unique<EventListResult>();
+        af->events.append(EventResult(3.0, 5.0, 0.0));
+        s.results().insert(ResultKeys::AFib::kEvents, std::move(af));
     });
     ASSERT_EQ(
         cli(root,
@@ -198,7 +203,8 @@ TEST(RecordingExport, BiosigReadsOurEdfAndWfdb)
     QStringList texts;
     for (const auto& e : edfEvents)
         texts << e.toObject()["Description"].toString();
-    EXPECT_EQ(texts, QStringList({ "N", "V", "N", "Mark" }));
+    EXPECT_EQ(texts, QStringList({ "N", "V", "N", "AF", "Mark" }));
+    EXPECT_NEAR(edfEvents[3].toObject()["DUR"].toDouble(), 5.0, 1e-3);
 
     // The samples, in the physical units of the EDF header (microvolts).
     const QString csv = dir.file("s.csv");
