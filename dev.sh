@@ -17,7 +17,7 @@ jobs="$(nproc 2>/dev/null || echo 2)"
 packages=(
     build-essential cmake ninja-build pkg-config
     qtbase5-dev libqt5sql5-sqlite qtscript5-dev qttools5-dev qttools5-dev-tools
-    zlib1g-dev libminizip-dev libgtest-dev
+    zlib1g-dev libminizip-dev libgtest-dev libedf-dev biosig-tools
     python3-ppmd
     fontconfig fonts-liberation fonts-dejavu-core poppler-utils
 )

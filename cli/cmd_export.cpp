@@ -1,6 +1,9 @@
 #include "cli/args.h"
 #include "cli/commands.h"
+#include "cli/interrupt.h"
 #include "recorder/beatannotations.h"
+#include "recorder/edfexport.h"
+#include "recorder/wfdbexport.h"
 #include "recorder/wfdbannotation.h"
 #include "store/beatlist.h"
 #include "store/resultset.h"
@@ -36,18 +39,35 @@ void writeRr(const QString& path, const std::vector<double>& rTimes)
 
 int runExport(CliContext& ctx, const QStringList& argv)
 {
-    Args args(argv, { "annotations", "fs", "rr" }, {});
+    Args args(argv, { "annotations", "fs", "rr", "edf", "wfdb", "wfdb-format" }, {});
     args.expectPositionals(1, 1, "study ID");
     const int id = parseStudyId(args.positionals()[0]);
-    if (!args.has("annotations") && !args.has("rr"))
-        throw UsageError("export needs --annotations FILE and/or --rr FILE");
+    if (!args.has("annotations") && !args.has("rr") && !args.has("edf") && !args.has("wfdb"))
+        throw UsageError("export needs --annotations FILE, --rr FILE, --edf FILE and/or "
+                         "--wfdb RECORD");
     // Checked before the study is touched, so a mistake costs nothing.
     const double fsOption = args.doubleValue("fs", 0.0, 1.0, 1e6);
+    const int wfdbFormat = args.intValue("wfdb-format", 16, 16, 212);
+    if (wfdbFormat != 16 && wfdbFormat != 212)
+        throw UsageError("'--wfdb-format' is 16 or 212");
+    if (args.has("wfdb-format") && !args.has("wfdb"))
+        throw UsageError("'--wfdb-format' goes with '--wfdb RECORD'");
 
     QVector<WfdbAnnotation> annotations;
     std::vector<double> rTimes; // seconds, of the real beats
     {
         OpenedStudy study(ctx, id);
+        if (args.has("edf")) {
+            CliProgress progress(ctx, "Writing EDF+");
+            exportStudyEdf(*study.get(), args.value("edf"), &progress, interruptFlag());
+            ctx.endProgress();
+        }
+        if (args.has("wfdb")) {
+            CliProgress progress(ctx, "Writing WFDB record");
+            exportStudyWfdb(*study.get(), args.value("wfdb"), wfdbFormat, &progress,
+                interruptFlag());
+            ctx.endProgress();
+        }
         const double fs = fsOption > 0.0 ? fsOption : study->signal()->samplingRate();
         annotations = beatAnnotations(*study->beats(), &study->results(), fs);
         // Exact times for the RR table, not the annotation samples.

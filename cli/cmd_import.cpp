@@ -4,7 +4,7 @@
 #include "cli/interrupt.h"
 #include "recorder/cardimport.h"
 #include "recorder/cardsignalfile.h"
-#include "recorder/wfdbimport.h"
+#include "recorder/recordingimport.h"
 #include "store/studyrepository.h"
 
 #include <QDir>
@@ -105,9 +105,16 @@ int importSource(CliContext& ctx, const Args& args, const QString& source)
     for (const char* cardOnly : {"leads", "invert", "limit-hours"})
         if (args.has(cardOnly))
             throw UsageError(QString("'--%1' applies to memory cards only").arg(cardOnly));
+    // Recognised by content: a WFDB header, EDF/EDF+/BDF or ISHNE, whatever the extension.
+    if (detectRecordingFormat(source) == RecordingFormat::Unknown)
+        throw std::runtime_error(
+            QString("%1 is not a recording that can be imported: neither a memory card, a WFDB "
+                    "record, an EDF/BDF file, an ISHNE Holter file nor a study archive")
+                .arg(QDir::toNativeSeparators(source))
+                .toStdString());
     CliProgress progress(ctx, "Importing record");
-    const int id = importWfdbRecord(ctx.repository(), source, patientFrom(args), &progress,
-                                    interruptFlag());
+    const int id = importRecordingFile(ctx.repository(), source, patientFrom(args), &progress,
+                                       interruptFlag());
     ctx.endProgress();
     return id;
 }

@@ -92,9 +92,11 @@ namespace {
 
 const char kImportHelp[] =
     "SOURCE is a memory-card folder, a HECG.VTF file, a WFDB record (a .hea path or the\n"
-    "record path without extension), or a study archive (.vtz) from another station, which\n"
-    "replaces the files of the same study if it is here already (and takes no options).\n"
-    "Prints the study's id.\n\n"
+    "record path without extension), an EDF, EDF+ or BDF file, an ISHNE Holter file (these\n"
+    "three are recognised by content, whatever their names), or a study archive (.vtz) from\n"
+    "another station, which replaces the files of the same study if it is here already (and\n"
+    "takes no options). Name, date and patient ID of an EDF+ or ISHNE file are used where the\n"
+    "options don't give them. Prints the study's id.\n\n"
     "  --last-name TEXT          patient's last name (required)\n"
     "  --first-name TEXT         patient's first name (required)\n"
     "  --id-number TEXT          ID number\n"
@@ -119,7 +121,14 @@ const char kExportHelp[] =
     "                            (code 28) \"(AFIB\" at its start and \"(N\" at its end\n"
     "                            (export computes no results; run 'results' first)\n"
     "  --fs HZ                   sample rate of the annotation times (default: the study's)\n"
-    "  --rr FILE                 beat times and RR intervals as text\n";
+    "  --rr FILE                 beat times and RR intervals as text\n"
+    "  --edf FILE                the signals as EDF+ (microvolts), with the beats' type\n"
+    "                            letters, the marks and the arrhythmia episodes of the\n"
+    "                            stored results as EDF+ annotations (run 'results' first)\n"
+    "  --wfdb RECORD             a WFDB record RECORD.hea, RECORD.dat and RECORD.atr (beats,\n"
+    "                            AF rhythm changes, marks as notes) for PhysioNet's tools\n"
+    "  --wfdb-format 16|212      sample format of RECORD.dat (default 16; 212 clips at\n"
+    "                            +-2047 steps)\n";
 
 const char kEvaluateHelp[] =
     "Each REF/TEST pair is two annotation files of one record; the rate comes from the\n"
@@ -154,7 +163,7 @@ const QList<CliCommand>& cliCommands()
         {"show", "ID", "Print a study's descriptive data and events as JSON", "", runShow},
         {"delete", "ID", "Delete a study's files and its index row", "", runDelete},
         {"import", "SOURCE [options]",
-         "Copy a memory card, a WFDB record or a study archive into the store",
+         "Copy a memory card, a WFDB record, an EDF or ISHNE file or a study archive into the store",
          kImportHelp, runImport},
         {"detect", "ID", "Find the beats of a study and delineate their waves (no labelling)",
          "", runDetect},
@@ -177,8 +186,8 @@ const QList<CliCommand>& cliCommands()
         {"report", "ID --pdf FILE|--printer [options]",
          "Print a study's Holter report to a PDF file or the default printer", kReportHelp,
          runReport},
-        {"export", "ID --annotations FILE [--fs HZ] [--rr FILE]",
-         "Write a study's beats as a WFDB annotation file and/or RR intervals as text",
+        {"export", "ID [--annotations FILE] [--fs HZ] [--rr FILE] [--edf FILE] [--wfdb RECORD]",
+         "Write a study as EDF+ or a WFDB record, its beats as annotations, RR intervals as text",
          kExportHelp, runExport},
         {"archive", "ID FOLDER",
          "Write a study as a study archive FOLDER/<base name>.vtz and print its path",

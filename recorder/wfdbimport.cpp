@@ -5,6 +5,7 @@
 #include "store/studyrepository.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +14,7 @@
 namespace {
 
 constexpr qint64 kChunkFrames = 4 * WfdbSource::kBlockSize;
+constexpr int kNoteCode = 22;
 
 QString recordName(const WfdbHeader& h)
 {
@@ -55,7 +57,7 @@ void copySamples(WfdbSource& source, Study& study, const std::vector<double>& sc
     const qint64 total = source.sampleCount();
     std::vector<std::vector<qint16>> buffers(static_cast<size_t>(n));
     for (auto& b : buffers)
-        b.resize(size_t(kChunkFrames));
+        b.resize(static_cast<size_t>(kChunkFrames));
     std::vector<qint16*> out;
     for (auto& b : buffers)
         out.push_back(b.data());
@@ -78,6 +80,30 @@ void copySamples(WfdbSource& source, Study& study, const std::vector<double>& sc
         done += len;
         if (progress)
             progress->progress(done, total);
+    }
+}
+
+// Notes (code 22) of the record's "atr" annotations carry marks, as our record export writes
+// them. The annotations are the record's reference, not part of the import: a file that
+// can't be read leaves the study without marks.
+void addNotes(const WfdbHeader& header, Study& study)
+{
+    const QString atr = QFileInfo(header.headerPath).dir().filePath(
+        QString::fromUtf8(header.recordName) + ".atr");
+    if (!QFileInfo::exists(atr))
+        return;
+    QVector<WfdbAnnotation> annotations;
+    try {
+        annotations = readWfdbAnnotations(atr);
+    } catch (const WfdbError&) {
+        return;
+    }
+    for (const WfdbAnnotation& a : annotations) {
+        if (a.code != kNoteCode || a.aux.isEmpty())
+            continue;
+        StudyEvent& e = study.events().add();
+        e.position = double(a.sample) / header.samplingRate;
+        e.description = a.aux;
     }
 }
 
@@ -117,6 +143,7 @@ int importWfdbRecord(StudyRepository& repository, const QString& record,
     const int id = info.id;
     try {
         copySamples(source, *study, scale, progress, cancel);
+        addNotes(header, *study);
         repository.saveStudy(study);
         repository.closeStudy(study);
     } catch (...) {

@@ -513,6 +513,320 @@ Verifique el espacio disponible en disco.</translation>
     </message>
 </context>
 <context>
+    <name>RecordingExport</name>
+    <message>
+        <source>cannot create the file (EDFlib error %1)</source>
+        <translation>no se puede crear el archivo (error %1 de EDFlib)</translation>
+    </message>
+    <message>
+        <source>cannot write the %1</source>
+        <translation>no se puede escribir %1</translation>
+    </message>
+    <message>
+        <source>cannot complete the file; is the disk full?</source>
+        <translation>no se puede completar el archivo; ¿está lleno el disco?</translation>
+    </message>
+    <message>
+        <source>sampling rate</source>
+        <translation>la frecuencia de muestreo</translation>
+    </message>
+    <message>
+        <source>digital range</source>
+        <translation>el rango digital</translation>
+    </message>
+    <message>
+        <source>physical range</source>
+        <translation>el rango físico</translation>
+    </message>
+    <message>
+        <source>physical dimension</source>
+        <translation>la unidad física</translation>
+    </message>
+    <message>
+        <source>signal label</source>
+        <translation>la etiqueta de la señal</translation>
+    </message>
+    <message>
+        <source>patient name</source>
+        <translation>el nombre del paciente</translation>
+    </message>
+    <message>
+        <source>patient code</source>
+        <translation>el código del paciente</translation>
+    </message>
+    <message>
+        <source>sex</source>
+        <translation>el sexo</translation>
+    </message>
+    <message>
+        <source>birth date</source>
+        <translation>la fecha de nacimiento</translation>
+    </message>
+    <message>
+        <source>start</source>
+        <translation>el inicio</translation>
+    </message>
+    <message>
+        <source>equipment</source>
+        <translation>el equipo</translation>
+    </message>
+    <message>
+        <source>the study has no signal to export</source>
+        <translation>el estudio no tiene señal que exportar</translation>
+    </message>
+    <message>
+        <source>%1 annotations do not fit into %2 seconds of EDF+</source>
+        <translation>%1 anotaciones no caben en %2 segundos de EDF+</translation>
+    </message>
+    <message>
+        <source>annotation signals</source>
+        <translation>las señales de anotaciones</translation>
+    </message>
+    <message>
+        <source>Export cancelled</source>
+        <translation>Exportación cancelada</translation>
+    </message>
+    <message>
+        <source>samples</source>
+        <translation>las muestras</translation>
+    </message>
+    <message>
+        <source>annotations</source>
+        <translation>las anotaciones</translation>
+    </message>
+    <message>
+        <source>cannot replace the file</source>
+        <translation>no se puede reemplazar el archivo</translation>
+    </message>
+    <message>
+        <source>cannot write the file; is the disk full?</source>
+        <translation>no se puede escribir el archivo; ¿está lleno el disco?</translation>
+    </message>
+    <message>
+        <source>format %1 is not written; choose 16 or 212</source>
+        <translation>el formato %1 no se escribe; elija 16 o 212</translation>
+    </message>
+    <message>
+        <source>a record name must not be empty or contain blanks</source>
+        <translation>el nombre de un registro no puede estar vacío ni contener espacios</translation>
+    </message>
+    <message>
+        <source>cannot create the file</source>
+        <translation>no se puede crear el archivo</translation>
+    </message>
+</context>
+<context>
+    <name>RecordingImport</name>
+    <message>
+        <source>cannot open the file</source>
+        <translation>no se puede abrir el archivo</translation>
+    </message>
+    <message>
+        <source>not an EDF or BDF file (no EDF header at its start)</source>
+        <translation>no es un archivo EDF ni BDF (no empieza con una cabecera EDF)</translation>
+    </message>
+    <message>
+        <source>the number of data records is not a number</source>
+        <translation>el número de registros de datos no es un número</translation>
+    </message>
+    <message>
+        <source>the data record duration &apos;%1&apos; is not a positive number of seconds</source>
+        <translation>la duración de registro de datos &apos;%1&apos; no es un número positivo de segundos</translation>
+    </message>
+    <message>
+        <source>the header declares no signals</source>
+        <translation>la cabecera no declara ninguna señal</translation>
+    </message>
+    <message>
+        <source>the header declares %1 signals; a Holter recording has at most %2</source>
+        <translation>la cabecera declara %1 señales; un registro Holter tiene como máximo %2</translation>
+    </message>
+    <message>
+        <source>the header size %1 bytes does not fit its %2 signals</source>
+        <translation>el tamaño de cabecera de %1 bytes no corresponde a sus %2 señales</translation>
+    </message>
+    <message>
+        <source>the file ends inside its header</source>
+        <translation>el archivo termina dentro de su cabecera</translation>
+    </message>
+    <message>
+        <source>signal %1 (%2): the %3 &apos;%4&apos; is not a number</source>
+        <translation>señal %1 (%2): %3 &apos;%4&apos; no es un número</translation>
+    </message>
+    <message>
+        <source>physical minimum</source>
+        <translation>el mínimo físico</translation>
+    </message>
+    <message>
+        <source>physical maximum</source>
+        <translation>el máximo físico</translation>
+    </message>
+    <message>
+        <source>digital minimum</source>
+        <translation>el mínimo digital</translation>
+    </message>
+    <message>
+        <source>digital maximum</source>
+        <translation>el máximo digital</translation>
+    </message>
+    <message>
+        <source>number of samples per record</source>
+        <translation>el número de muestras por registro</translation>
+    </message>
+    <message>
+        <source>the number of data records is negative</source>
+        <translation>el número de registros de datos es negativo</translation>
+    </message>
+    <message>
+        <source>the header promises %1 data records but the file holds %2; it is incomplete</source>
+        <translation>la cabecera anuncia %1 registros de datos pero el archivo contiene %2; está incompleto</translation>
+    </message>
+    <message>
+        <source>out of memory while opening the file</source>
+        <translation>memoria insuficiente al abrir el archivo</translation>
+    </message>
+    <message>
+        <source>cannot read the file</source>
+        <translation>no se puede leer el archivo</translation>
+    </message>
+    <message>
+        <source>the file is already open</source>
+        <translation>el archivo ya está abierto</translation>
+    </message>
+    <message>
+        <source>too many EDF files are open</source>
+        <translation>hay demasiados archivos EDF abiertos</translation>
+    </message>
+    <message>
+        <source>the file breaks the EDF rules (EDFlib error %1)</source>
+        <translation>el archivo no cumple las reglas de EDF (error %1 de EDFlib)</translation>
+    </message>
+    <message>
+        <source>holds no ECG signal; its signals are %1. An ECG signal is labelled ECG, EKG or with a lead name and measured in volts</source>
+        <translation>no contiene ninguna señal de ECG; sus señales son %1. Una señal de ECG lleva la etiqueta ECG, EKG o el nombre de una derivación y se mide en voltios</translation>
+    </message>
+    <message>
+        <source>signal &apos;%1&apos; has a sampling rate of 0</source>
+        <translation>la señal &apos;%1&apos; tiene una frecuencia de muestreo de 0</translation>
+    </message>
+    <message>
+        <source>signal &apos;%1&apos; is sampled at %2 Hz; a whole rate of 1 to %3 Hz is needed</source>
+        <translation>la señal &apos;%1&apos; está muestreada a %2 Hz; se necesita una frecuencia entera de 1 a %3 Hz</translation>
+    </message>
+    <message>
+        <source>its ECG signals are sampled at different rates (%1 and %2 Hz)</source>
+        <translation>sus señales de ECG tienen frecuencias de muestreo distintas (%1 y %2 Hz)</translation>
+    </message>
+    <message>
+        <source>signal &apos;%1&apos; has an empty digital or physical range</source>
+        <translation>la señal &apos;%1&apos; tiene un rango digital o físico vacío</translation>
+    </message>
+    <message>
+        <source>cannot read samples %1 to %2</source>
+        <translation>no se pueden leer las muestras %1 a %2</translation>
+    </message>
+    <message>
+        <source>a discontinuous file needs an annotation signal for the times of its records</source>
+        <translation>un archivo discontinuo necesita una señal de anotaciones para los tiempos de sus registros</translation>
+    </message>
+    <message>
+        <source>data record %1 has no start time</source>
+        <translation>el registro de datos %1 no tiene hora de inicio</translation>
+    </message>
+    <message>
+        <source>data record %1 starts at %2 s, before the previous one ends</source>
+        <translation>el registro de datos %1 empieza en %2 s, antes de que termine el anterior</translation>
+    </message>
+    <message>
+        <source>Noise: gap in the recording</source>
+        <translation>Ruido: hueco en el registro</translation>
+    </message>
+    <message>
+        <source>an annotation list does not start with a signed onset</source>
+        <translation>una lista de anotaciones no empieza con un inicio con signo</translation>
+    </message>
+    <message>
+        <source>an annotation has a duration that is not a number</source>
+        <translation>una anotación tiene una duración que no es un número</translation>
+    </message>
+    <message>
+        <source>an annotation has an onset that is not a number</source>
+        <translation>una anotación tiene un inicio que no es un número</translation>
+    </message>
+    <message>
+        <source>cannot read data record %1</source>
+        <translation>no se puede leer el registro de datos %1</translation>
+    </message>
+    <message>
+        <source>%1 The file %2 does not say: give it with the import.</source>
+        <translation>%1 El archivo %2 no lo indica: indíquelo al importar.</translation>
+    </message>
+    <message>
+        <source>Import cancelled</source>
+        <translation>Importación cancelada</translation>
+    </message>
+    <message>
+        <source>not an ISHNE Holter file (its first bytes are not ISHNE1.0)</source>
+        <translation>no es un archivo Holter ISHNE (sus primeros bytes no son ISHNE1.0)</translation>
+    </message>
+    <message>
+        <source>the header&apos;s block sizes and offsets disagree (variable block %1 bytes at %2, ECG at %3)</source>
+        <translation>los tamaños y posiciones de bloque de la cabecera no concuerdan (bloque variable de %1 bytes en %2, ECG en %3)</translation>
+    </message>
+    <message>
+        <source>the header checksum does not match (stored %1, computed %2); the header is damaged</source>
+        <translation>la suma de control de la cabecera no coincide (guardada %1, calculada %2); la cabecera está dañada</translation>
+    </message>
+    <message>
+        <source>the header declares %1 leads; 1 to %2 are possible</source>
+        <translation>la cabecera declara %1 derivaciones; son posibles de 1 a %2</translation>
+    </message>
+    <message>
+        <source>the sampling rate %1 Hz is not one of 1 to 1024 Hz</source>
+        <translation>la frecuencia de muestreo de %1 Hz no está entre 1 y 1024 Hz</translation>
+    </message>
+    <message>
+        <source>lead %1 has an amplitude resolution of %2 nV</source>
+        <translation>la derivación %1 tiene una resolución de amplitud de %2 nV</translation>
+    </message>
+    <message>
+        <source>the header gives a negative number of samples</source>
+        <translation>la cabecera indica un número negativo de muestras</translation>
+    </message>
+    <message>
+        <source>the header promises %1 samples per lead but the file holds %2; it is incomplete</source>
+        <translation>la cabecera anuncia %1 muestras por derivación pero el archivo contiene %2; está incompleto</translation>
+    </message>
+    <message>
+        <source>%1: cannot read the samples</source>
+        <translation>%1: no se pueden leer las muestras</translation>
+    </message>
+    <message>
+        <source>%1: cannot read samples %2 to %3</source>
+        <translation>%1: no se pueden leer las muestras %2 a %3</translation>
+    </message>
+    <message>
+        <source>%1: no such file or folder</source>
+        <translation>%1: no existe ese archivo o carpeta</translation>
+    </message>
+    <message>
+        <source>%1 is not a recording that can be imported: neither a memory card, a WFDB record, an EDF/BDF file nor an ISHNE Holter file</source>
+        <translation>%1 no es un registro que se pueda importar: no es una tarjeta de memoria, ni un registro WFDB, ni un archivo EDF/BDF, ni un archivo Holter ISHNE</translation>
+    </message>
+    <message>
+        <source>%1: the recording holds %2 samples per channel; a study holds at most %3</source>
+        <translation>%1: el registro contiene %2 muestras por canal; un estudio contiene como máximo %3</translation>
+    </message>
+    <message>
+        <source>a data record of %1 bytes is more than the format allows (%2)</source>
+        <translation>un registro de datos de %1 bytes supera lo que permite el formato (%2)</translation>
+    </message>
+    <message>
+        <source>the file holds no data records</source>
+        <translation>el archivo no contiene registros de datos</translation>
+    </message>
+</context>
+<context>
     <name>ReportDialog</name>
     <message>
         <source>Report file could not be exported to folder: %1

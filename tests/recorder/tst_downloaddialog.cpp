@@ -1,6 +1,7 @@
 #include "recorder/cardimport.h"
 #include "recorder/cardsignalfile.h"
 #include "recorder/downloaddialog.h"
+#include "store/ecgfile.h"
 #include "tests/recorder/tst_recordersupport.h"
 
 #include <QApplication>
@@ -131,7 +132,11 @@ QMap<QString, QByteArray> storeFiles(const RepoFixture& s, int id)
         QByteArray bytes = testsupport::readAll(s.path(name));
         if (bytes.startsWith("VTSTUDY2"))
             bytes = qUncompress(bytes.mid(8));
-        files[name] = bytes.replace(QByteArray::number(id), "ID");
+        // The sample file's header is zero-padded text: the id only in its text, so that ids
+        // of other lengths and digits inside the samples don't count.
+        const int textEnd = name.endsWith(".vtecg") ? bytes.indexOf('\0') : bytes.size();
+        const QByteArray text = bytes.left(textEnd).replace(QByteArray::number(id), "ID");
+        files[name] = text + '|' + bytes.mid(name.endsWith(".vtecg") ? EcgFile::kHeaderSize : textEnd);
     }
     return files;
 }
