@@ -4,6 +4,7 @@
 #include "analysis/wrappedsource.h"
 #include "recorder/cardimport.h"
 #include "recorder/cardsignalfile.h"
+#include "recorder/recordingimport.h"
 #include "resources/holterresources.h"
 #include "ui_downloaddialog.h"
 
@@ -105,6 +106,11 @@ DownloadDialog::DownloadDialog(
             tr("Recorder file (HECG.VTF hecg.vtf);;All files (*)"));
     };
 
+    m_chooseRecording = [](QWidget* parent) {
+        return QFileDialog::getOpenFileName(parent, tr("Import recording"), QString(),
+            tr("Recordings (*.edf *.EDF *.bdf *.BDF *.ecg *.ECG *.ishne *.hea);;All files (*)"));
+    };
+
     // The editors still missing show in yellow from the start.
     checkForm();
     m_ui->lblMessage->setText(tr("Please insert memory card or select file to download..."));
@@ -128,6 +134,11 @@ DownloadDialog::~DownloadDialog()
 void DownloadDialog::setFileChooser(FileChooser chooser)
 {
     m_chooseFile = std::move(chooser);
+}
+
+void DownloadDialog::setRecordingChooser(FileChooser chooser)
+{
+    m_chooseRecording = std::move(chooser);
 }
 
 void DownloadDialog::restartSearch()
@@ -289,14 +300,7 @@ void DownloadDialog::on_btnDownload_clicked()
     // Return or a queued click while a copy runs must not start a second one.
     if (m_copying || !m_source || !formComplete())
         return;
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    m_cancelled = false;
-    m_copying = true;
-    m_ui->btnDownload->setEnabled(false);
-    m_ui->btnSelectFile->setEnabled(false);
-    m_ui->grpPatient->setEnabled(false);
-    m_ui->grpRecording->setEnabled(false);
-
+    setBusy(true);
     QString message;
     int id = 0;
     try {
@@ -305,8 +309,7 @@ void DownloadDialog::on_btnDownload_clicked()
         message = QString::fromUtf8(e.what());
         id = 0;
     }
-    m_copying = false;
-    QApplication::restoreOverrideCursor();
+    setBusy(false);
 
     if (!message.isEmpty()) {
         QMessageBox::critical(this, tr("Error"), message);
@@ -352,6 +355,75 @@ int DownloadDialog::copyCard()
 
     BarProgress progress(m_ui->barDownloadProgress);
     return importCard(m_repository, m_cardFile, m_dataOffset, options, &progress, &m_cancelled);
+}
+
+void DownloadDialog::setBusy(bool busy)
+{
+    if (busy) {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        m_cancelled = false;
+    } else {
+        QApplication::restoreOverrideCursor();
+    }
+    m_copying = busy;
+    m_ui->btnDownload->setEnabled(!busy && formComplete() && m_source);
+    m_ui->btnSelectFile->setEnabled(!busy && !m_source);
+    m_ui->btnImportFile->setEnabled(!busy);
+    m_ui->grpPatient->setEnabled(!busy);
+    m_ui->grpRecording->setEnabled(!busy);
+}
+
+void DownloadDialog::on_btnImportFile_clicked()
+{
+    if (m_copying)
+        return;
+    const QString path = m_chooseRecording ? m_chooseRecording(this) : QString();
+    if (path.isEmpty())
+        return;
+    if (!isImportableRecording(path)) {
+        QMessageBox::critical(this, tr("Error"),
+            tr("%1 is not a recording this program can import (EDF, EDF+, BDF, ISHNE or a "
+               "WFDB record).")
+                .arg(QDir::toNativeSeparators(path)));
+        return;
+    }
+    // What the user typed wins; the file's own header fills what was left empty.
+    ImportPatient patient;
+    patient.lastName = m_ui->txtLastName->text().trimmed().toUtf8();
+    patient.firstName = m_ui->txtFirstName->text().trimmed().toUtf8();
+    patient.idNumber = m_ui->txtPersonIdNumber->text().trimmed().toUtf8();
+    patient.historyNumber = m_ui->txtMedicalHistoryNumber->text().trimmed().toUtf8();
+    const QDateTime start = m_ui->studyDateTime->dateTime();
+    if (start.isValid() && start.date().year() > 2000)
+        patient.start = start;
+
+    setBusy(true);
+    m_ui->lblMessage->setStyleSheet(QString());
+    m_ui->lblMessage->setText(tr("Importing %1...").arg(QFileInfo(path).fileName()));
+    m_ui->barDownloadProgress->setValue(0);
+    m_ui->barDownloadProgress->show();
+    BarProgress progress(m_ui->barDownloadProgress);
+    QString message;
+    int id = 0;
+    try {
+        id = importRecordingFile(m_repository, path, patient, &progress, &m_cancelled);
+    } catch (const std::exception& e) {
+        message = QString::fromUtf8(e.what());
+    }
+    const bool cancelled = m_cancelled;
+    setBusy(false);
+    m_ui->barDownloadProgress->hide();
+
+    if (id > 0) {
+        accept();
+        emit downloaded(id);
+        return;
+    }
+    // A cancel has closed the dialog already; anything else leaves it open for another try.
+    if (!cancelled) {
+        m_ui->lblMessage->setText(tr("The file could not be imported."));
+        QMessageBox::critical(this, tr("Error"), message);
+    }
 }
 
 void DownloadDialog::deleteCardFiles()

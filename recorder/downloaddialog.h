@@ -39,6 +39,8 @@ public:
 
     // Replaces the file dialog of "Select file..." (tests, tools).
     void setFileChooser(FileChooser chooser);
+    // Replaces the file dialog of "Import file...".
+    void setRecordingChooser(FileChooser chooser);
 
     // The card being shown, empty when none.
     QString folder() const { return m_folder; }
@@ -54,6 +56,7 @@ signals:
 private slots:
     void on_btnDownload_clicked();
     void on_btnSelectFile_clicked();
+    void on_btnImportFile_clicked();
 
 private:
     bool searchCard();
@@ -69,11 +72,14 @@ private:
     // The copy; returns the new study's id, throws with the message to show.
     int copyCard();
     void deleteCardFiles();
+    // Locks the form for a copy or an import, or frees it again.
+    void setBusy(bool busy);
 
     std::unique_ptr<Ui::DownloadDialog> m_ui;
     StudyRepository& m_repository;
     std::unique_ptr<RemovableVolumes> m_volumes;
     FileChooser m_chooseFile;
+    FileChooser m_chooseRecording;
     QTimer* m_searchTimer = nullptr; // child
     QString m_folder; // the card's folder, with a final separator; empty when none
     QString m_cardFile; // the data file in it

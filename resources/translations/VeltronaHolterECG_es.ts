@@ -186,6 +186,34 @@ Verifique el espacio disponible en el disco.</translation>
         <source>Downloading...</source>
         <translation>Descargando...</translation>
     </message>
+    <message>
+        <source>Import file...</source>
+        <translation>Importar archivo...</translation>
+    </message>
+    <message>
+        <source>Make a study from a recording of another recorder: EDF, EDF+, BDF, ISHNE or a WFDB record</source>
+        <translation>Crear un estudio a partir de la grabación de otro grabador: EDF, EDF+, BDF, ISHNE o un registro WFDB</translation>
+    </message>
+    <message>
+        <source>Import recording</source>
+        <translation>Importar grabación</translation>
+    </message>
+    <message>
+        <source>Recordings (*.edf *.EDF *.bdf *.BDF *.ecg *.ECG *.ishne *.hea);;All files (*)</source>
+        <translation>Grabaciones (*.edf *.EDF *.bdf *.BDF *.ecg *.ECG *.ishne *.hea);;Todos los archivos (*)</translation>
+    </message>
+    <message>
+        <source>%1 is not a recording this program can import (EDF, EDF+, BDF, ISHNE or a WFDB record).</source>
+        <translation>%1 no es una grabación que este programa pueda importar (EDF, EDF+, BDF, ISHNE o un registro WFDB).</translation>
+    </message>
+    <message>
+        <source>Importing %1...</source>
+        <translation>Importando %1...</translation>
+    </message>
+    <message>
+        <source>The file could not be imported.</source>
+        <translation>No se pudo importar el archivo.</translation>
+    </message>
 </context>
 <context>
     <name>EventCatalog</name>
@@ -630,8 +658,8 @@ Verifique el espacio disponible en disco.</translation>
         <translation>el número de registros de datos no es un número</translation>
     </message>
     <message>
-        <source>the data record duration &apos;%1&apos; is not a positive number of seconds</source>
-        <translation>la duración de registro de datos &apos;%1&apos; no es un número positivo de segundos</translation>
+        <source>the data record duration '%1' is not a positive number of seconds</source>
+        <translation>la duración de registro de datos '%1' no es un número positivo de segundos</translation>
     </message>
     <message>
         <source>the header declares no signals</source>
@@ -650,8 +678,8 @@ Verifique el espacio disponible en disco.</translation>
         <translation>el archivo termina dentro de su cabecera</translation>
     </message>
     <message>
-        <source>signal %1 (%2): the %3 &apos;%4&apos; is not a number</source>
-        <translation>señal %1 (%2): %3 &apos;%4&apos; no es un número</translation>
+        <source>signal %1 (%2): the %3 '%4' is not a number</source>
+        <translation>señal %1 (%2): %3 '%4' no es un número</translation>
     </message>
     <message>
         <source>physical minimum</source>
@@ -706,20 +734,20 @@ Verifique el espacio disponible en disco.</translation>
         <translation>no contiene ninguna señal de ECG; sus señales son %1. Una señal de ECG lleva la etiqueta ECG, EKG o el nombre de una derivación y se mide en voltios</translation>
     </message>
     <message>
-        <source>signal &apos;%1&apos; has a sampling rate of 0</source>
-        <translation>la señal &apos;%1&apos; tiene una frecuencia de muestreo de 0</translation>
+        <source>signal '%1' has a sampling rate of 0</source>
+        <translation>la señal '%1' tiene una frecuencia de muestreo de 0</translation>
     </message>
     <message>
-        <source>signal &apos;%1&apos; is sampled at %2 Hz; a whole rate of 1 to %3 Hz is needed</source>
-        <translation>la señal &apos;%1&apos; está muestreada a %2 Hz; se necesita una frecuencia entera de 1 a %3 Hz</translation>
+        <source>signal '%1' is sampled at %2 Hz; a whole rate of 1 to %3 Hz is needed</source>
+        <translation>la señal '%1' está muestreada a %2 Hz; se necesita una frecuencia entera de 1 a %3 Hz</translation>
     </message>
     <message>
         <source>its ECG signals are sampled at different rates (%1 and %2 Hz)</source>
         <translation>sus señales de ECG tienen frecuencias de muestreo distintas (%1 y %2 Hz)</translation>
     </message>
     <message>
-        <source>signal &apos;%1&apos; has an empty digital or physical range</source>
-        <translation>la señal &apos;%1&apos; tiene un rango digital o físico vacío</translation>
+        <source>signal '%1' has an empty digital or physical range</source>
+        <translation>la señal '%1' tiene un rango digital o físico vacío</translation>
     </message>
     <message>
         <source>cannot read samples %1 to %2</source>
@@ -770,7 +798,7 @@ Verifique el espacio disponible en disco.</translation>
         <translation>no es un archivo Holter ISHNE (sus primeros bytes no son ISHNE1.0)</translation>
     </message>
     <message>
-        <source>the header&apos;s block sizes and offsets disagree (variable block %1 bytes at %2, ECG at %3)</source>
+        <source>the header's block sizes and offsets disagree (variable block %1 bytes at %2, ECG at %3)</source>
         <translation>los tamaños y posiciones de bloque de la cabecera no concuerdan (bloque variable de %1 bytes en %2, ECG en %3)</translation>
     </message>
     <message>

@@ -2,6 +2,7 @@
 #include "recorder/cardsignalfile.h"
 #include "recorder/downloaddialog.h"
 #include "store/ecgfile.h"
+#include "tests/recorder/ishnetestfile.h"
 #include "tests/recorder/tst_recordersupport.h"
 
 #include <QApplication>
@@ -378,4 +379,61 @@ TEST(DownloadDialog, SearchWaitsForACardAndRefusesADamagedOne)
     ASSERT_TRUE(QTest::qWaitFor([&] { return f.dialog->folder().startsWith(good.path()); }, 3000));
     EXPECT_EQ(f.message(), QString("Enter study information and press <Download>"));
     EXPECT_TRUE(f.w<QPushButton>("btnDownload")->isEnabled());
+}
+
+// "Import file..." takes another maker's recording: what the user typed wins over the file's
+// header, and a file that is not a recording, or a damaged one, leaves the dialog open and the
+// store empty.
+TEST(DownloadDialog, ImportFileMakesAStudyFromAnotherRecordersFile)
+{
+    struct Row
+    {
+        const char* name;
+        QByteArray bytes;
+        QString typedLastName;
+        QString expectedLastName; // empty: no study, an error box
+        QString error;
+    };
+    IshneTestFile good;
+    IshneTestFile broken;
+    broken.breakChecksum = true;
+    const QList<Row> rows {
+        { "holter.ecg", good.bytes(), QString(), "Ruiz", QString() },
+        { "typed.ecg", good.bytes(), "Paz", "Paz", QString() },
+        { "notes.txt", "just some notes", QString(), QString(), "is not a recording" },
+        { "damaged.ecg", broken.bytes(), QString(), QString(), "Error: " },
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        DownloadFixture f;
+        f.dialog = std::make_unique<DownloadDialog>(
+            *f.store.repo, nullptr, std::make_unique<FixedVolumes>(f.roots));
+        f.dialog->show();
+        const QString path = f.volume.file(row.name);
+        testsupport::writeAll(path, row.bytes);
+        f.dialog->setRecordingChooser([path](QWidget*) { return path; });
+        if (!row.typedLastName.isEmpty())
+            type(f.w<QLineEdit>("txtLastName"), row.typedLastName);
+        QSignalSpy downloaded(f.dialog.get(), &DownloadDialog::downloaded);
+        BoxAnswerer answers(QMessageBox::Ok);
+        QTest::mouseClick(f.w<QPushButton>("btnImportFile"), Qt::LeftButton);
+
+        const QList<StudyInfo> studies = f.store.repo->listStudies();
+        if (row.expectedLastName.isEmpty()) {
+            EXPECT_TRUE(studies.isEmpty());
+            EXPECT_EQ(downloaded.count(), 0);
+            EXPECT_TRUE(f.dialog->isVisible()) << "stays open for another try";
+            EXPECT_TRUE(f.w<QPushButton>("btnImportFile")->isEnabled());
+            EXPECT_NE(answers.text().find(row.error.toStdString()), std::string::npos)
+                << answers.text();
+        } else {
+            EXPECT_TRUE(answers.seen.isEmpty()) << answers.text();
+            ASSERT_EQ(studies.size(), 1);
+            ASSERT_EQ(downloaded.count(), 1);
+            EXPECT_EQ(downloaded[0][0].toInt(), studies[0].id);
+            EXPECT_EQ(QString::fromUtf8(studies[0].patientLastName), row.expectedLastName);
+            EXPECT_EQ(studies[0].patientFirstName, QByteArray("Ana")) << "from the header";
+            EXPECT_EQ(f.dialog->result(), QDialog::Accepted);
+        }
+    }
 }
