@@ -1,0 +1,637 @@
+#include "shell/openstudydialog.h"
+
+#include "resources/holterresources.h"
+#include "shell/progressdialogsink.h"
+#include "shell/studytreeitem.h"
+#include "shell/uploader.h"
+#include "store/studyrepository.h"
+#include "ui_openstudydialog.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMessageBox>
+#include <QProcess>
+#include <QProgressDialog>
+#include <QScreen>
+#include <QSettings>
+#include <QShortcut>
+#include <QTemporaryFile>
+#include <QUrl>
+
+#include <exception>
+#include <stdexcept>
+
+namespace {
+
+// Folders kept in the history, most recent first.
+constexpr int kMaxFolderHistory = 10;
+
+// Initial column widths in pixels; the empty last column takes what is left.
+constexpr int kLocalWidths[] = { 22, 250, 90, 140, 60 };
+constexpr int kSharedWidths[] = { 22, 200, 80, 140 };
+
+QList<QTreeWidgetItem*> itemsOf(const QTreeWidget* tree)
+{
+    QList<QTreeWidgetItem*> items;
+    items.reserve(tree->topLevelItemCount());
+    for (int i = 0; i < tree->topLevelItemCount(); ++i)
+        items.append(tree->topLevelItem(i));
+    return items;
+}
+
+} // namespace
+
+OpenStudyDialog::OpenStudyDialog(StudyRepository& repository, QWidget* parent)
+    : OpenStudyDialog(repository, Desktop(), parent)
+{
+}
+
+OpenStudyDialog::OpenStudyDialog(
+    StudyRepository& repository, const Desktop& desktop, QWidget* parent)
+    : QDialog(parent)
+    , m_ui(std::make_unique<Ui::OpenStudyDialog>())
+    , m_repository(repository)
+    , m_desktop(desktop)
+{
+    if (!m_desktop.openUrl)
+        m_desktop.openUrl = [](const QUrl& url) { return QDesktopServices::openUrl(url); };
+    if (!m_desktop.chooseFolder)
+        m_desktop.chooseFolder = [](QWidget* p, const QString& title, const QString& start) {
+            return QFileDialog::getExistingDirectory(p, title, start);
+        };
+    if (!m_desktop.startDetached)
+        m_desktop.startDetached = [](const QString& program, const QStringList& arguments) {
+            return QProcess::startDetached(program, arguments);
+        };
+
+    initHolterResources();
+    m_ui->setupUi(this);
+    m_activeTree = m_ui->treeStudies;
+    setupTrees();
+
+    // The pane starts hidden; the splitter gives a widened dialog's extra room to it.
+    m_ui->splitter->setStretchFactor(0, 2);
+    m_ui->splitter->setStretchFactor(1, 1);
+    m_ui->paneShared->hide();
+    m_ui->frameShareControls->setEnabled(false);
+    m_ui->frameSyncButtons->setEnabled(false);
+    m_ui->lblShareStatus->hide();
+
+    auto* deleteKey = new QShortcut(QKeySequence::Delete, this);
+    connect(deleteKey, &QShortcut::activated, m_ui->actionDelete, &QAction::trigger);
+
+    if (Uploader::command(QSettings()).isEmpty())
+        m_ui->btnSend->setToolTip(tr("No uploader program is configured on this workstation."));
+
+    loadFolderHistory();
+    fillLocalTree({});
+    m_ui->txtFilter->setFocus();
+}
+
+OpenStudyDialog::~OpenStudyDialog() = default;
+
+void OpenStudyDialog::setupTrees()
+{
+    for (QTreeWidget* tree : { m_ui->treeStudies, m_ui->treeSharedStudies }) {
+        tree->installEventFilter(this);
+        tree->header()->setStretchLastSection(true);
+        tree->header()->setSectionsMovable(false);
+        // Newest first: the study that was just downloaded or processed is on top.
+        tree->sortByColumn(StudyTreeItem::ColumnDate, Qt::DescendingOrder);
+    }
+    for (int c = 0; c < int(std::size(kLocalWidths)); ++c)
+        m_ui->treeStudies->setColumnWidth(c, kLocalWidths[c]);
+    for (int c = 0; c < int(std::size(kSharedWidths)); ++c)
+        m_ui->treeSharedStudies->setColumnWidth(c, kSharedWidths[c]);
+}
+
+QString OpenStudyDialog::sharedFolder() const
+{
+    return m_ui->cboShareFolders->currentText();
+}
+
+void OpenStudyDialog::loadFolderHistory()
+{
+    const QSettings settings;
+    QStringList folders = settings.value(FolderListSetting).toStringList();
+    folders.removeAll(QString());
+    folders.removeDuplicates();
+    const QString current = settings.value(DefaultFolderSetting).toString();
+    if (!current.isEmpty() && !folders.contains(current))
+        folders.prepend(current);
+    const QSignalBlocker quiet(m_ui->cboShareFolders);
+    m_ui->cboShareFolders->addItems(folders);
+    m_ui->cboShareFolders->setCurrentIndex(current.isEmpty() ? -1 : folders.indexOf(current));
+}
+
+void OpenStudyDialog::saveFolderHistory() const
+{
+    QStringList folders;
+    for (int i = 0; i < m_ui->cboShareFolders->count(); ++i)
+        folders << m_ui->cboShareFolders->itemText(i);
+    QSettings settings;
+    settings.setValue(FolderListSetting, folders);
+    settings.setValue(DefaultFolderSetting, sharedFolder());
+}
+
+void OpenStudyDialog::done(int result)
+{
+    saveFolderHistory();
+    QDialog::done(result);
+}
+
+void OpenStudyDialog::fillLocalTree(const QVariantList& keep)
+{
+    QList<StudyInfo> studies;
+    try {
+        studies = m_repository.listStudies();
+    } catch (const std::exception& e) {
+        QMessageBox::critical(this, tr("Error"), QString::fromUtf8(e.what()));
+    }
+    QTreeWidget* tree = m_ui->treeStudies;
+    {
+        // One insertion and one sort for the whole list; the buttons follow once at the end.
+        const QSignalBlocker quiet(tree);
+        tree->setSortingEnabled(false);
+        tree->clear();
+        QList<QTreeWidgetItem*> items;
+        items.reserve(studies.size());
+        const QString yes = tr("Yes");
+        for (const StudyInfo& info : studies)
+            items.append(StudyTreeItem::forStudy(info, yes));
+        tree->addTopLevelItems(items);
+        tree->setSortingEnabled(true);
+        for (QTreeWidgetItem* item : items)
+            if (keep.contains(item->data(StudyTreeItem::ColumnMark, StudyTreeItem::KeyRole)))
+                item->setSelected(true);
+    }
+    QTreeWidgetItem* first = applyFilter(tree);
+    // Rows chosen before the refill stay chosen; otherwise the newest study is current.
+    const QList<QTreeWidgetItem*> selected = tree->selectedItems();
+    if (selected.isEmpty())
+        makeCurrent(first);
+    else {
+        const QSignalBlocker quiet(tree);
+        tree->setCurrentItem(selected.first(), 0, QItemSelectionModel::NoUpdate);
+        tree->scrollToItem(selected.first());
+    }
+    updateButtons();
+}
+
+void OpenStudyDialog::fillSharedTree()
+{
+    QTreeWidget* tree = m_ui->treeSharedStudies;
+    const QString folder = sharedFolder();
+    QList<QPair<QString, StudyInfo>> archives;
+    QString status;
+    if (folder.isEmpty())
+        status = tr("Choose a shared folder with the folder button.");
+    else if (!QFileInfo(folder).isDir())
+        status = tr("The shared folder %1 cannot be reached.").arg(QDir::toNativeSeparators(folder));
+    else {
+        try {
+            archives = m_repository.listArchives(folder);
+        } catch (const std::exception& e) {
+            status = QString::fromUtf8(e.what());
+        }
+        if (status.isEmpty() && archives.isEmpty())
+            status = tr("There are no studies in this folder.");
+    }
+    {
+        const QSignalBlocker quiet(tree);
+        tree->setSortingEnabled(false);
+        tree->clear();
+        QList<QTreeWidgetItem*> items;
+        for (const auto& archive : archives)
+            items.append(StudyTreeItem::forArchive(archive.first, archive.second));
+        tree->addTopLevelItems(items);
+        tree->setSortingEnabled(true);
+    }
+    m_ui->lblShareStatus->setText(status);
+    m_ui->lblShareStatus->setVisible(!status.isEmpty());
+    applyFilter(tree);
+    updateButtons();
+}
+
+void OpenStudyDialog::on_txtFilter_textChanged(const QString&)
+{
+    makeCurrent(applyFilter(m_ui->treeStudies));
+    applyFilter(m_ui->treeSharedStudies);
+    updateButtons();
+}
+
+QTreeWidgetItem* OpenStudyDialog::applyFilter(QTreeWidget* tree)
+{
+    const QStringList words = filterWords(m_ui->txtFilter->text());
+    QTreeWidgetItem* firstVisible = nullptr;
+    const QSignalBlocker quiet(tree);
+    for (int i = 0; i < tree->topLevelItemCount(); ++i) {
+        auto* item = static_cast<StudyTreeItem*>(tree->topLevelItem(i));
+        const bool hide = !matchesFilter(item->foldedPatient(), words);
+        if (item->isHidden() != hide)
+            item->setHidden(hide);
+        if (hide && item->isSelected())
+            item->setSelected(false); // never act on a row the user can't see
+        if (!hide && !firstVisible)
+            firstVisible = item;
+    }
+    return firstVisible;
+}
+
+void OpenStudyDialog::makeCurrent(QTreeWidgetItem* item)
+{
+    QTreeWidget* tree = m_ui->treeStudies;
+    const QSignalBlocker quiet(tree);
+    if (item) {
+        tree->setCurrentItem(
+            item, 0, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        tree->scrollToItem(item);
+    } else {
+        tree->clearSelection();
+        tree->setCurrentItem(nullptr);
+    }
+}
+
+void OpenStudyDialog::updateButtons()
+{
+    const QTreeWidgetItem* current = m_ui->treeStudies->currentItem();
+    const bool haveCurrent = current && !current->isHidden();
+    const bool localSelection = !m_ui->treeStudies->selectedItems().isEmpty();
+    const bool sharedSelection = !m_ui->treeSharedStudies->selectedItems().isEmpty();
+    m_ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(haveCurrent);
+    m_ui->btnReport->setEnabled(
+        haveCurrent && current->text(StudyTreeItem::ColumnReport) == tr("Yes"));
+    m_ui->btnDelete->setEnabled(!activeTree()->selectedItems().isEmpty());
+    m_ui->btnShareExport->setEnabled(m_sharedVisible && localSelection);
+    m_ui->btnShareImport->setEnabled(m_sharedVisible && sharedSelection);
+    m_ui->btnSend->setEnabled(localSelection);
+}
+
+QTreeWidget* OpenStudyDialog::activeTree() const
+{
+    return m_sharedVisible ? m_activeTree : m_ui->treeStudies;
+}
+
+bool OpenStudyDialog::eventFilter(QObject* watched, QEvent* event)
+{
+    auto* tree = qobject_cast<QTreeWidget*>(watched);
+    if (tree && event->type() == QEvent::FocusIn && tree != m_activeTree) {
+        m_activeTree = tree;
+        updateButtons();
+    }
+    // Enter in the shared list would otherwise open the local study behind the default button.
+    if (tree == m_ui->treeSharedStudies && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter)
+            return true;
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+QVariantList OpenStudyDialog::selectedKeys(const QTreeWidget* tree) const
+{
+    QVariantList keys;
+    for (const QTreeWidgetItem* item : itemsOf(tree))
+        if (item->isSelected() && !item->isHidden())
+            keys << item->data(StudyTreeItem::ColumnMark, StudyTreeItem::KeyRole);
+    return keys;
+}
+
+void OpenStudyDialog::on_treeStudies_itemDoubleClicked(QTreeWidgetItem* item, int)
+{
+    if (!item)
+        return;
+    m_ui->treeStudies->setCurrentItem(item);
+    accept();
+}
+
+void OpenStudyDialog::on_treeStudies_currentItemChanged(QTreeWidgetItem*, QTreeWidgetItem*)
+{
+    updateButtons();
+}
+
+void OpenStudyDialog::on_treeStudies_itemSelectionChanged()
+{
+    updateButtons();
+}
+
+void OpenStudyDialog::on_treeSharedStudies_currentItemChanged(QTreeWidgetItem*, QTreeWidgetItem*)
+{
+    updateButtons();
+}
+
+void OpenStudyDialog::on_treeSharedStudies_itemSelectionChanged()
+{
+    updateButtons();
+}
+
+void OpenStudyDialog::on_OpenStudyDialog_accepted()
+{
+    const QTreeWidgetItem* current = m_ui->treeStudies->currentItem();
+    if (current)
+        m_selectedStudyId
+            = current->data(StudyTreeItem::ColumnMark, StudyTreeItem::KeyRole).toInt();
+}
+
+void OpenStudyDialog::on_btnReport_clicked()
+{
+    const QTreeWidgetItem* current = m_ui->treeStudies->currentItem();
+    if (!current)
+        return;
+    const int id = current->data(StudyTreeItem::ColumnMark, StudyTreeItem::KeyRole).toInt();
+    StudyInfo row;
+    if (!m_repository.studyExists(id, row)) {
+        QMessageBox::warning(this, tr("Error"), tr("Report file not found"));
+        return;
+    }
+    const QString folder = QString("%1/reports").arg(m_repository.rootPath());
+    const QString path = folder + QString("/%1.pdf").arg(QString::fromUtf8(row.baseFilename));
+    if (!QFileInfo(path).isFile()) {
+        QMessageBox::warning(this, tr("Error"), tr("Report file not found"));
+        return;
+    }
+    if (!m_desktop.openUrl(QUrl::fromLocalFile(path)))
+        QMessageBox::warning(this, tr("Error"),
+            tr("The report %1 could not be opened: no PDF viewer is set up on this "
+               "workstation.")
+                .arg(QDir::toNativeSeparators(path)));
+}
+
+void OpenStudyDialog::on_actionDelete_triggered()
+{
+    updateButtons();
+    if (m_ui->btnDelete->isEnabled())
+        on_btnDelete_clicked();
+}
+
+void OpenStudyDialog::on_btnDelete_clicked()
+{
+    const bool shared = activeTree() == m_ui->treeSharedStudies;
+    const QString question = shared ? tr("Delete selected studies from shared folder?")
+                                    : tr("Delete selected studies from local folder?");
+    if (QMessageBox::question(this, tr("Confirm"), question, QMessageBox::Yes | QMessageBox::No,
+            QMessageBox::No)
+        != QMessageBox::Yes)
+        return;
+    if (shared)
+        deleteSharedFiles();
+    else
+        deleteLocalStudies();
+}
+
+void OpenStudyDialog::deleteLocalStudies()
+{
+    const QVariantList ids = selectedKeys(m_ui->treeStudies);
+    QStringList stillOpen;
+    QString error;
+    for (const QVariant& key : ids) {
+        const int id = key.toInt();
+        // The repository leaves an open study alone; so does the list.
+        if (m_repository.isStudyOpen(id)) {
+            for (const QTreeWidgetItem* item : itemsOf(m_ui->treeStudies))
+                if (item->data(StudyTreeItem::ColumnMark, StudyTreeItem::KeyRole) == key)
+                    stillOpen << item->text(StudyTreeItem::ColumnPatient);
+            continue;
+        }
+        try {
+            m_repository.deleteStudy(id);
+        } catch (const std::exception& e) {
+            error = QString::fromUtf8(e.what());
+            break;
+        }
+        emit deletedStudy(id);
+    }
+    fillLocalTree(ids);
+    if (!error.isEmpty())
+        QMessageBox::critical(this, tr("Error"), error);
+    if (!stillOpen.isEmpty())
+        QMessageBox::information(this, tr("Information"),
+            tr("These studies are open for review and were not deleted:\n%1")
+                .arg(stillOpen.join('\n')));
+}
+
+void OpenStudyDialog::deleteSharedFiles()
+{
+    const QString folder = sharedFolder();
+    QStringList failed;
+    for (const QVariant& key : selectedKeys(m_ui->treeSharedStudies))
+        if (!QDir(folder).remove(key.toString()))
+            failed << key.toString();
+    fillSharedTree();
+    if (!failed.isEmpty())
+        QMessageBox::warning(this, tr("Warning"),
+            tr("These files could not be deleted from the shared folder %1:\n%2")
+                .arg(QDir::toNativeSeparators(folder), failed.join('\n')));
+}
+
+void OpenStudyDialog::on_btnShare_clicked()
+{
+    setSharedPaneVisible(!m_sharedVisible);
+}
+
+void OpenStudyDialog::setSharedPaneVisible(bool visible)
+{
+    if (visible == m_sharedVisible)
+        return;
+    m_sharedVisible = visible;
+    const QRect before = geometry();
+    const int localWidth = m_ui->paneLocal->width();
+    m_ui->btnShare->setText(visible ? tr("Hide shared studies") : tr("Show shared studies"));
+    m_ui->frameShareControls->setEnabled(visible);
+    m_ui->frameSyncButtons->setEnabled(visible);
+    m_ui->paneShared->setVisible(visible);
+    if (!visible)
+        m_activeTree = m_ui->treeStudies;
+    // Wider by half and a quarter to the left on show, the reverse on hide: the dialog stays
+    // centred where it was.
+    const int width = visible ? before.width() * 3 / 2 : before.width() * 2 / 3;
+    int x = before.x() - (width - before.width()) / 2;
+    if (const QScreen* screen = this->screen())
+        x = qMax(x, screen->availableGeometry().left()); // never off the left edge
+    setGeometry(x, before.y(), width, before.height());
+    if (visible) {
+        m_ui->splitter->setSizes({ localWidth, width - localWidth });
+        fillSharedTree();
+    }
+    updateButtons();
+}
+
+void OpenStudyDialog::on_btnShareFolder_clicked()
+{
+    const QString chosen
+        = m_desktop.chooseFolder(this, tr("Select shared folder"), sharedFolder());
+    if (chosen.isEmpty())
+        return;
+    const QString folder = QDir::cleanPath(chosen);
+    QComboBox* combo = m_ui->cboShareFolders;
+    const QSignalBlocker quiet(combo);
+    const int existing = combo->findText(folder);
+    if (existing >= 0)
+        combo->removeItem(existing);
+    combo->insertItem(0, folder);
+    while (combo->count() > kMaxFolderHistory)
+        combo->removeItem(combo->count() - 1);
+    combo->setCurrentIndex(0);
+    fillSharedTree();
+}
+
+void OpenStudyDialog::on_cboShareFolders_currentIndexChanged(int)
+{
+    if (m_sharedVisible)
+        fillSharedTree();
+}
+
+bool OpenStudyDialog::checkSharedFolder(const QString& folder, bool forWriting)
+{
+    QString problem;
+    if (folder.isEmpty())
+        problem = tr("Choose a shared folder first.");
+    else if (!QFileInfo(folder).isDir())
+        problem = tr("The shared folder %1 cannot be reached.\nPlease check shared folder access "
+                     "with your network administrator.")
+                      .arg(QDir::toNativeSeparators(folder));
+    else if (forWriting) {
+        // The permission bits don't tell the whole truth on network shares; a file does.
+        QTemporaryFile probe(folder + "/.holter-write-check-XXXXXX");
+        if (!probe.open())
+            problem = tr("The shared folder %1 is read-only.\nPlease check shared folder access "
+                         "with your network administrator.")
+                          .arg(QDir::toNativeSeparators(folder));
+    }
+    if (problem.isEmpty())
+        return true;
+    QMessageBox::critical(this, tr("Error"), problem);
+    if (m_sharedVisible)
+        fillSharedTree();
+    return false;
+}
+
+OpenStudyDialog::LoopOutcome OpenStudyDialog::runLoop(int count, const LoopStep& step)
+{
+    LoopOutcome outcome;
+    QProgressDialog progress(tr("Please wait..."), tr("Cancel"), 0, 1, this);
+    progress.setWindowTitle(tr("Please wait..."));
+    progress.setWindowModality(Qt::WindowModal);
+    progress.setMinimumDuration(0);
+    progress.setAutoClose(false);
+    progress.setAutoReset(false);
+    ProgressDialogSink sink(progress);
+    progress.show();
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    for (int i = 0; i < count; ++i) {
+        if (count > 1)
+            progress.setLabelText(tr("Please wait... (%1 of %2)").arg(i + 1).arg(count));
+        progress.setValue(0);
+        QCoreApplication::processEvents();
+        try {
+            if (sink.wasCancelled())
+                throw std::runtime_error("cancelled");
+            step(i, &sink, sink.cancelFlag());
+        } catch (const std::exception& e) {
+            // The first failure ends the loop; what is done stays done.
+            outcome.cancelled = sink.wasCancelled();
+            if (!outcome.cancelled)
+                outcome.error = QString::fromUtf8(e.what());
+            break;
+        }
+        ++outcome.done;
+    }
+    QApplication::restoreOverrideCursor();
+    progress.hide();
+    return outcome;
+}
+
+bool OpenStudyDialog::exportStudies(const QVariantList& ids, const QString& folder)
+{
+    const LoopOutcome outcome
+        = runLoop(ids.size(), [&](int i, ProgressSink* sink, const CancelFlag* cancel) {
+              const int id = ids[i].toInt();
+              if (m_repository.exportStudy(id, folder, sink, cancel).isEmpty())
+                  throw std::runtime_error(
+                      tr("Study %1 is no longer in the local store").arg(id).toStdString());
+          });
+    if (!outcome.error.isEmpty())
+        QMessageBox::critical(this, tr("Error"),
+            tr("Error while exporting: %1\n\nPlease check available disk space.")
+                .arg(outcome.error));
+    else if (outcome.cancelled)
+        QMessageBox::information(this, tr("Information"),
+            tr("Export cancelled: %1 of %2 studies were exported.")
+                .arg(outcome.done)
+                .arg(ids.size()));
+    return outcome.done == ids.size();
+}
+
+void OpenStudyDialog::on_btnShareExport_clicked()
+{
+    const QVariantList ids = selectedKeys(m_ui->treeStudies);
+    const QString folder = sharedFolder();
+    if (ids.isEmpty() || !checkSharedFolder(folder, true))
+        return;
+    exportStudies(ids, folder);
+    fillSharedTree();
+}
+
+void OpenStudyDialog::on_btnShareImport_clicked()
+{
+    const QVariantList files = selectedKeys(m_ui->treeSharedStudies);
+    const QString folder = sharedFolder();
+    if (files.isEmpty() || !checkSharedFolder(folder, false))
+        return;
+    QVariantList imported;
+    const LoopOutcome outcome
+        = runLoop(files.size(), [&](int i, ProgressSink* sink, const CancelFlag* cancel) {
+              const QString path = QString("%1/%2").arg(folder, files[i].toString());
+              imported << m_repository.importStudy(path, sink, cancel);
+          });
+    fillLocalTree(imported);
+    if (!outcome.error.isEmpty())
+        QMessageBox::critical(this, tr("Error"),
+            tr("Error while importing: %1\n\nPlease check available disk space.")
+                .arg(outcome.error));
+    else if (outcome.cancelled)
+        QMessageBox::information(this, tr("Information"),
+            tr("Import cancelled: %1 of %2 studies were imported.")
+                .arg(outcome.done)
+                .arg(files.size()));
+}
+
+void OpenStudyDialog::on_btnSend_clicked()
+{
+    const QVariantList ids = selectedKeys(m_ui->treeStudies);
+    if (ids.isEmpty())
+        return;
+    const QString program = Uploader::command(QSettings());
+    if (program.isEmpty()) {
+        QMessageBox::information(this, tr("Information"),
+            tr("No uploader program is configured on this workstation, so nothing was sent.\n"
+               "The setting %1 names the program that sends studies to Veltrona.")
+                .arg(Uploader::CommandSetting));
+        return;
+    }
+    if (QMessageBox::question(this, tr("Confirm"), tr("Send selected studies to Veltrona?"),
+            QMessageBox::Yes | QMessageBox::No)
+        != QMessageBox::Yes)
+        return;
+    if (Uploader::isRunning()) {
+        QMessageBox::information(this, tr("Information"),
+            tr("Veltrona Uploader is running, please close it first."));
+        return;
+    }
+    const QString upload = QString("%1/upload").arg(m_repository.rootPath());
+    if (!QDir().mkpath(upload)) {
+        QMessageBox::critical(this, tr("Error"),
+            tr("Cannot create the folder %1").arg(QDir::toNativeSeparators(upload)));
+        return;
+    }
+    if (!exportStudies(ids, upload))
+        return;
+    if (!m_desktop.startDetached(program, { upload }))
+        QMessageBox::critical(this, tr("Error"),
+            tr("The uploader %1 could not be started.").arg(QDir::toNativeSeparators(program)));
+}
