@@ -21,8 +21,7 @@ StudyTreeItem* StudyTreeItem::forStudy(const StudyInfo& info, const QString& rep
 {
     const bool reported = info.status == "report";
     auto* item = new StudyTreeItem({ QString(), patientText(info), studyTypeText(info.studyType),
-                                       studyDateText(info.studyDateTime),
-                                       reported ? reportText : QString(), QString() },
+                                       QString(), reported ? reportText : QString(), QString() },
         info);
     item->setData(ColumnMark, KeyRole, info.id);
     return item;
@@ -30,12 +29,20 @@ StudyTreeItem* StudyTreeItem::forStudy(const StudyInfo& info, const QString& rep
 
 StudyTreeItem* StudyTreeItem::forArchive(const QString& fileName, const StudyInfo& info)
 {
-    auto* item = new StudyTreeItem({ QString(), patientText(info), studyTypeText(info.studyType),
-                                       studyDateText(info.studyDateTime) },
-        info);
+    auto* item = new StudyTreeItem(
+        { QString(), patientText(info), studyTypeText(info.studyType), QString() }, info);
     item->setData(ColumnMark, KeyRole, fileName);
     item->setToolTip(ColumnPatient, fileName);
     return item;
+}
+
+QVariant StudyTreeItem::data(int column, int role) const
+{
+    if (column != ColumnDate || role != Qt::DisplayRole)
+        return QTreeWidgetItem::data(column, role);
+    if (m_dateText.isNull())
+        m_dateText = studyDateText(m_rawDate.toLatin1());
+    return m_dateText;
 }
 
 bool StudyTreeItem::operator<(const QTreeWidgetItem& other) const

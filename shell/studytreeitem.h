@@ -24,6 +24,9 @@ public:
     static StudyTreeItem* forArchive(const QString& fileName, const StudyInfo& info);
 
     bool operator<(const QTreeWidgetItem& other) const override;
+    // The date column is formatted when first shown: the locale's formatting costs more than
+    // the rest of a row, and only the rows in view are ever shown.
+    QVariant data(int column, int role) const override;
 
     // The text the filter looks in, case-folded once when the row is made.
     const QString& foldedPatient() const { return m_foldedPatient; }
@@ -34,6 +37,7 @@ private:
 
     QString m_foldedPatient;
     QString m_rawDate; // "yyyyMMddHHmmss"
+    mutable QString m_dateText; // null until first shown
 };
 
 // "Last, First", as the lists show a patient.
