@@ -17,6 +17,7 @@
 #include <QMessageBox>
 #include <QProcess>
 #include <QProgressDialog>
+#include <QResizeEvent>
 #include <QScreen>
 #include <QSettings>
 #include <QShortcut>
@@ -31,9 +32,21 @@ namespace {
 // Folders kept in the history, most recent first.
 constexpr int kMaxFolderHistory = 10;
 
-// Initial column widths in pixels; the empty last column takes what is left.
-constexpr int kLocalWidths[] = { 22, 250, 90, 140, 60 };
-constexpr int kSharedWidths[] = { 22, 200, 80, 140 };
+// Width of the empty first column in pixels, and of a patient's name in average characters.
+constexpr int kMarkWidth = 20;
+constexpr int kPatientChars = 24;
+constexpr int kSharedPatientChars = 21; // the shared list is the narrower
+// Room beside a column's widest text: cell margins and the header's sort arrow, in pixels.
+constexpr int kColumnPadding = 22;
+
+// The width the first `count` columns take.
+int columnsWidth(const QTreeWidget* tree, int count)
+{
+    int width = 0;
+    for (int c = 0; c < count; ++c)
+        width += tree->columnWidth(c);
+    return width;
+}
 
 QList<QTreeWidgetItem*> itemsOf(const QTreeWidget* tree)
 {
@@ -99,15 +112,31 @@ void OpenStudyDialog::setupTrees()
 {
     for (QTreeWidget* tree : { m_ui->treeStudies, m_ui->treeSharedStudies }) {
         tree->installEventFilter(this);
+        tree->header()->setMinimumSectionSize(kMarkWidth);
         tree->header()->setStretchLastSection(true);
         tree->header()->setSectionsMovable(false);
         // Newest first: the study that was just downloaded or processed is on top.
         tree->sortByColumn(StudyTreeItem::ColumnDate, Qt::DescendingOrder);
     }
-    for (int c = 0; c < int(std::size(kLocalWidths)); ++c)
-        m_ui->treeStudies->setColumnWidth(c, kLocalWidths[c]);
-    for (int c = 0; c < int(std::size(kSharedWidths)); ++c)
-        m_ui->treeSharedStudies->setColumnWidth(c, kSharedWidths[c]);
+    // Widths from the texts the columns hold, in the fonts and the date form of this desktop;
+    // the empty last column takes what is left.
+    const QFontMetrics fm = m_ui->treeStudies->fontMetrics();
+    const QFontMetrics header = m_ui->treeStudies->header()->fontMetrics();
+    const auto fit = [&](int column, const QString& widest) {
+        const QString title = m_ui->treeStudies->headerItem()->text(column);
+        return qMax(fm.horizontalAdvance(widest), header.horizontalAdvance(title)) + kColumnPadding;
+    };
+    const int widths[] = { kMarkWidth, fm.averageCharWidth() * kPatientChars,
+        fit(StudyTreeItem::ColumnType, studyTypeText("Holter")),
+        fit(StudyTreeItem::ColumnDate, studyDateText("20281230235959")),
+        fit(StudyTreeItem::ColumnReport, tr("Yes")) };
+    for (int c = 0; c < StudyTreeItem::ColumnEnd; ++c) {
+        m_ui->treeStudies->setColumnWidth(c, widths[c]);
+        if (c < m_ui->treeSharedStudies->columnCount())
+            m_ui->treeSharedStudies->setColumnWidth(c, widths[c]);
+    }
+    m_ui->treeSharedStudies->setColumnWidth(
+        StudyTreeItem::ColumnPatient, fm.averageCharWidth() * kSharedPatientChars);
 }
 
 QString OpenStudyDialog::sharedFolder() const
@@ -440,7 +469,6 @@ void OpenStudyDialog::setSharedPaneVisible(bool visible)
         return;
     m_sharedVisible = visible;
     const QRect before = geometry();
-    const int localWidth = m_ui->paneLocal->width();
     m_ui->btnShare->setText(visible ? tr("Hide shared studies") : tr("Show shared studies"));
     m_ui->frameShareControls->setEnabled(visible);
     m_ui->frameSyncButtons->setEnabled(visible);
@@ -453,12 +481,35 @@ void OpenStudyDialog::setSharedPaneVisible(bool visible)
     int x = before.x() - (width - before.width()) / 2;
     if (const QScreen* screen = this->screen())
         x = qMax(x, screen->availableGeometry().left()); // never off the left edge
+    m_splitPending = visible;
     setGeometry(x, before.y(), width, before.height());
-    if (visible) {
-        m_ui->splitter->setSizes({ localWidth, width - localWidth });
+    if (m_splitPending && this->width() == width)
+        splitBetweenLists();
+    if (visible)
         fillSharedTree();
-    }
     updateButtons();
+}
+
+void OpenStudyDialog::resizeEvent(QResizeEvent* event)
+{
+    QDialog::resizeEvent(event);
+    // A window manager may apply the widening later than it was asked for.
+    if (m_splitPending)
+        splitBetweenLists();
+}
+
+void OpenStudyDialog::splitBetweenLists()
+{
+    m_splitPending = false;
+    // The two lists share the room as their columns need it.
+    layout()->activate();
+    const int room = m_ui->splitter->width() - m_ui->splitter->handleWidth();
+    const int local = columnsWidth(m_ui->treeStudies, StudyTreeItem::ColumnEnd);
+    const int shared = columnsWidth(m_ui->treeSharedStudies, StudyTreeItem::ColumnReport)
+        + m_ui->frameSyncButtons->sizeHint().width();
+    const int left = qBound(m_ui->paneLocal->minimumSizeHint().width(),
+        room * local / (local + shared), room - m_ui->paneShared->minimumSizeHint().width());
+    m_ui->splitter->setSizes({ left, room - left });
 }
 
 void OpenStudyDialog::on_btnShareFolder_clicked()
@@ -482,6 +533,7 @@ void OpenStudyDialog::on_btnShareFolder_clicked()
 
 void OpenStudyDialog::on_cboShareFolders_currentIndexChanged(int)
 {
+    m_ui->cboShareFolders->setToolTip(QDir::toNativeSeparators(sharedFolder()));
     if (m_sharedVisible)
         fillSharedTree();
 }

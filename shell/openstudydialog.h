@@ -61,6 +61,7 @@ signals:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private slots:
     void on_txtFilter_textChanged(const QString& text);
@@ -101,6 +102,8 @@ private:
     // Makes a row of the local tree current and the only one selected; null clears both.
     void makeCurrent(QTreeWidgetItem* item);
     void setSharedPaneVisible(bool visible);
+    // Gives each list of the widened dialog the room its columns need.
+    void splitBetweenLists();
     void updateButtons();
     QTreeWidget* activeTree() const;
     // The selected rows' keys (ids or file names) in the order the tree shows them.
@@ -116,5 +119,6 @@ private:
     Desktop m_desktop;
     QTreeWidget* m_activeTree = nullptr; // the tree that had focus last
     bool m_sharedVisible = false;
+    bool m_splitPending = false; // the widening is waited for before the lists are split
     qint32 m_selectedStudyId = 0;
 };
