@@ -10,8 +10,8 @@
 #include "store/studyrepository.h"
 
 #include <QApplication>
-#include <QLineEdit>
 #include <QFile>
+#include <QLineEdit>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeWidget>
@@ -55,7 +55,8 @@ void writeStudies(const QString& root, int count)
                                     .toLatin1();
         const QByteArray lastName = last[random() % std::size(last)];
         const QByteArray firstName = first[random() % std::size(first)];
-        const QByteArray base = lastName + '-' + firstName + '-' + date + '-' + QByteArray::number(i);
+        const QByteArray base
+            = lastName + '-' + firstName + '-' + date + '-' + QByteArray::number(i);
         study.setProperty("baseFilename", base);
         study.setProperty("status", random() % 3 == 0 ? "report" : "processed");
         study.setProperty("studyType", "Holter");
@@ -134,8 +135,9 @@ int main(int argc, char** argv)
     }
 
     std::printf("store of %d studies, index rebuilt in %.0f ms\n", listed, rebuildMs);
-    std::printf("open the browser and fill %d rows: median %.1f ms, worst %.1f ms (goal <= 300 ms)\n",
-        rows, median(openMs), worst(openMs));
+    std::printf(
+        "open the browser and fill %d rows: median %.1f ms, worst %.1f ms (goal <= 300 ms)\n", rows,
+        median(openMs), worst(openMs));
     std::printf("filter keystroke (%zu keys, \"mart ana\" leaves %d rows): median %.1f ms, worst "
                 "%.1f ms (goal <= 30 ms)\n",
         keyMs.size(), shownAfterWord, median(keyMs), worst(keyMs));

@@ -16,6 +16,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
+#include <QSharedMemory>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -55,8 +56,8 @@ private:
         texts << box->text();
         titles << box->windowTitle();
         defaults << box->standardButton(box->defaultButton());
-        QAbstractButton* button = m_answers.isEmpty() ? box->defaultButton()
-                                                      : box->button(m_answers.takeFirst());
+        QAbstractButton* button
+            = m_answers.isEmpty() ? box->defaultButton() : box->button(m_answers.takeFirst());
         if (button)
             button->click();
         else
@@ -108,9 +109,8 @@ protected:
             opened << url;
             return true;
         };
-        m_desktop.chooseFolder = [this](QWidget*, const QString&, const QString&) {
-            return m_nextFolder;
-        };
+        m_desktop.chooseFolder
+            = [this](QWidget*, const QString&, const QString&) { return m_nextFolder; };
         m_desktop.startDetached = [this](const QString& program, const QStringList& args) {
             started << program + ' ' + args.join(' ');
             return true;
@@ -146,8 +146,8 @@ protected:
         repo.closeStudy(s);
         return info.id;
     }
-    int addStudy(const char* last, const char* first, const char* date,
-        const char* status = "processed")
+    int addStudy(
+        const char* last, const char* first, const char* date, const char* status = "processed")
     {
         return addStudy(*m_repo, last, first, date, status);
     }
@@ -244,7 +244,8 @@ TEST_F(OpenStudyDialogTest, ListsStudiesNewestFirstAndOpensTheChosenOne)
     EXPECT_EQ(d->selectedStudyId(), newest);
 
     d = open();
-    const QRect rect = tree(*d, "treeStudies")->visualItemRect(tree(*d, "treeStudies")->topLevelItem(2));
+    const QRect rect
+        = tree(*d, "treeStudies")->visualItemRect(tree(*d, "treeStudies")->topLevelItem(2));
     QTest::mouseClick(tree(*d, "treeStudies")->viewport(), Qt::LeftButton, {}, rect.center());
     QTest::mouseDClick(tree(*d, "treeStudies")->viewport(), Qt::LeftButton, {}, rect.center());
     EXPECT_EQ(d->result(), QDialog::Accepted);
@@ -294,8 +295,8 @@ TEST_F(OpenStudyDialogTest, ButtonsFollowTheCurrentRowTheFocusedListAndThePane)
     auto d = open();
     auto states = [&] {
         QString s;
-        for (const char* name : { "OK", "btnReport", "btnDelete", "btnShareExport",
-                 "btnShareImport", "btnSend" })
+        for (const char* name :
+            { "OK", "btnReport", "btnDelete", "btnShareExport", "btnShareImport", "btnSend" })
             s += button(*d, name)->isEnabled() ? '1' : '0';
         return s;
     };
@@ -377,22 +378,6 @@ TEST_F(OpenStudyDialogTest, DeletesSelectedStudiesButNotOneOpenForReview)
     m_repo->closeStudy(reviewed);
 }
 
-TEST_F(OpenStudyDialogTest, DeletesSelectedArchivesFromTheSharedFolder)
-{
-    for (const char* name : { "Alpha", "Beta" })
-        m_repo->exportStudy(addStudy(name, "X", "20260101000000"), shared(), nullptr);
-    ASSERT_EQ(sharedFiles().size(), 2);
-    auto d = open();
-    showShared(*d, shared());
-    clickRows(*d, "treeSharedStudies", { "Beta, X" });
-    MessageBoxes boxes({ QMessageBox::Yes });
-    button(*d, "btnDelete")->click();
-    EXPECT_EQ(boxes.texts, QStringList({ "Delete selected studies from shared folder?" }));
-    EXPECT_EQ(visibleRows(*d, "treeSharedStudies"), QStringList({ "Alpha, X" }));
-    EXPECT_EQ(sharedFiles().size(), 1);
-    EXPECT_EQ(m_repo->listStudies().size(), 2); // the local studies are untouched
-}
-
 // Export and import go through the selection in order and stop at the first failure; what was
 // done before it stays done.
 TEST_F(OpenStudyDialogTest, ExportAndImportStopAtTheFirstFailureAndKeepEarlierOnes)
@@ -442,7 +427,7 @@ TEST_F(OpenStudyDialogTest, ExportAndImportStopAtTheFirstFailureAndKeepEarlierOn
     EXPECT_EQ(selected[0]->text(1), "Uno, I");
 }
 
-TEST_F(OpenStudyDialogTest, SharedFolderShowsOnlyOurArchivesAndSaysWhenItIsGone)
+TEST_F(OpenStudyDialogTest, SharedFolderListsOnlyOurArchivesDeletesThemAndSaysWhenItIsGone)
 {
     m_repo->exportStudy(addStudy("Ours", "A", "20260101000000"), shared(), nullptr);
     testsupport::writeAll(shared() + "/notes.vtz", "not a zip at all");
@@ -452,10 +437,22 @@ TEST_F(OpenStudyDialogTest, SharedFolderShowsOnlyOurArchivesAndSaysWhenItIsGone)
         zip.setComment("SOMEONE ELSE");
         zip.close();
     }
+    m_repo->exportStudy(addStudy("Also", "B", "20250101000000"), shared(), nullptr);
     auto d = open();
     showShared(*d, shared());
-    EXPECT_EQ(visibleRows(*d, "treeSharedStudies"), QStringList({ "Ours, A" }));
+    EXPECT_EQ(visibleRows(*d, "treeSharedStudies"), QStringList({ "Ours, A", "Also, B" }));
     EXPECT_FALSE(d->findChild<QLabel*>("lblShareStatus")->isVisible());
+
+    // Delete follows the focus into the shared list and removes only the archive there.
+    clickRows(*d, "treeSharedStudies", { "Also, B" });
+    {
+        MessageBoxes boxes({ QMessageBox::Yes });
+        button(*d, "btnDelete")->click();
+        EXPECT_EQ(boxes.texts, QStringList({ "Delete selected studies from shared folder?" }));
+    }
+    EXPECT_EQ(visibleRows(*d, "treeSharedStudies"), QStringList({ "Ours, A" }));
+    EXPECT_EQ(sharedFiles().size(), 3); // ours and the two that aren't
+    EXPECT_EQ(m_repo->listStudies().size(), 2);
 
     // The folder goes away: the list says so, and an export is refused before it starts.
     const QString gone = m_temp.file("gone");
@@ -484,8 +481,8 @@ TEST_F(OpenStudyDialogTest, FolderHistoryIsKeptAndThePaneWidensAroundTheCentre)
     button(*d, "btnShare")->click();
     EXPECT_EQ(button(*d, "btnShare")->text(), "Hide shared studies");
     EXPECT_EQ(d->geometry(),
-        QRect(before.x() - before.width() / 4, before.y(), before.width() * 3 / 2,
-            before.height()));
+        QRect(
+            before.x() - before.width() / 4, before.y(), before.width() * 3 / 2, before.height()));
     m_nextFolder = shared();
     button(*d, "btnShareFolder")->click();
     EXPECT_EQ(d->sharedFolder(), shared());
@@ -501,28 +498,39 @@ TEST_F(OpenStudyDialogTest, FolderHistoryIsKeptAndThePaneWidensAroundTheCentre)
     EXPECT_EQ(open()->sharedFolder(), shared());
 }
 
-// Without an uploader nothing is exported; with one, the studies go to "<root>/upload" and the
-// program is started on that folder.
-TEST_F(OpenStudyDialogTest, SendExportsToTheUploadFolderOnlyWhenAnUploaderIsConfigured)
+// Without an uploader, or while it runs, nothing is exported; otherwise the studies go to
+// "<root>/upload" and the program is started on that folder.
+TEST_F(OpenStudyDialogTest, SendExportsToTheUploadFolderOnlyWhenAnUploaderCanTakeThem)
 {
     addStudy("Alpha", "A", "20260101000000");
     const QString upload = m_repo->rootPath() + "/upload";
-    for (const QString program : { "", "/opt/uploader/send" }) {
-        SCOPED_TRACE(program.toStdString());
-        QSettings().setValue(Uploader::CommandSetting, program);
+    const struct
+    {
+        QString program;
+        bool running;
+        QString says;
+    } cases[] = {
+        { "", false, "No uploader program is configured" },
+        { "/opt/uploader/send", true, "Veltrona Uploader is running, please close it first." },
+        { "/opt/uploader/send", false, "" },
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.says.toStdString());
+        QSettings().setValue(Uploader::CommandSetting, c.program);
+        QSharedMemory uploader(Uploader::SharedMemoryKey);
+        if (c.running) {
+            ASSERT_TRUE(uploader.create(256));
+        }
         auto d = open();
         MessageBoxes boxes({ QMessageBox::Yes });
         button(*d, "btnSend")->click();
-        ASSERT_EQ(boxes.texts.size(), 1);
-        if (program.isEmpty()) {
-            EXPECT_TRUE(boxes.texts[0].contains("No uploader program is configured"));
-            EXPECT_TRUE(QDir(upload).isEmpty());
-            EXPECT_TRUE(started.isEmpty());
-        } else {
-            EXPECT_EQ(boxes.texts[0], "Send selected studies to Veltrona?");
-            EXPECT_EQ(QDir(upload).entryList(QDir::Files).size(), 1);
-            EXPECT_EQ(started, QStringList({ program + ' ' + upload }));
-        }
+        ASSERT_FALSE(boxes.texts.isEmpty());
+        EXPECT_TRUE(boxes.texts.last().startsWith(c.says)) << boxes.texts.last().toStdString();
+        const bool sent = c.says.isEmpty();
+        // The question comes only when there is a program to run.
+        EXPECT_EQ(boxes.texts[0] == "Send selected studies to Veltrona?", !c.program.isEmpty());
+        EXPECT_EQ(QDir(upload).entryList(QDir::Files).size(), sent ? 1 : 0);
+        EXPECT_EQ(started, sent ? QStringList({ c.program + ' ' + upload }) : QStringList());
     }
 }
 
