@@ -17,6 +17,7 @@
 #include <QProcess>
 #include <QResizeEvent>
 #include <QScreen>
+#include <QSet>
 #include <QSettings>
 #include <QShortcut>
 #include <QUrl>
@@ -83,7 +84,8 @@ OpenStudyDialog::OpenStudyDialog(
     m_activeTree = m_ui->treeStudies;
     setupTrees();
 
-    // The pane starts hidden; the splitter gives a widened dialog's extra room to it.
+    // The pane starts hidden. When the user resizes the dialog, the local list takes two
+    // thirds of the change.
     m_ui->splitter->setStretchFactor(0, 2);
     m_ui->splitter->setStretchFactor(1, 1);
     m_ui->paneShared->hide();
@@ -178,6 +180,9 @@ void OpenStudyDialog::fillLocalTree(const QVariantList& keep)
     } catch (const std::exception& e) {
         QMessageBox::critical(this, tr("Error"), QString::fromUtf8(e.what()));
     }
+    QSet<int> keepIds;
+    for (const QVariant& id : keep)
+        keepIds.insert(id.toInt());
     QTreeWidget* tree = m_ui->treeStudies;
     {
         // One insertion and one sort for the whole list; the buttons follow once at the end.
@@ -192,7 +197,8 @@ void OpenStudyDialog::fillLocalTree(const QVariantList& keep)
         tree->addTopLevelItems(items);
         tree->setSortingEnabled(true);
         for (QTreeWidgetItem* item : items)
-            if (keep.contains(item->data(StudyTreeItem::ColumnMark, StudyTreeItem::KeyRole)))
+            if (keepIds.contains(
+                    item->data(StudyTreeItem::ColumnMark, StudyTreeItem::KeyRole).toInt()))
                 item->setSelected(true);
     }
     QTreeWidgetItem* first = applyFilter(tree);
