@@ -354,6 +354,9 @@ TEST_F(OpenStudyDialogTest, DeletesSelectedStudiesButNotOneOpenForReview)
         QSignalSpy deleted(d.get(), &OpenStudyDialog::deletedStudy);
         clickRows(*d, "treeStudies", { "Alpha, A", "Beta, B", "Gamma, C" });
         MessageBoxes boxes({ answer });
+        // In the name box the key edits the text and deletes nothing.
+        QTest::keyClick(d->findChild<QLineEdit*>("txtFilter"), Qt::Key_Delete);
+        EXPECT_TRUE(boxes.texts.isEmpty());
         QTest::keyClick(tree(*d, "treeStudies"), Qt::Key_Delete);
         ASSERT_GE(boxes.texts.size(), 1);
         EXPECT_EQ(boxes.titles[0], "Confirm");
