@@ -37,6 +37,7 @@ public:
     {
         return ProcessingOptions();
     }
+    std::optional<int> chooseStudy(QWidget*, StudyRepository&) override { return std::nullopt; }
 
 private:
     QString m_card;

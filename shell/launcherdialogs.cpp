@@ -2,6 +2,7 @@
 
 #include "preprocess/preprocessdialog.h"
 #include "recorder/downloaddialog.h"
+#include "shell/openstudydialog.h"
 
 #include <QObject>
 
@@ -30,6 +31,16 @@ public:
         if (dialog.exec() != QDialog::Accepted)
             return std::nullopt;
         return dialog.options();
+    }
+
+    std::optional<int> chooseStudy(QWidget* parent, StudyRepository& repository) override
+    {
+        OpenStudyDialog dialog(repository, parent);
+        // A deleted study needs nothing from the launcher.
+        QObject::connect(&dialog, &OpenStudyDialog::deletedStudy, &dialog, [](int) {});
+        if (dialog.exec() != QDialog::Accepted)
+            return std::nullopt;
+        return dialog.selectedStudyId();
     }
 
 private:

@@ -26,6 +26,8 @@ public:
     virtual std::optional<ProcessingOptions> preprocess(
         QWidget* parent, StudyRepository& repository, Study* study, bool afterDownload)
         = 0;
+    // Runs the study browser modally; the study to open, nothing when the user backed out.
+    virtual std::optional<int> chooseStudy(QWidget* parent, StudyRepository& repository) = 0;
 };
 
 class RemovableVolumes;

@@ -57,9 +57,7 @@ MainWindow::MainWindow(const StudyRepository::Options& storeOptions, QWidget* pa
     m_ui->frameProcessing->hide();
     placeActionButtons();
 
-    // The study browser and the settings dialog are not part of this version yet.
-    m_ui->btnOpenStudy->setEnabled(false);
-    m_ui->btnOpenStudy->setToolTip(tr("Opening studies comes in a later version."));
+    // The settings dialog is not part of this version yet.
     m_ui->btnConfig->setEnabled(false);
     m_ui->btnConfig->setToolTip(tr("Settings come in a later version."));
 
@@ -147,6 +145,14 @@ void MainWindow::on_btnDownloadStudy_clicked()
         return;
     }
     m_dialogs->download(this, *m_repository, [this](int id) { afterDownload(id); });
+}
+
+void MainWindow::on_btnOpenStudy_clicked()
+{
+    if (!m_repository)
+        return;
+    if (const std::optional<int> id = m_dialogs->chooseStudy(this, *m_repository))
+        openStudy(*id);
 }
 
 void MainWindow::afterDownload(int id)

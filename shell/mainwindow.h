@@ -70,6 +70,7 @@ protected:
 
 private slots:
     void on_btnDownloadStudy_clicked();
+    void on_btnOpenStudy_clicked();
     void delayedStartup();
 
 private:

@@ -534,6 +534,231 @@ Verifique el espacio disponible en disco.</translation>
     </message>
 </context>
 <context>
+    <name>OpenStudyDialog</name>
+    <message>
+        <source>Select study</source>
+        <translation>Seleccionar estudio</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Eliminar</translation>
+    </message>
+    <message>
+        <source>Find by name</source>
+        <translation>Buscar por nombre</translation>
+    </message>
+    <message>
+        <source>Part of the last or first name</source>
+        <translation>Parte del apellido o del nombre</translation>
+    </message>
+    <message>
+        <source>Patient</source>
+        <translation>Paciente</translation>
+    </message>
+    <message>
+        <source>Study type</source>
+        <translation>Tipo de estudio</translation>
+    </message>
+    <message>
+        <source>Date</source>
+        <translation>Fecha</translation>
+    </message>
+    <message>
+        <source>Report</source>
+        <translation>Informe</translation>
+    </message>
+    <message>
+        <source>Show report</source>
+        <translation>Ver informe</translation>
+    </message>
+    <message>
+        <source>Send to Veltrona</source>
+        <translation>Enviar a Veltrona</translation>
+    </message>
+    <message>
+        <source>Show shared studies</source>
+        <translation>Mostrar estudios compartidos</translation>
+    </message>
+    <message>
+        <source>Copy the selected local studies to the shared folder</source>
+        <translation>Copiar los estudios locales seleccionados a la carpeta compartida</translation>
+    </message>
+    <message>
+        <source>Export &gt;&gt;</source>
+        <translation>Exportar &gt;&gt;</translation>
+    </message>
+    <message>
+        <source>Copy the selected shared studies into this workstation</source>
+        <translation>Copiar los estudios compartidos seleccionados a esta estación</translation>
+    </message>
+    <message>
+        <source>&lt;&lt; Import</source>
+        <translation>&lt;&lt; Importar</translation>
+    </message>
+    <message>
+        <source>Shared folder:</source>
+        <translation>Carpeta compartida:</translation>
+    </message>
+    <message>
+        <source>Choose a shared folder</source>
+        <translation>Elegir una carpeta compartida</translation>
+    </message>
+    <message>
+        <source>No uploader program is configured on this workstation.</source>
+        <translation>No hay ningún programa de envío configurado en esta estación.</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Sí</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>Error</translation>
+    </message>
+    <message>
+        <source>Choose a shared folder with the folder button.</source>
+        <translation>Elija una carpeta compartida con el botón de carpeta.</translation>
+    </message>
+    <message>
+        <source>The shared folder %1 cannot be reached.</source>
+        <translation>No se puede acceder a la carpeta compartida %1.</translation>
+    </message>
+    <message>
+        <source>There are no studies in this folder.</source>
+        <translation>No hay estudios en esta carpeta.</translation>
+    </message>
+    <message>
+        <source>Report file not found</source>
+        <translation>No se encontró el archivo del informe</translation>
+    </message>
+    <message>
+        <source>The report %1 could not be opened: no PDF viewer is set up on this workstation.</source>
+        <translation>No se pudo abrir el informe %1: no hay ningún visor de PDF configurado en esta estación.</translation>
+    </message>
+    <message>
+        <source>Delete selected studies from shared folder?</source>
+        <translation>¿Eliminar los estudios seleccionados de la carpeta compartida?</translation>
+    </message>
+    <message>
+        <source>Delete selected studies from local folder?</source>
+        <translation>¿Eliminar los estudios seleccionados de la carpeta local?</translation>
+    </message>
+    <message>
+        <source>Confirm</source>
+        <translation>Confirmar</translation>
+    </message>
+    <message>
+        <source>Information</source>
+        <translation>Información</translation>
+    </message>
+    <message>
+        <source>These studies are open for review and were not deleted:
+%1</source>
+        <translation>Estos estudios están abiertos para revisión y no se eliminaron:
+%1</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>Advertencia</translation>
+    </message>
+    <message>
+        <source>These files could not be deleted from the shared folder %1:
+%2</source>
+        <translation>Estos archivos no se pudieron eliminar de la carpeta compartida %1:
+%2</translation>
+    </message>
+    <message>
+        <source>Hide shared studies</source>
+        <translation>Ocultar estudios compartidos</translation>
+    </message>
+    <message>
+        <source>Select shared folder</source>
+        <translation>Seleccionar carpeta compartida</translation>
+    </message>
+    <message>
+        <source>Choose a shared folder first.</source>
+        <translation>Elija primero una carpeta compartida.</translation>
+    </message>
+    <message>
+        <source>The shared folder %1 cannot be reached.
+Please check shared folder access with your network administrator.</source>
+        <translation>No se puede acceder a la carpeta compartida %1.
+Compruebe el acceso a la carpeta compartida con su administrador de red.</translation>
+    </message>
+    <message>
+        <source>The shared folder %1 is read-only.
+Please check shared folder access with your network administrator.</source>
+        <translation>La carpeta compartida %1 es de solo lectura.
+Compruebe el acceso a la carpeta compartida con su administrador de red.</translation>
+    </message>
+    <message>
+        <source>Please wait...</source>
+        <translation>Por favor, espere...</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancelar</translation>
+    </message>
+    <message>
+        <source>Please wait... (%1 of %2)</source>
+        <translation>Por favor, espere... (%1 de %2)</translation>
+    </message>
+    <message>
+        <source>Study %1 is no longer in the local store</source>
+        <translation>El estudio %1 ya no está en el almacén local</translation>
+    </message>
+    <message>
+        <source>Error while exporting: %1
+
+Please check available disk space.</source>
+        <translation>Error al exportar: %1
+
+Compruebe el espacio disponible en disco.</translation>
+    </message>
+    <message>
+        <source>Export cancelled: %1 of %2 studies were exported.</source>
+        <translation>Exportación cancelada: se exportaron %1 de %2 estudios.</translation>
+    </message>
+    <message>
+        <source>Error while importing: %1
+
+Please check available disk space.</source>
+        <translation>Error al importar: %1
+
+Compruebe el espacio disponible en disco.</translation>
+    </message>
+    <message>
+        <source>Import cancelled: %1 of %2 studies were imported.</source>
+        <translation>Importación cancelada: se importaron %1 de %2 estudios.</translation>
+    </message>
+    <message>
+        <source>No uploader program is configured on this workstation, so nothing was sent.
+The setting %1 names the program that sends studies to Veltrona.</source>
+        <translation>No hay ningún programa de envío configurado en esta estación, así que no se envió nada.
+El ajuste %1 indica el programa que envía los estudios a Veltrona.</translation>
+    </message>
+    <message>
+        <source>Send selected studies to Veltrona?</source>
+        <translation>¿Enviar los estudios seleccionados a Veltrona?</translation>
+    </message>
+    <message>
+        <source>Veltrona Uploader is running, please close it first.</source>
+        <translation>Veltrona Uploader está en ejecución; ciérrelo primero.</translation>
+    </message>
+    <message>
+        <source>Cannot create the folder %1</source>
+        <translation>No se puede crear la carpeta %1</translation>
+    </message>
+    <message>
+        <source>The uploader %1 could not be started.</source>
+        <translation>No se pudo iniciar el programa de envío %1.</translation>
+    </message>
+    <message>
+        <source>Holter</source>
+        <translation>Holter</translation>
+    </message>
+</context>
+<context>
     <name>QSignalCompressedDisplay</name>
     <message>
         <source>%1x</source>

@@ -49,6 +49,8 @@ public:
     {
         int downloads = 0;
         QList<QPair<int, bool>> preprocessed; // study id, after download
+        int browsed = 0;
+        std::optional<int> choice; // what the browser answers
     };
 
     FakeDialogs(std::shared_ptr<Log> log, QString cardFolder, bool acceptPreprocess = true)
@@ -72,6 +74,12 @@ public:
         if (!m_accept)
             return std::nullopt;
         return ProcessingOptions();
+    }
+
+    std::optional<int> chooseStudy(QWidget*, StudyRepository&) override
+    {
+        ++m_log->browsed;
+        return m_log->choice;
     }
 
 private:

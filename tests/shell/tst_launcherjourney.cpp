@@ -12,12 +12,14 @@
 
 #include <QDateTimeEdit>
 #include <QDialog>
+#include <QDialogButtonBox>
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTreeWidget>
 
 #include <gtest/gtest.h>
 
@@ -75,6 +77,11 @@ private:
             }
             if (download->isEnabled())
                 clickLater(download);
+        } else if (kind == "OpenStudyDialog") {
+            seen << kind;
+            auto* tree = modal->findChild<QTreeWidget*>("treeStudies");
+            tree->setCurrentItem(tree->topLevelItem(0));
+            clickLater(modal->findChild<QDialogButtonBox*>("buttonBox")->button(QDialogButtonBox::Ok));
         } else if (kind == "PreprocessDialog") {
             seen << kind;
             clickLater(modal->findChild<QPushButton*>("btnApply"));
@@ -122,6 +129,13 @@ TEST(LauncherJourney, CardOnAVolumeBecomesAProcessedStudyThroughTheRealDialogs)
     ASSERT_NE(study, nullptr);
     EXPECT_GT(study->beats()->count(), 150);
     window.repository()->closeStudy(study);
+
+    // Opened again from the browser: processed, so it goes to review.
+    QTest::mouseClick(window.findChild<QPushButton*>("btnOpenStudy"), Qt::LeftButton);
+    EXPECT_TRUE(user.seen.contains("OpenStudyDialog"));
+    EXPECT_TRUE(user.seen.last().startsWith("The study is ready for review"))
+        << user.seen.join(" | ").toStdString();
+    EXPECT_FALSE(window.repository()->isStudyOpen(studies[0].id));
 }
 
 } // namespace

@@ -298,6 +298,23 @@ TEST_F(LauncherFlowTest, OpenStudyFollowsTheStateOfTheStudy)
     }
 }
 
+// Open study: the browser's choice goes through the same checks; backing out opens nothing.
+TEST_F(LauncherFlowTest, OpenStudyButtonOpensWhatTheBrowserChose)
+{
+    auto window = startWindow("short", false);
+    const int id = launchertest::importSimulatedCard(*window->repository(), s_cards->filePath("short"));
+    auto* open = window->findChild<QPushButton*>("btnOpenStudy");
+    for (const std::optional<int> choice : { std::optional<int>(), std::optional<int>(id) }) {
+        m_log->choice = choice;
+        m_log->preprocessed.clear();
+        QTest::mouseClick(open, Qt::LeftButton);
+        // A downloaded study goes to processing, which this fake refuses.
+        EXPECT_EQ(m_log->preprocessed.size(), choice ? 1 : 0);
+    }
+    EXPECT_EQ(m_log->browsed, 2);
+    expectIdle(*window);
+}
+
 TEST_F(LauncherFlowTest, ReprocessDropsBeatsAndResultsAndRunsAgain)
 {
     auto window = startWindow();

@@ -14,6 +14,7 @@
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 #include "store/study.h"
+#include "tools/gallery/gallerybrowser.h"
 #include "tools/gallery/gallerydownload.h"
 #include "tools/gallery/gallerypreprocess.h"
 #include "tools/gallery/gallerystudy.h"
@@ -55,6 +56,7 @@ public:
     {
         return ProcessingOptions();
     }
+    std::optional<int> chooseStudy(QWidget*, StudyRepository&) override { return std::nullopt; }
 
 private:
     QString m_folder;
@@ -235,6 +237,7 @@ void run(const QString& outDir)
     g.save(launcher, "launcher_mainwindow_processing");
     launcher.close(); // cancels the run and waits for it
     writeDownloadPictures(outDir);
+    writeBrowserPictures(outDir, temp.filePath("browser"));
     std::fprintf(stderr, "holter-gallery: %d pictures in %s\n", g.written(), qPrintable(outDir));
 }
 
