@@ -84,6 +84,10 @@ void ConfigDialog::loadSettings()
     ui.txtExportReportFolder->setText(stringValue(settings, ExportReportFolder));
     ui.chkAutoExportStudies->setChecked(boolValue(settings, AutoExportStudies, false));
     ui.txtExportStudyFolder->setText(stringValue(settings, ExportStudyFolder));
+    // Long texts show from their start.
+    for (QLineEdit* edit : { ui.txtHeaderTitle, ui.txtHeaderInfo, ui.txtExportReportFolder,
+             ui.txtExportStudyFolder })
+        edit->setCursorPosition(0);
     updateSvpbControls();
     updateFolderControls();
 }

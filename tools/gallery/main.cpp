@@ -11,6 +11,7 @@
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 #include "store/study.h"
+#include "tools/gallery/gallerydialogs.h"
 #include "tools/gallery/gallerystudy.h"
 
 #include <QApplication>
@@ -187,6 +188,7 @@ void run(const QString& outDir)
     if (!QTest::qWaitFor([&] { return launcher.isStarted(); }, 5000))
         throw std::runtime_error("the launcher window did not start");
     g.save(launcher, "launcher_mainwindow");
+    writeDialogPictures(outDir);
     std::fprintf(stderr, "holter-gallery: %d pictures in %s\n", g.written(), qPrintable(outDir));
 }
 
