@@ -38,6 +38,7 @@ public:
         return ProcessingOptions();
     }
     std::optional<int> chooseStudy(QWidget*, StudyRepository&) override { return std::nullopt; }
+    void configure(QWidget*) override {}
 
 private:
     QString m_card;

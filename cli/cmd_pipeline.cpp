@@ -2,45 +2,22 @@
 #include "cli/commands.h"
 #include "cli/importsource.h"
 #include "cli/interrupt.h"
+#include "cli/processingoptions.h"
 #include "cli/reportcommand.h"
 #include "store/beatlist.h"
 #include "store/study.h"
+#include "workflow/settingskeys.h"
+#include "workflow/settingsreader.h"
 #include "workflow/studyprocessing.h"
 
+#include <QSettings>
+
+#include <algorithm>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
 namespace {
-
-// The user's labelling choices: "--exclude V,F,S,U" turns classes of those types into N, and
-// either SVPB option switches to the user's prematurity rule (20 % unless given).
-ProcessingOptions processingOptions(const Args& args)
-{
-    ProcessingOptions options;
-    if (args.has("exclude")) {
-        for (const QString& part : args.value("exclude").split(',', Qt::SkipEmptyParts)) {
-            const QString letter = part.trimmed().toUpper();
-            const int type = letter == "U" ? BeatU
-                : letter == "V"            ? BeatV
-                : letter == "F"            ? BeatF
-                : letter == "S"            ? BeatS
-                                           : -1;
-            if (type < 0)
-                throw UsageError(QString("'--exclude' takes types from V, F, S and U "
-                                         "separated by commas, not '%1'")
-                                     .arg(part));
-            options.excludeType[type] = true;
-        }
-    }
-    if (args.has("svpb-prematurity") || args.flag("svpb-compensatory")) {
-        const double percent
-            = args.doubleValue("svpb-prematurity", kDefaultSvpbPrematurityPercent, 0.0, 100.0);
-        options.svpbUserDefined = true;
-        options.svpbPrematurityRatio = prematurityRatioOfPercent(percent);
-        options.svpbCompensatory = args.flag("svpb-compensatory");
-    }
-    return options;
-}
 
 // Processes an open study and settles it through the workflow, as the main window does:
 // progress goes to stderr, Ctrl-C cancels. Throws after a cancel or a failure, when the study
@@ -85,17 +62,59 @@ void printBeatCounts(CliContext& ctx, Study& study)
     ctx.out() << "), " << noise << " noise entries\n";
 }
 
-const QStringList kProcessValueOptions = { "exclude", "svpb-prematurity" };
-const QStringList kProcessFlags = { "svpb-compensatory" };
-
 } // namespace
+
+// The labelling choices start from the workstation's classification settings; "--exclude"
+// replaces the excluded types ("none" excludes nothing), "--svpb-auto" chooses the automatic
+// rule, and either of the other SVPB options sets the whole user rule (the percentage of the
+// settings unless given).
+ProcessingOptions processingOptions(const Args& args, const QSettings& settings)
+{
+    ProcessingOptions options = processingOptionsFromSettings(settings);
+    if (args.has("exclude")) {
+        std::fill(std::begin(options.excludeType), std::end(options.excludeType), false);
+        const QString list = args.value("exclude").trimmed();
+        const QStringList parts = list.compare("none", Qt::CaseInsensitive) == 0
+            ? QStringList()
+            : list.split(',', Qt::KeepEmptyParts);
+        for (const QString& part : parts) {
+            const QString letter = part.trimmed().toUpper();
+            const int type = letter == "U" ? BeatU
+                : letter == "V"            ? BeatV
+                : letter == "F"            ? BeatF
+                : letter == "S"            ? BeatS
+                                           : -1;
+            if (type < 0)
+                throw UsageError(QString("'--exclude' takes types from V, F, S and U "
+                                         "separated by commas, or none, not '%1'")
+                                     .arg(part));
+            options.excludeType[type] = true;
+        }
+    }
+    const bool userRule = args.has("svpb-prematurity") || args.flag("svpb-compensatory");
+    if (args.flag("svpb-auto")) {
+        if (userRule)
+            throw UsageError("'--svpb-auto' can't go with '--svpb-prematurity' or "
+                             "'--svpb-compensatory'");
+        options.svpbUserDefined = false;
+        options.svpbCompensatory = false;
+    } else if (userRule) {
+        const int settingsPercent = SettingsReader::intValue(settings,
+            SettingsKeys::SVPBPrematurityPct, SettingsKeys::kDefaultSVPBPrematurityPct, 0, 100);
+        const double percent = args.doubleValue("svpb-prematurity", settingsPercent, 0.0, 100.0);
+        options.svpbUserDefined = true;
+        options.svpbPrematurityRatio = prematurityRatioOfPercent(percent);
+        options.svpbCompensatory = args.flag("svpb-compensatory");
+    }
+    return options;
+}
 
 int runProcess(CliContext& ctx, const QStringList& argv)
 {
     Args args(argv, kProcessValueOptions, kProcessFlags);
     args.expectPositionals(1, 1, "study ID");
     const int id = parseStudyId(args.positionals()[0]);
-    const ProcessingOptions options = processingOptions(args);
+    const ProcessingOptions options = processingOptions(args, QSettings());
     OpenedStudy study(ctx, id);
     processAndSettle(ctx, study, options);
     printBeatCounts(ctx, *study.get());
@@ -113,7 +132,10 @@ int runAnalyze(CliContext& ctx, const QStringList& argv)
     // Refused before the long work starts.
     if (args.has("pdf") && args.value("pdf").isEmpty())
         throw UsageError("'--pdf' needs a file name");
-    const ProcessingOptions options = processingOptions(args);
+    const QSettings settings;
+    const ProcessingOptions options = processingOptions(args, settings);
+    ReportOptions report;
+    applyReportHeaderSettings(report, settings);
 
     const int id = importSource(ctx, args, args.positionals()[0]);
     ctx.err() << "imported as study " << id << '\n';
@@ -129,6 +151,6 @@ int runAnalyze(CliContext& ctx, const QStringList& argv)
     if (args.has("json"))
         runResults(ctx, { idText, "--json", args.value("json") });
     if (args.has("pdf"))
-        writeStudyReport(ctx, id, ReportOptions(), args.value("pdf"));
+        writeStudyReport(ctx, id, report, args.value("pdf"));
     return 0;
 }

@@ -5,6 +5,7 @@
 #include "report/tholterreport.h"
 #include "store/signalsource.h"
 #include "store/study.h"
+#include "workflow/settingsreader.h"
 #include "workflow/studyreport.h"
 #include "workflow/studyresults.h"
 
@@ -61,9 +62,11 @@ private:
 
 } // namespace
 
-ReportOptions reportOptions(const Args& args)
+ReportOptions reportOptions(const Args& args, const QSettings& settings, QString* warning)
 {
     ReportOptions o;
+    // The header of the workstation's settings, unless the command line gives its own.
+    applyReportHeaderSettings(o, settings);
     o.trendsAndTable = !args.flag("no-trends");
     o.extraTrends = !args.flag("no-extra-trends");
     o.hrv = !args.flag("no-hrv");
@@ -91,11 +94,20 @@ ReportOptions reportOptions(const Args& args)
                                      .arg(part));
         }
     }
-    o.title = args.value("title");
-    o.info = args.value("info");
-    o.logoFile = args.value("logo");
-    if (!o.logoFile.isEmpty() && QImage(o.logoFile).isNull())
-        throw failure(QString("Logo image could not be loaded from file: %1").arg(o.logoFile));
+    o.title = args.value("title", o.title);
+    o.info = args.value("info", o.info);
+    if (args.has("logo")) {
+        o.logoFile = args.value("logo");
+        if (!o.logoFile.isEmpty() && QImage(o.logoFile).isNull())
+            throw failure(
+                QString("Logo image could not be loaded from file: %1").arg(o.logoFile));
+    } else if (!o.logoFile.isEmpty() && QImage(o.logoFile).isNull()) {
+        // A configured logo that went missing leaves the cover without one, as the report
+        // dialog would; the user is told, the report is still made.
+        if (warning)
+            *warning = QString("Logo image could not be loaded from file: %1").arg(o.logoFile);
+        o.logoFile.clear();
+    }
     return o;
 }
 
@@ -176,6 +188,10 @@ int runReport(CliContext& ctx, const QStringList& argv)
     const QString pdf = args.value("pdf");
     if (!printer && pdf.isEmpty())
         throw UsageError("'--pdf' needs a file name");
-    writeStudyReport(ctx, id, reportOptions(args), printer ? QString() : pdf);
+    QString warning;
+    const ReportOptions options = reportOptions(args, QSettings(), &warning);
+    if (!warning.isEmpty())
+        ctx.err() << warning << '\n';
+    writeStudyReport(ctx, id, options, printer ? QString() : pdf);
     return 0;
 }

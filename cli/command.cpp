@@ -152,7 +152,9 @@ const char kReportHelp[] =
     "  --filters LIST            any of notch,lowpass,baseline for the strips\n"
     "  --title TEXT              title of the cover\n"
     "  --info TEXT               additional line under the title\n"
-    "  --logo FILE               image at the cover's top left (png, jpg, bmp)\n";
+    "  --logo FILE               image at the cover's top left (png, jpg, bmp)\n"
+    "The header (title, info, logo) defaults to the workstation's report header settings;\n"
+    "the analysis limits and the export folder come from its settings too.\n";
 
 } // namespace
 
@@ -167,11 +169,16 @@ const QList<CliCommand>& cliCommands()
          kImportHelp, runImport},
         {"detect", "ID", "Find the beats of a study and delineate their waves (no labelling)",
          "", runDetect},
-        {"process", "ID [--exclude V,F,S,U] [--svpb-prematurity PCT] [--svpb-compensatory]",
+        {"process",
+         "ID [--exclude V,F,S,U|none] [--svpb-auto | --svpb-prematurity PCT "
+         "--svpb-compensatory]",
          "Find and label the beats of a study (detection, noise, classes, types)",
-         "  --exclude V,F,S,U         types never given automatically (their classes become N)\n"
+         "The workstation's classification settings are the defaults; the options replace\n"
+         "them.\n"
+         "  --exclude V,F,S,U|none    types never given automatically (their classes become N)\n"
+         "  --svpb-auto               the automatic supraventricular rule\n"
          "  --svpb-prematurity PCT    label a beat S when it comes at least PCT % early\n"
-         "                            (turns the user rule on; 20 by default then)\n"
+         "                            (turns the user rule on; the settings' 20 by default)\n"
          "  --svpb-compensatory       with the user rule, also require a compensatory pause\n"
          "Ctrl-C stops the run and empties the study's beats; its status stays as it was.\n",
          runProcess},

@@ -6,9 +6,13 @@
 
 class Args;
 class CliContext;
+class QSettings;
 
-// Reads the report options of a command line; nonsense is a UsageError.
-ReportOptions reportOptions(const Args& args);
+// Reads the report options of a command line; nonsense is a UsageError. The header (title,
+// info, logo) comes from the settings unless the command line gives it; a configured logo that
+// won't load is left out, with the reason in `warning`.
+ReportOptions reportOptions(
+    const Args& args, const QSettings& settings, QString* warning = nullptr);
 
 // Makes the report of study `id`: computes missing results first (and saves them), then prints
 // to `pdf`, or to the default printer when `pdf` is empty. A PDF run is the workstation's: the

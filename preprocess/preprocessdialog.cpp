@@ -9,6 +9,8 @@
 #include "store/beat.h"
 #include "store/signalsource.h"
 #include "store/study.h"
+#include "workflow/settingskeys.h"
+#include "workflow/settingsreader.h"
 #include "workflow/studysignalrewrite.h"
 
 #include <QApplication>
@@ -137,22 +139,23 @@ void PreprocessDialog::fillLeadBoxes()
 
 void PreprocessDialog::loadSettings()
 {
+    // The same defaults a run from the command line starts from; a value of the wrong type in
+    // the settings store falls back to its default.
     const QSettings settings;
-    const QString group = QStringLiteral("Config/Classification/");
-    auto flag = [&](const char* key, bool fallback) {
-        return settings.value(group + QLatin1String(key), fallback).toBool();
-    };
-    ui->chkAllowTypeV->setChecked(flag("AllowTypeV", true));
-    ui->chkAllowTypeF->setChecked(flag("AllowTypeF", true));
-    ui->chkAllowTypeS->setChecked(flag("AllowTypeS", true));
-    ui->chkAllowTypeU->setChecked(flag("AllowTypeU", true));
-    const bool user = flag("SVPBUserDefined", false);
+    using namespace SettingsKeys;
+    using namespace SettingsReader;
+    ui->chkAllowTypeV->setChecked(boolValue(settings, AllowTypeV, true));
+    ui->chkAllowTypeF->setChecked(boolValue(settings, AllowTypeF, true));
+    ui->chkAllowTypeS->setChecked(boolValue(settings, AllowTypeS, true));
+    ui->chkAllowTypeU->setChecked(boolValue(settings, AllowTypeU, true));
+    const bool user = boolValue(settings, SVPBUserDefined, false);
     ui->rbtSVPBUser->setChecked(user);
     ui->rbtSVPBAuto->setChecked(!user);
     setUserRuleEnabled(user);
-    ui->numSPVBPrematurityPct->setValue(
-        settings.value(group + QLatin1String("SVPBPrematurityPct"), 20).toInt());
-    ui->chkSPVBCompensatory->setChecked(flag("SVPBCompensatory", false));
+    ui->numSPVBPrematurityPct->setValue(intValue(settings, SVPBPrematurityPct,
+        kDefaultSVPBPrematurityPct, ui->numSPVBPrematurityPct->minimum(),
+        ui->numSPVBPrematurityPct->maximum()));
+    ui->chkSPVBCompensatory->setChecked(boolValue(settings, SVPBCompensatory, false));
 }
 
 void PreprocessDialog::setUserRuleEnabled(bool enabled)

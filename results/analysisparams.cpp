@@ -2,9 +2,7 @@
 
 #include <QSettings>
 
-const char* const AnalysisParams::kSettingKeys[5] = {
-    "pause/intervalSecs", "arrhythmia/tachycardiaBPMLimit", "arrhythmia/bradycardiaBPMLimit",
-    "arrhythmia/minDurationSecs", "QT/correctionFormulaId"};
+#include <cmath>
 
 const std::map<QByteArray, double>& AnalysisParams::defaults()
 {
@@ -31,7 +29,7 @@ void AnalysisParams::readSettings(const QSettings& settings)
         const QVariant v = settings.value(QString("Config/Analysis/%1").arg(key));
         bool ok = false;
         const double d = v.toDouble(&ok);
-        if (v.isValid() && ok)
+        if (v.isValid() && ok && std::isfinite(d))
             m_values[key] = d;
     }
 }

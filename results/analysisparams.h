@@ -13,12 +13,15 @@ class AnalysisParams
 public:
     double value(const QByteArray& key) const;
     void setValue(const QByteArray& key, double value) { m_values[key] = value; }
-    // Reads the five user-settable limits from "Config/Analysis/<key>"; an absent or
-    // non-numeric setting keeps the default. The ST thresholds are not user settings.
+    // Reads the five user-settable limits from "Config/Analysis/<key>"; an absent, non-numeric
+    // or non-finite setting keeps the default. The ST thresholds are not user settings.
     void readSettings(const QSettings& settings);
 
     static const std::map<QByteArray, double>& defaults();
-    static const char* const kSettingKeys[5];
+    // The user-settable keys, in the order of the configuration dialog.
+    static constexpr const char* kSettingKeys[5] = { "pause/intervalSecs",
+        "arrhythmia/tachycardiaBPMLimit", "arrhythmia/bradycardiaBPMLimit",
+        "arrhythmia/minDurationSecs", "QT/correctionFormulaId" };
 
 private:
     std::map<QByteArray, double> m_values;

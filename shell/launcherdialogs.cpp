@@ -2,6 +2,7 @@
 
 #include "preprocess/preprocessdialog.h"
 #include "recorder/downloaddialog.h"
+#include "shell/configdialog.h"
 #include "shell/openstudydialog.h"
 
 #include <QObject>
@@ -41,6 +42,12 @@ public:
         if (dialog.exec() != QDialog::Accepted)
             return std::nullopt;
         return dialog.selectedStudyId();
+    }
+
+    void configure(QWidget* parent) override
+    {
+        ConfigDialog dialog(parent);
+        dialog.exec();
     }
 
 private:

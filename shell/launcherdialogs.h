@@ -28,6 +28,8 @@ public:
         = 0;
     // Runs the study browser modally; the study to open, nothing when the user backed out.
     virtual std::optional<int> chooseStudy(QWidget* parent, StudyRepository& repository) = 0;
+    // Runs the settings dialog modally.
+    virtual void configure(QWidget* parent) = 0;
 };
 
 class RemovableVolumes;

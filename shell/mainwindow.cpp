@@ -57,9 +57,7 @@ MainWindow::MainWindow(const StudyRepository::Options& storeOptions, QWidget* pa
     m_ui->frameProcessing->hide();
     placeActionButtons();
 
-    // The settings dialog is not part of this version yet.
-    m_ui->btnConfig->setEnabled(false);
-    m_ui->btnConfig->setToolTip(tr("Settings come in a later version."));
+    m_ui->btnConfig->setToolTip(tr("Configuration"));
 
     connect(m_ui->btnExit, &QPushButton::clicked, this, &QWidget::close);
 
@@ -153,6 +151,11 @@ void MainWindow::on_btnOpenStudy_clicked()
         return;
     if (const std::optional<int> id = m_dialogs->chooseStudy(this, *m_repository))
         openStudy(*id);
+}
+
+void MainWindow::on_btnConfig_clicked()
+{
+    m_dialogs->configure(this);
 }
 
 void MainWindow::afterDownload(int id)

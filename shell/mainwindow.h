@@ -71,6 +71,7 @@ protected:
 private slots:
     void on_btnDownloadStudy_clicked();
     void on_btnOpenStudy_clicked();
+    void on_btnConfig_clicked();
     void delayedStartup();
 
 private:

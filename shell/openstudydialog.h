@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/progresssink.h"
+#include "workflow/settingskeys.h"
 
 #include <QDialog>
 #include <QString>
@@ -39,8 +40,8 @@ public:
     };
 
     // Settings of the folder history.
-    static constexpr char FolderListSetting[] = "OpenStudyDialog/SharedFolderList";
-    static constexpr char DefaultFolderSetting[] = "OpenStudyDialog/DefaultSharedFolder";
+    static constexpr const char* FolderListSetting = SettingsKeys::SharedFolderList;
+    static constexpr const char* DefaultFolderSetting = SettingsKeys::DefaultSharedFolder;
 
     // `repository` is not owned and outlives the dialog.
     explicit OpenStudyDialog(StudyRepository& repository, QWidget* parent = nullptr);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "workflow/settingskeys.h"
+
 #include <QString>
 
 class QSettings;
@@ -10,7 +12,7 @@ namespace Uploader {
 
 // The program that sends the folder, as a path (string). Default: on Windows
 // "VeltronaUploader.exe" beside the application, elsewhere empty, i.e. no uploader.
-inline constexpr char CommandSetting[] = "Config/UploaderCommand";
+inline constexpr const char* CommandSetting = SettingsKeys::UploaderCommand;
 // The key the running uploader holds.
 inline constexpr char SharedMemoryKey[] = "Veltrona Uploader";
 

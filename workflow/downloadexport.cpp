@@ -2,6 +2,8 @@
 
 #include "store/storeio.h"
 #include "store/studyrepository.h"
+#include "workflow/settingskeys.h"
+#include "workflow/settingsreader.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -20,8 +22,9 @@ void RepositoryExporter::exportStudy(int id, const QString& folder, ProgressSink
 PostDownloadStep postDownloadStep(const QSettings& settings)
 {
     PostDownloadStep step;
-    const QString folder = settings.value(StudyExportSettings::Folder).toString();
-    if (settings.value(StudyExportSettings::AutoExport, false).toBool() && !folder.isEmpty()) {
+    const QString folder = SettingsReader::stringValue(settings, SettingsKeys::ExportStudyFolder);
+    if (SettingsReader::boolValue(settings, SettingsKeys::AutoExportStudies, false)
+        && !folder.isEmpty()) {
         step.action = PostDownloadStep::Export;
         step.folder = folder;
     }

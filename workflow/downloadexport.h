@@ -6,12 +6,6 @@
 
 class QSettings;
 
-// Settings of the export after download.
-namespace StudyExportSettings {
-inline constexpr char AutoExport[] = "Config/AutoExportStudies"; // bool, default false
-inline constexpr char Folder[] = "Config/ExportStudyFolder"; // string, default empty
-} // namespace StudyExportSettings
-
 // Writes a stored study as an archive into a folder; the repository's archive export behind a
 // seam, so that the decision below is tested without archives. Throws with a ready message.
 class StudyExporter

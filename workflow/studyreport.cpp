@@ -5,6 +5,8 @@
 #include "store/studyrepository.h"
 #include "store/studystatus.h"
 #include "workflow/reportprinter.h"
+#include "workflow/settingskeys.h"
+#include "workflow/settingsreader.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -56,8 +58,9 @@ QString reportFilePath(const StudyRepository& repository, const Study& study)
 ReportExport exportReportFile(const QString& pdfPath, const QSettings& settings)
 {
     ReportExport e;
-    const QString folder = settings.value(ReportExportSettings::Folder).toString();
-    if (!settings.value(ReportExportSettings::AutoExport, false).toBool() || folder.isEmpty())
+    const QString folder = SettingsReader::stringValue(settings, SettingsKeys::ExportReportFolder);
+    if (!SettingsReader::boolValue(settings, SettingsKeys::AutoExportReports, false)
+        || folder.isEmpty())
         return e;
     e.attempted = true;
     e.target = QDir(folder).filePath(QFileInfo(pdfPath).fileName());

@@ -9,12 +9,6 @@ class QSettings;
 class Study;
 class StudyRepository;
 
-// Settings of the report export.
-namespace ReportExportSettings {
-inline constexpr char AutoExport[] = "Config/AutoExportReports"; // bool, default false
-inline constexpr char Folder[] = "Config/ExportReportFolder"; // string, default empty
-} // namespace ReportExportSettings
-
 // The workstation keeps every study's report as "<root>/reports/<baseFilename>.pdf"; a study
 // without a base name (never the case for a stored one) uses its id.
 QString reportFilePath(const StudyRepository& repository, const Study& study);

@@ -42,6 +42,213 @@ Póngase en contacto con el servicio técnico.</translation>
     </message>
 </context>
 <context>
+    <name>ConfigDialog</name>
+    <message>
+        <source>Configuration</source>
+        <translation>Configuración</translation>
+    </message>
+    <message>
+        <source>Report</source>
+        <translation>Informe</translation>
+    </message>
+    <message>
+        <source>Analysis</source>
+        <translation>Análisis</translation>
+    </message>
+    <message>
+        <source>Classification</source>
+        <translation>Clasificación</translation>
+    </message>
+    <message>
+        <source>Export reports</source>
+        <translation>Exportar informes</translation>
+    </message>
+    <message>
+        <source>Export studies</source>
+        <translation>Exportar estudios</translation>
+    </message>
+    <message>
+        <source>Report header</source>
+        <translation>Encabezado del informe</translation>
+    </message>
+    <message>
+        <source>Logo</source>
+        <translation>Logotipo</translation>
+    </message>
+    <message>
+        <source>[none]</source>
+        <translation>[ninguno]</translation>
+    </message>
+    <message>
+        <source>Change...</source>
+        <translation>Cambiar...</translation>
+    </message>
+    <message>
+        <source>Remove</source>
+        <translation>Quitar</translation>
+    </message>
+    <message>
+        <source>Title</source>
+        <translation>Título</translation>
+    </message>
+    <message>
+        <source>Additional info</source>
+        <translation>Información adicional</translation>
+    </message>
+    <message>
+        <source>Rhythm events</source>
+        <translation>Eventos de ritmo</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pausa</translation>
+    </message>
+    <message>
+        <source>secs.</source>
+        <translation>seg.</translation>
+    </message>
+    <message>
+        <source>Tachycardia min.</source>
+        <translation>Taquicardia mín.</translation>
+    </message>
+    <message>
+        <source>bpm</source>
+        <translation>lpm</translation>
+    </message>
+    <message>
+        <source>Bradycardia max.</source>
+        <translation>Bradicardia máx.</translation>
+    </message>
+    <message>
+        <source>Duration min.</source>
+        <translation>Duración mín.</translation>
+    </message>
+    <message>
+        <source>QT interval</source>
+        <translation>Intervalo QT</translation>
+    </message>
+    <message>
+        <source>Correction</source>
+        <translation>Corrección</translation>
+    </message>
+    <message>
+        <source>Restore defaults</source>
+        <translation>Restaurar valores predeterminados</translation>
+    </message>
+    <message>
+        <source>Allowed beat types</source>
+        <translation>Tipos de latido permitidos</translation>
+    </message>
+    <message>
+        <source>Normal</source>
+        <translation>Normal</translation>
+    </message>
+    <message>
+        <source>Normal beats are always allowed.</source>
+        <translation>Los latidos normales siempre están permitidos.</translation>
+    </message>
+    <message>
+        <source>Ventricular</source>
+        <translation>Ventricular</translation>
+    </message>
+    <message>
+        <source>Fusion</source>
+        <translation>Fusión</translation>
+    </message>
+    <message>
+        <source>Supraventricular</source>
+        <translation>Supraventricular</translation>
+    </message>
+    <message>
+        <source>Undefined</source>
+        <translation>Indefinido</translation>
+    </message>
+    <message>
+        <source>Supraventricular labeling rules</source>
+        <translation>Reglas de clasificación supraventricular</translation>
+    </message>
+    <message>
+        <source>Automatic</source>
+        <translation>Automático</translation>
+    </message>
+    <message>
+        <source>User defined</source>
+        <translation>Definido por el usuario</translation>
+    </message>
+    <message>
+        <source>Prematurity %</source>
+        <translation>Prematuridad %</translation>
+    </message>
+    <message>
+        <source>Followed by compensatory</source>
+        <translation>Seguido de pausa compensatoria</translation>
+    </message>
+    <message>
+        <source>Auto-export report files</source>
+        <translation>Exportar automáticamente los informes</translation>
+    </message>
+    <message>
+        <source>Holter reports folder</source>
+        <translation>Carpeta de informes Holter</translation>
+    </message>
+    <message>
+        <source>...</source>
+        <translation>...</translation>
+    </message>
+    <message>
+        <source>Reports are exported when saved as PDF files.</source>
+        <translation>Los informes se exportan al guardarse como archivos PDF.</translation>
+    </message>
+    <message>
+        <source>Auto-export new studies</source>
+        <translation>Exportar automáticamente los estudios nuevos</translation>
+    </message>
+    <message>
+        <source>Holter studies folder</source>
+        <translation>Carpeta de estudios Holter</translation>
+    </message>
+    <message>
+        <source>Studies are exported after download.</source>
+        <translation>Los estudios se exportan después de la descarga.</translation>
+    </message>
+    <message>
+        <source>Bazett</source>
+        <translation>Bazett</translation>
+    </message>
+    <message>
+        <source>Fredericia</source>
+        <translation>Fredericia</translation>
+    </message>
+    <message>
+        <source>Hodges</source>
+        <translation>Hodges</translation>
+    </message>
+    <message>
+        <source>Framingham</source>
+        <translation>Framingham</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>Advertencia</translation>
+    </message>
+    <message>
+        <source>Logo image could not be loaded from file: %1</source>
+        <translation>No se pudo cargar la imagen del logotipo desde el archivo: %1</translation>
+    </message>
+    <message>
+        <source>Open Image</source>
+        <translation>Abrir imagen</translation>
+    </message>
+    <message>
+        <source>Image Files (*.png *.jpg *.bmp)</source>
+        <translation>Archivos de imagen (*.png *.jpg *.bmp)</translation>
+    </message>
+    <message>
+        <source>Select shared folder</source>
+        <translation>Seleccionar carpeta compartida</translation>
+    </message>
+</context>
+<context>
     <name>Decoder</name>
     <message>
         <source>Annotation file %1 is not valid: %2 (at byte %3).</source>
@@ -316,14 +523,6 @@ Verifique el espacio disponible en el disco.</translation>
         <translation>Cancelar</translation>
     </message>
     <message>
-        <source>Opening studies comes in a later version.</source>
-        <translation>La apertura de estudios llegará en una versión posterior.</translation>
-    </message>
-    <message>
-        <source>Settings come in a later version.</source>
-        <translation>La configuración llegará en una versión posterior.</translation>
-    </message>
-    <message>
         <source>Please wait...</source>
         <translation>Por favor, espere...</translation>
     </message>
@@ -395,142 +594,9 @@ The study can be processed again when it is opened.</source>
 %1
 El estudio podrá procesarse nuevamente al abrirlo.</translation>
     </message>
-</context>
-<context>
-    <name>PreprocessDialog</name>
     <message>
-        <source>Process study</source>
-        <translation>Procesar estudio</translation>
-    </message>
-    <message>
-        <source>ECG lead modifications</source>
-        <translation>Modificaciones de derivaciones ECG</translation>
-    </message>
-    <message>
-        <source>Channel #1</source>
-        <translation>Canal #1</translation>
-    </message>
-    <message>
-        <source>Invert</source>
-        <translation>Invertir</translation>
-    </message>
-    <message>
-        <source>Channel #2</source>
-        <translation>Canal #2</translation>
-    </message>
-    <message>
-        <source>Channel #3</source>
-        <translation>Canal #3</translation>
-    </message>
-    <message>
-        <source>Trim recording</source>
-        <translation>Recortar grabación</translation>
-    </message>
-    <message>
-        <source>Processing options</source>
-        <translation>Opciones de procesamiento</translation>
-    </message>
-    <message>
-        <source>Supraventricular labeling rules</source>
-        <translation>Reglas de clasificación supraventricular</translation>
-    </message>
-    <message>
-        <source>Automatic</source>
-        <translation>Automática</translation>
-    </message>
-    <message>
-        <source>User defined</source>
-        <translation>Definida por el usuario</translation>
-    </message>
-    <message>
-        <source>Prematurity %</source>
-        <translation>Prematuridad %</translation>
-    </message>
-    <message>
-        <source>Followed by compensatory</source>
-        <translation>Seguido de pausa compensatoria</translation>
-    </message>
-    <message>
-        <source>Allowed beat types</source>
-        <translation>Tipos de latido permitidos</translation>
-    </message>
-    <message>
-        <source>Normal</source>
-        <translation>Normal</translation>
-    </message>
-    <message>
-        <source>Ventricular</source>
-        <translation>Ventricular</translation>
-    </message>
-    <message>
-        <source>Fusion</source>
-        <translation>Fusión</translation>
-    </message>
-    <message>
-        <source>Undefined</source>
-        <translation>Indefinido</translation>
-    </message>
-    <message>
-        <source>Supraventricular</source>
-        <translation>Supraventricular</translation>
-    </message>
-    <message>
-        <source>Save and continue</source>
-        <translation>Guardar y continuar</translation>
-    </message>
-    <message>
-        <source>Apply and process</source>
-        <translation>Aplicar y procesar</translation>
-    </message>
-    <message>
-        <source>Could not complete operation.
-Please check available disk space.</source>
-        <translation>No se pudo completar la operación.
-Verifique el espacio disponible en disco.</translation>
-    </message>
-    <message>
-        <source>Process study: %1, %2 - %3</source>
-        <translation>Procesar estudio: %1, %2 - %3</translation>
-    </message>
-    <message>
-        <source>The study was downloaded and is ready to be processed. Closing this window leaves it unprocessed until it is opened again.</source>
-        <translation>El estudio fue descargado y está listo para procesarse. Si cierra esta ventana quedará sin procesar hasta que se abra nuevamente.</translation>
-    </message>
-    <message>
-        <source>&lt;No change&gt;</source>
-        <translation>&lt;Sin cambios&gt;</translation>
-    </message>
-    <message>
-        <source>24 hs.</source>
-        <translation>24 hs.</translation>
-    </message>
-    <message>
-        <source>48 hs.</source>
-        <translation>48 hs.</translation>
-    </message>
-    <message>
-        <source>The recording is not longer than %1 hours: nothing will be trimmed.</source>
-        <translation>La grabación no supera las %1 horas: no se recortará nada.</translation>
-    </message>
-    <message>
-        <source>Warning</source>
-        <translation>Advertencia</translation>
-    </message>
-    <message>
-        <source>All recording in excess of %1 hours will be erased. Proceed?</source>
-        <translation>Se borrará toda la grabación que exceda las %1 horas. ¿Continuar?</translation>
-    </message>
-    <message>
-        <source>Error</source>
-        <translation>Error</translation>
-    </message>
-    <message>
-        <source>Saving...</source>
-        <translation>Guardando...</translation>
-    </message>
-    <message>
-        <source>Cancel</source>
-        <translation>Cancelar</translation>
+        <source>Configuration</source>
+        <translation>Configuración</translation>
     </message>
 </context>
 <context>
@@ -756,6 +822,143 @@ El ajuste %1 indica el programa que envía los estudios a Veltrona.</translation
     <message>
         <source>Holter</source>
         <translation>Holter</translation>
+    </message>
+</context>
+<context>
+    <name>PreprocessDialog</name>
+    <message>
+        <source>Process study</source>
+        <translation>Procesar estudio</translation>
+    </message>
+    <message>
+        <source>ECG lead modifications</source>
+        <translation>Modificaciones de derivaciones ECG</translation>
+    </message>
+    <message>
+        <source>Channel #1</source>
+        <translation>Canal #1</translation>
+    </message>
+    <message>
+        <source>Invert</source>
+        <translation>Invertir</translation>
+    </message>
+    <message>
+        <source>Channel #2</source>
+        <translation>Canal #2</translation>
+    </message>
+    <message>
+        <source>Channel #3</source>
+        <translation>Canal #3</translation>
+    </message>
+    <message>
+        <source>Trim recording</source>
+        <translation>Recortar grabación</translation>
+    </message>
+    <message>
+        <source>Processing options</source>
+        <translation>Opciones de procesamiento</translation>
+    </message>
+    <message>
+        <source>Supraventricular labeling rules</source>
+        <translation>Reglas de clasificación supraventricular</translation>
+    </message>
+    <message>
+        <source>Automatic</source>
+        <translation>Automática</translation>
+    </message>
+    <message>
+        <source>User defined</source>
+        <translation>Definida por el usuario</translation>
+    </message>
+    <message>
+        <source>Prematurity %</source>
+        <translation>Prematuridad %</translation>
+    </message>
+    <message>
+        <source>Followed by compensatory</source>
+        <translation>Seguido de pausa compensatoria</translation>
+    </message>
+    <message>
+        <source>Allowed beat types</source>
+        <translation>Tipos de latido permitidos</translation>
+    </message>
+    <message>
+        <source>Normal</source>
+        <translation>Normal</translation>
+    </message>
+    <message>
+        <source>Ventricular</source>
+        <translation>Ventricular</translation>
+    </message>
+    <message>
+        <source>Fusion</source>
+        <translation>Fusión</translation>
+    </message>
+    <message>
+        <source>Undefined</source>
+        <translation>Indefinido</translation>
+    </message>
+    <message>
+        <source>Supraventricular</source>
+        <translation>Supraventricular</translation>
+    </message>
+    <message>
+        <source>Save and continue</source>
+        <translation>Guardar y continuar</translation>
+    </message>
+    <message>
+        <source>Apply and process</source>
+        <translation>Aplicar y procesar</translation>
+    </message>
+    <message>
+        <source>Could not complete operation.
+Please check available disk space.</source>
+        <translation>No se pudo completar la operación.
+Verifique el espacio disponible en disco.</translation>
+    </message>
+    <message>
+        <source>Process study: %1, %2 - %3</source>
+        <translation>Procesar estudio: %1, %2 - %3</translation>
+    </message>
+    <message>
+        <source>The study was downloaded and is ready to be processed. Closing this window leaves it unprocessed until it is opened again.</source>
+        <translation>El estudio fue descargado y está listo para procesarse. Si cierra esta ventana quedará sin procesar hasta que se abra nuevamente.</translation>
+    </message>
+    <message>
+        <source>&lt;No change&gt;</source>
+        <translation>&lt;Sin cambios&gt;</translation>
+    </message>
+    <message>
+        <source>24 hs.</source>
+        <translation>24 hs.</translation>
+    </message>
+    <message>
+        <source>48 hs.</source>
+        <translation>48 hs.</translation>
+    </message>
+    <message>
+        <source>The recording is not longer than %1 hours: nothing will be trimmed.</source>
+        <translation>La grabación no supera las %1 horas: no se recortará nada.</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>Advertencia</translation>
+    </message>
+    <message>
+        <source>All recording in excess of %1 hours will be erased. Proceed?</source>
+        <translation>Se borrará toda la grabación que exceda las %1 horas. ¿Continuar?</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>Error</translation>
+    </message>
+    <message>
+        <source>Saving...</source>
+        <translation>Guardando...</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancelar</translation>
     </message>
 </context>
 <context>
@@ -1086,6 +1289,181 @@ El ajuste %1 indica el programa que envía los estudios a Veltrona.</translation
 Please check shared folder access with your network administrator.</source>
         <translation>No se pudo exportar el informe a la carpeta: %1
 Compruebe el acceso a la carpeta compartida con su administrador de red.</translation>
+    </message>
+</context>
+<context>
+    <name>StudyDialog</name>
+    <message>
+        <source>Study data</source>
+        <translation>Datos del estudio</translation>
+    </message>
+    <message>
+        <source>Patient</source>
+        <translation>Paciente</translation>
+    </message>
+    <message>
+        <source>Risk factors</source>
+        <translation>Factores de riesgo</translation>
+    </message>
+    <message>
+        <source>Study info</source>
+        <translation>Datos del estudio</translation>
+    </message>
+    <message>
+        <source>Last name(s)</source>
+        <translation>Apellido(s)</translation>
+    </message>
+    <message>
+        <source>First name(s)</source>
+        <translation>Nombre(s)</translation>
+    </message>
+    <message>
+        <source>Birth date</source>
+        <translation>Fecha de nacimiento</translation>
+    </message>
+    <message>
+        <source>day/month/year</source>
+        <translation>día/mes/año</translation>
+    </message>
+    <message>
+        <source>Age</source>
+        <translation>Edad</translation>
+    </message>
+    <message>
+        <source>Sex</source>
+        <translation>Sexo</translation>
+    </message>
+    <message>
+        <source>Male</source>
+        <translation>Masculino</translation>
+    </message>
+    <message>
+        <source>Female</source>
+        <translation>Femenino</translation>
+    </message>
+    <message>
+        <source>Weight (Kg)</source>
+        <translation>Peso (Kg)</translation>
+    </message>
+    <message>
+        <source>Height (cm)</source>
+        <translation>Altura (cm)</translation>
+    </message>
+    <message>
+        <source>BMI</source>
+        <translation>IMC</translation>
+    </message>
+    <message>
+        <source>ID type</source>
+        <translation>Tipo de documento</translation>
+    </message>
+    <message>
+        <source>ID number</source>
+        <translation>Número de documento</translation>
+    </message>
+    <message>
+        <source>Medical insurance</source>
+        <translation>Obra social</translation>
+    </message>
+    <message>
+        <source>Medical insurance number</source>
+        <translation>Número de afiliado</translation>
+    </message>
+    <message>
+        <source>Patient ID / Medical record</source>
+        <translation>ID de paciente / Historia clínica</translation>
+    </message>
+    <message>
+        <source>Phone number</source>
+        <translation>Teléfono</translation>
+    </message>
+    <message>
+        <source>Address</source>
+        <translation>Domicilio</translation>
+    </message>
+    <message>
+        <source>City</source>
+        <translation>Ciudad</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Provincia</translation>
+    </message>
+    <message>
+        <source>Factor</source>
+        <translation>Factor</translation>
+    </message>
+    <message>
+        <source>Comments...</source>
+        <translation>Comentarios...</translation>
+    </message>
+    <message>
+        <source>Date/time</source>
+        <translation>Fecha/hora</translation>
+    </message>
+    <message>
+        <source>Doctor name</source>
+        <translation>Médico</translation>
+    </message>
+    <message>
+        <source>Referred by</source>
+        <translation>Derivado por</translation>
+    </message>
+    <message>
+        <source>Technician name</source>
+        <translation>Técnico</translation>
+    </message>
+    <message>
+        <source>Indication</source>
+        <translation>Indicación</translation>
+    </message>
+    <message>
+        <source>Medication</source>
+        <translation>Medicación</translation>
+    </message>
+    <message>
+        <source>Comments</source>
+        <translation>Comentarios</translation>
+    </message>
+    <message>
+        <source>New Holter study</source>
+        <translation>Nuevo estudio Holter</translation>
+    </message>
+    <message>
+        <source>The birth date "%1" is not a valid date. Please type it as day/month/year.</source>
+        <translation>La fecha de nacimiento "%1" no es una fecha válida. Escríbala como día/mes/año.</translation>
+    </message>
+    <message>
+        <source>The birth date %1 is after the date of the study.</source>
+        <translation>La fecha de nacimiento %1 es posterior a la fecha del estudio.</translation>
+    </message>
+    <message>
+        <source>The weight</source>
+        <translation>El peso</translation>
+    </message>
+    <message>
+        <source>The height</source>
+        <translation>La altura</translation>
+    </message>
+    <message>
+        <source>%1 "%2" is not a valid number.</source>
+        <translation>%1 "%2" no es un número válido.</translation>
+    </message>
+    <message>
+        <source>The age "%1" is not a valid number of years.</source>
+        <translation>La edad "%1" no es un número de años válido.</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>Advertencia</translation>
+    </message>
+    <message>
+        <source>Information</source>
+        <translation>Información</translation>
+    </message>
+    <message>
+        <source>Please reopen the study to apply new recording date/time.</source>
+        <translation>Vuelva a abrir el estudio para aplicar la nueva fecha/hora de grabación.</translation>
     </message>
 </context>
 <context>

@@ -50,6 +50,7 @@ public:
         int downloads = 0;
         QList<QPair<int, bool>> preprocessed; // study id, after download
         int browsed = 0;
+        int configured = 0;
         std::optional<int> choice; // what the browser answers
     };
 
@@ -81,6 +82,8 @@ public:
         ++m_log->browsed;
         return m_log->choice;
     }
+
+    void configure(QWidget*) override { ++m_log->configured; }
 
 private:
     std::shared_ptr<Log> m_log;

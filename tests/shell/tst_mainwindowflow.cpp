@@ -299,7 +299,7 @@ TEST_F(LauncherFlowTest, OpenStudyFollowsTheStateOfTheStudy)
 }
 
 // Open study: the browser's choice goes through the same checks; backing out opens nothing.
-TEST_F(LauncherFlowTest, OpenStudyButtonOpensWhatTheBrowserChose)
+TEST_F(LauncherFlowTest, OpenAndConfigurationButtonsRunTheirDialogs)
 {
     auto window = startWindow("short", false);
     const int id = launchertest::importSimulatedCard(*window->repository(), s_cards->filePath("short"));
@@ -313,6 +313,8 @@ TEST_F(LauncherFlowTest, OpenStudyButtonOpensWhatTheBrowserChose)
     }
     EXPECT_EQ(m_log->browsed, 2);
     expectIdle(*window);
+    QTest::mouseClick(window->findChild<QPushButton*>("btnConfig"), Qt::LeftButton);
+    EXPECT_EQ(m_log->configured, 1);
 }
 
 TEST_F(LauncherFlowTest, ReprocessDropsBeatsAndResultsAndRunsAgain)

@@ -1,5 +1,6 @@
 #include "tests/workflow/workflowstudy.h"
 #include "workflow/downloadexport.h"
+#include "workflow/settingskeys.h"
 
 #include <gtest/gtest.h>
 
@@ -52,9 +53,9 @@ TEST(DownloadExport, AutoExportWithAFolderExportsAnythingElseProcesses)
         SCOPED_TRACE(c.name);
         TestSettings settings;
         if (c.autoExport.isValid())
-            settings.get().setValue(StudyExportSettings::AutoExport, c.autoExport);
+            settings.get().setValue(SettingsKeys::AutoExportStudies, c.autoExport);
         if (c.folder.isValid())
-            settings.get().setValue(StudyExportSettings::Folder, c.folder);
+            settings.get().setValue(SettingsKeys::ExportStudyFolder, c.folder);
         const PostDownloadStep step = postDownloadStep(settings.get());
         EXPECT_EQ(step.action, c.exports ? PostDownloadStep::Export : PostDownloadStep::Process);
         EXPECT_EQ(step.folder, c.exports ? c.folder.toString() : QString());

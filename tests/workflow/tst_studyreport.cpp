@@ -2,6 +2,7 @@
 #include "store/studystatus.h"
 #include "tests/support/testsupport.h"
 #include "tests/workflow/workflowstudy.h"
+#include "workflow/settingskeys.h"
 #include "workflow/studyreport.h"
 #include "workflow/studyresults.h"
 
@@ -64,8 +65,8 @@ TEST(StudyReport, WritesIntoTheReportsFolderMarksTheStudyAndExports)
     ASSERT_TRUE(f.study->results().find("HR/minBPM"));
     const QString exportFolder = f.root.file("shared");
     ASSERT_TRUE(QDir().mkpath(exportFolder));
-    f.settings.get().setValue(ReportExportSettings::AutoExport, true);
-    f.settings.get().setValue(ReportExportSettings::Folder, exportFolder);
+    f.settings.get().setValue(SettingsKeys::AutoExportReports, true);
+    f.settings.get().setValue(SettingsKeys::ExportReportFolder, exportFolder);
 
     PageProgress pages;
     const ReportOutcome outcome
@@ -114,9 +115,9 @@ TEST(StudyReport, ExportCopyFollowsTheSettings)
         SCOPED_TRACE(c.name);
         TestSettings settings;
         if (c.autoExport.isValid())
-            settings.get().setValue(ReportExportSettings::AutoExport, c.autoExport);
+            settings.get().setValue(SettingsKeys::AutoExportReports, c.autoExport);
         if (!c.folder.isNull())
-            settings.get().setValue(ReportExportSettings::Folder, c.folder);
+            settings.get().setValue(SettingsKeys::ExportReportFolder, c.folder);
         const ReportExport e = exportReportFile(pdf, settings.get());
         EXPECT_EQ(e.attempted, c.attempted);
         EXPECT_EQ(e.copied, c.copied);

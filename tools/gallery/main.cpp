@@ -15,6 +15,7 @@
 #include "store/signalsource.h"
 #include "store/study.h"
 #include "tools/gallery/gallerybrowser.h"
+#include "tools/gallery/gallerydialogs.h"
 #include "tools/gallery/gallerydownload.h"
 #include "tools/gallery/gallerypreprocess.h"
 #include "tools/gallery/gallerystudy.h"
@@ -57,6 +58,7 @@ public:
         return ProcessingOptions();
     }
     std::optional<int> chooseStudy(QWidget*, StudyRepository&) override { return std::nullopt; }
+    void configure(QWidget*) override {}
 
 private:
     QString m_folder;
@@ -238,6 +240,7 @@ void run(const QString& outDir)
     launcher.close(); // cancels the run and waits for it
     writeDownloadPictures(outDir);
     writeBrowserPictures(outDir, temp.filePath("browser"));
+    writeDialogPictures(outDir);
     std::fprintf(stderr, "holter-gallery: %d pictures in %s\n", g.written(), qPrintable(outDir));
 }
 
