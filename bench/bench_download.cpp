@@ -21,23 +21,6 @@
 
 #include <cstdio>
 
-namespace {
-
-class OneVolume : public RemovableVolumes
-{
-public:
-    explicit OneVolume(QString root)
-        : m_root(std::move(root))
-    {
-    }
-    QStringList roots() const override { return { m_root }; }
-
-private:
-    QString m_root;
-};
-
-} // namespace
-
 int main(int argc, char** argv)
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
@@ -52,7 +35,8 @@ int main(int argc, char** argv)
         bench::ensureSimulatedCard(card, hours);
         auto store = bench::openStore(temp.filePath("store"));
 
-        DownloadDialog dialog(*store, nullptr, std::make_unique<OneVolume>(card));
+        DownloadDialog dialog(
+            *store, nullptr, std::make_unique<FolderVolumes>(QStringList { card }));
         dialog.show();
         if (!QTest::qWaitFor([&] { return !dialog.folder().isEmpty(); }, 5000))
             throw std::runtime_error("the dialog did not find the card");

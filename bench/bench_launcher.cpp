@@ -28,8 +28,8 @@ public:
         , m_hours(hours)
     {
     }
-    void download(QWidget*, StudyRepository& repository,
-        const std::function<void(int)>& downloaded) override
+    void download(
+        QWidget*, StudyRepository& repository, const std::function<void(int)>& downloaded) override
     {
         downloaded(bench::importSimulatedDay(repository, m_card, m_hours));
     }
@@ -38,7 +38,7 @@ public:
         return ProcessingOptions();
     }
     std::optional<int> chooseStudy(QWidget*, StudyRepository&) override { return std::nullopt; }
-    void configure(QWidget*) override {}
+    void configure(QWidget*) override { }
 
 private:
     QString m_card;
@@ -105,9 +105,10 @@ int main(int argc, char** argv)
     measuring = false;
     const qint64 runMs = run.elapsed();
     const auto outcome = finished.first().at(1).value<ProcessingOutcome>();
-    std::printf("launcher, %.0f h card: import %lld ms, processing through the window %lld ms "
-                "(%s), longest gap of the main loop while processing %lld ms, ending %lld ms into the run "
-                "(goal <= 50 ms)\n",
+    std::printf(
+        "launcher, %.0f h card: import %lld ms, processing through the window %lld ms "
+        "(%s), longest gap of the main loop while processing %lld ms, ending %lld ms into the run "
+        "(goal <= 50 ms)\n",
         hours, static_cast<long long>(downloadMs), static_cast<long long>(runMs),
         outcome == ProcessingOutcome::Done ? "done" : "NOT done",
         static_cast<long long>(longestGapMs), static_cast<long long>(longestGapEndMs - runStartMs));

@@ -47,6 +47,20 @@ private:
     QString m_sysfsRoot;
 };
 
+// Folders standing in for mounted cards, in a fixed order (tools and tests).
+class FolderVolumes : public RemovableVolumes
+{
+public:
+    explicit FolderVolumes(QStringList roots)
+        : m_roots(std::move(roots))
+    {
+    }
+    QStringList roots() const override { return m_roots; }
+
+private:
+    QStringList m_roots;
+};
+
 // The folder of the card to download: a volume holding "HECG.VTF" in its root; when several
 // do, the last one wins. Empty when none does.
 QString findCardFolder(const RemovableVolumes& volumes);

@@ -61,8 +61,8 @@ public:
     {
     }
 
-    void download(QWidget*, StudyRepository& repository,
-        const std::function<void(int)>& downloaded) override
+    void download(
+        QWidget*, StudyRepository& repository, const std::function<void(int)>& downloaded) override
     {
         ++m_log->downloads;
         downloaded(importSimulatedCard(repository, m_cardFolder));

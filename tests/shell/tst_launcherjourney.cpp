@@ -25,19 +25,6 @@
 
 namespace {
 
-class OneVolume : public RemovableVolumes
-{
-public:
-    explicit OneVolume(QString root)
-        : m_root(std::move(root))
-    {
-    }
-    QStringList roots() const override { return { m_root }; }
-
-private:
-    QString m_root;
-};
-
 // Plays the user in whichever modal window is up: fills in and starts the download, keeps the
 // card, accepts the run's options. Records what it saw.
 class User
@@ -66,7 +53,8 @@ private:
         if (kind == "DownloadDialog") {
             auto* download = modal->findChild<QPushButton*>("btnDownload");
             auto* last = modal->findChild<QLineEdit*>("txtLastName");
-            if (!last->isEnabled() || !modal->findChild<QLabel*>("lblMessage")->text().contains("Enter"))
+            if (!last->isEnabled()
+                || !modal->findChild<QLabel*>("lblMessage")->text().contains("Enter"))
                 return; // copying, or the card not found yet
             if (last->text().isEmpty()) {
                 seen << kind;
@@ -81,7 +69,8 @@ private:
             seen << kind;
             auto* tree = modal->findChild<QTreeWidget*>("treeStudies");
             tree->setCurrentItem(tree->topLevelItem(0));
-            clickLater(modal->findChild<QDialogButtonBox*>("buttonBox")->button(QDialogButtonBox::Ok));
+            clickLater(
+                modal->findChild<QDialogButtonBox*>("buttonBox")->button(QDialogButtonBox::Ok));
         } else if (kind == "PreprocessDialog") {
             seen << kind;
             clickLater(modal->findChild<QPushButton*>("btnApply"));
@@ -106,7 +95,8 @@ TEST(LauncherJourney, CardOnAVolumeBecomesAProcessedStudyThroughTheRealDialogs)
     options.rootOverride = temp.file("store");
     MainWindow window(options);
     const QString card = temp.file("card");
-    window.setDialogs(makeLauncherDialogs([card] { return std::make_unique<OneVolume>(card); }));
+    window.setDialogs(makeLauncherDialogs(
+        [card] { return std::make_unique<FolderVolumes>(QStringList { card }); }));
     window.show();
     ASSERT_TRUE(QTest::qWaitFor([&] { return window.isStarted(); }, 5000));
     QSignalSpy finished(&window, &MainWindow::processingFinished);

@@ -166,7 +166,8 @@ TEST_F(LauncherFlowTest, AutoExportSendsTheStudyAwayUnprocessedOnlyWhenAFolderIs
             ASSERT_EQ(boxes.titles.size(), 1);
             EXPECT_EQ(boxes.titles[0], "Information");
             EXPECT_TRUE(boxes.texts[0].contains(QDir::toNativeSeparators(folder)));
-            EXPECT_EQ(stored(*window, onlyStudyId(*window)).status, QByteArray(StudyStatus::Downloaded));
+            EXPECT_EQ(
+                stored(*window, onlyStudyId(*window)).status, QByteArray(StudyStatus::Downloaded));
         } else {
             ASSERT_EQ(m_log->preprocessed.size(), 1);
             EXPECT_EQ(waitForRun(finished), ProcessingOutcome::Done);
@@ -270,13 +271,14 @@ TEST_F(LauncherFlowTest, OpenStudyFollowsTheStateOfTheStudy)
                 return downloaded;
             },
             QMessageBox::Ok, {}, true },
-        { "processed without beats, No", [&] {
-             Study* s = repo.openStudy(downloaded);
-             s->setProperty("status", StudyStatus::Processed);
-             repo.saveStudy(s);
-             repo.closeStudy(s);
-             return downloaded;
-         },
+        { "processed without beats, No",
+            [&] {
+                Study* s = repo.openStudy(downloaded);
+                s->setProperty("status", StudyStatus::Processed);
+                repo.saveStudy(s);
+                repo.closeStudy(s);
+                return downloaded;
+            },
             QMessageBox::No, { question, review }, false },
         { "processed without beats, Yes", [&] { return downloaded; }, QMessageBox::Yes,
             { question }, true },
@@ -302,7 +304,8 @@ TEST_F(LauncherFlowTest, OpenStudyFollowsTheStateOfTheStudy)
 TEST_F(LauncherFlowTest, OpenAndConfigurationButtonsRunTheirDialogs)
 {
     auto window = startWindow("short", false);
-    const int id = launchertest::importSimulatedCard(*window->repository(), s_cards->filePath("short"));
+    const int id
+        = launchertest::importSimulatedCard(*window->repository(), s_cards->filePath("short"));
     auto* open = window->findChild<QPushButton*>("btnOpenStudy");
     for (const std::optional<int> choice : { std::optional<int>(), std::optional<int>(id) }) {
         m_log->choice = choice;

@@ -12,12 +12,12 @@ namespace {
 TEST(Resources, ImagesLoadAsPictures)
 {
     initHolterResources();
-    for (const char* name : { ":/res/SD-50.png", ":/res/Download-50.png",
-             ":/res/opened_folder-50.png", ":/res/exit-50.png", ":/res/settings3-50.png",
-             ":/res/delete-50.png", ":/res/view_file-50.png", ":/res/share-50.png",
-             ":/res/folder-50.png", ":/res/logo-veltrona.png", ":/res/logo-veltrona-vet.png",
-             ":/styles/cancel.png", ":/res/patient.png", ":/res/high_priority-50.png",
-             ":/res/clinic-50.png" }) {
+    for (const char* name :
+        { ":/res/SD-50.png", ":/res/Download-50.png", ":/res/opened_folder-50.png",
+            ":/res/exit-50.png", ":/res/settings3-50.png", ":/res/delete-50.png",
+            ":/res/view_file-50.png", ":/res/share-50.png", ":/res/folder-50.png",
+            ":/res/logo-veltrona.png", ":/res/logo-veltrona-vet.png", ":/styles/cancel.png",
+            ":/res/patient.png", ":/res/high_priority-50.png", ":/res/clinic-50.png" }) {
         const QPixmap pixmap(name);
         EXPECT_TRUE(pixmap.width() >= 16 && pixmap.height() >= 16) << name;
     }

@@ -31,20 +31,6 @@ pvc count 300
 button at 3:15:00
 )";
 
-// The temporary folder is the only "removable volume" the dialog sees.
-class OneVolume : public RemovableVolumes
-{
-public:
-    explicit OneVolume(QString root)
-        : m_root(std::move(root))
-    {
-    }
-    QStringList roots() const override { return { m_root }; }
-
-private:
-    QString m_root;
-};
-
 // The application's style sheet while the pictures are taken, as the workstation shows it.
 class AppStyle
 {
@@ -104,7 +90,8 @@ int writeDownloadPictures(const QString& outDir)
         ++written;
     };
 
-    DownloadDialog dialog(repository, nullptr, std::make_unique<OneVolume>(volume));
+    DownloadDialog dialog(
+        repository, nullptr, std::make_unique<FolderVolumes>(QStringList { volume }));
     dialog.show();
     if (!QTest::qWaitFor([&] { return !dialog.folder().isEmpty(); }, 5000))
         throw std::runtime_error("the download dialog did not find the simulated card");
