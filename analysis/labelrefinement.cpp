@@ -1,0 +1,307 @@
+#include "analysis/labelrefinement.h"
+
+#include "analysis/labelcriteria.h"
+#include "analysis/morphologymatcher.h"
+#include "store/beatclass.h"
+#include "store/beatlist.h"
+#include "store/signalsource.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <unordered_map>
+
+namespace {
+
+constexpr int kAveragedMembers = 200;
+constexpr int kTemplateShift = 10; // samples at 250 Hz, about 40 ms each way
+constexpr int kSmallClass = 3; // members; below it the timing must confirm the shape
+constexpr double kEctopicRatio = 0.9; // of the median RR: early enough for a small V class
+constexpr double kRunMatch = 0.9; // correlation with the run's shape on every QRS lead
+constexpr double kRunUnlikeNormal = 0.8; // correlation with the dominant beat on some lead
+constexpr double kRunLongest = 1.3; // of the median RR: a longer interval ends a run
+constexpr double kEarly = 0.85; // of the median RR and of the previous RR: an early beat
+constexpr double kLongerAfter = 1.15; // the next interval, times the early one
+
+std::vector<double> meanRemoved(std::vector<double> v)
+{
+    double mean = 0.0;
+    for (double x : v)
+        mean += x;
+    if (!v.empty())
+        mean /= double(v.size());
+    for (double& x : v)
+        x -= mean;
+    return v;
+}
+
+} // namespace
+
+int LabelRefinement::Entry::type() const
+{
+    return cls ? cls->type : BeatU;
+}
+
+LabelRefinement::LabelRefinement(BeatList* list, SignalSource* source, BeatClassSet* classes)
+    : m_list(list)
+    , m_source(source)
+    , m_classes(classes)
+{
+}
+
+void LabelRefinement::run()
+{
+    if (!m_list || !m_source || !m_classes || m_source->samplingRate() <= 0)
+        return;
+    ventricularClasses();
+    loadEntries();
+    ventricularRuns();
+    conductedFibrillation();
+    prematureSupraventricular();
+}
+
+BeatClass* LabelRefinement::referenceClass() const
+{
+    BeatClass* best = nullptr;
+    for (const auto& entry : m_classes->classes()) {
+        BeatClass* cls = entry.second.get();
+        if (cls->type == BeatN && (!best || cls->memberCount() > best->memberCount()))
+            best = cls;
+    }
+    return best;
+}
+
+LabelRefinement::Shape LabelRefinement::shapeOf(const BeatClass& cls) const
+{
+    Shape s;
+    const int rate = m_source->samplingRate();
+    const int length = int(0.8 * rate + 0.5);
+    const int r = int(0.3 * rate + 0.5);
+    const int channels = std::min({ cls.channelCount(), m_source->channelCount(),
+        int(Beat::kChannels) });
+    std::vector<double> sum[Beat::kChannels];
+    int counts[Beat::kChannels] = {};
+    std::vector<double> w(size_t(length), 0.0);
+    const int used = std::min(cls.memberCount(), kAveragedMembers);
+    for (int i = 0; i < used; ++i) {
+        Beat beat;
+        if (!m_list->get(cls.members[size_t(i)], beat))
+            continue;
+        const qint64 start = qint64((beat.rInstant() - 0.3) * rate + 0.5);
+        for (int c = 0; c < channels; ++c) {
+            if (beat.measure[c][Beat::HasQrs] == 0.0)
+                continue;
+            m_source->readSamples(c, start, length, w.data());
+            sum[c].resize(size_t(length), 0.0);
+            for (int k = 0; k < length; ++k)
+                sum[c][size_t(k)] += w[size_t(k)];
+            ++counts[c];
+        }
+    }
+    for (int c = 0; c < channels; ++c) {
+        s.sign[c] = cls.qrsSign(c);
+        s.unit[c].assign(cls.templ[c].begin(), cls.templ[c].end());
+        MorphologyMatcher::normalise(s.unit[c]);
+        if (counts[c] > 0 && s.sign[c] != 0)
+            s.width[c] = labelcriteria::qrsWidth(sum[c].data(), length, rate, r);
+    }
+    return s;
+}
+
+std::vector<double> LabelRefinement::beatWindow(const Entry& e, int channel) const
+{
+    const int rate = m_source->samplingRate();
+    const int length = int(0.5 * rate + 0.5);
+    std::vector<double> w(size_t(length), 0.0);
+    m_source->readSamples(channel, qint64((e.rInstant - 0.2) * rate + 0.5), length, w.data());
+    w = meanRemoved(std::move(w));
+    MorphologyMatcher::normalise(w);
+    return w;
+}
+
+void LabelRefinement::ventricularClasses()
+{
+    BeatClass* reference = referenceClass();
+    if (!reference)
+        return;
+    const Shape ref = shapeOf(*reference);
+    double referenceWidth = 0.0;
+    for (double w : ref.width)
+        referenceWidth = std::max(referenceWidth, w);
+
+    std::vector<BeatClass*> candidates;
+    for (const auto& entry : m_classes->classes()) {
+        BeatClass* cls = entry.second.get();
+        if (cls != reference && (cls->type == BeatU || cls->type == BeatN)
+            && cls->memberCount() > 0)
+            candidates.push_back(cls);
+    }
+    for (BeatClass* cls : candidates) {
+        const Shape s = shapeOf(*cls);
+        labelcriteria::ShapeComparison cmp;
+        cmp.referenceWidth = referenceWidth;
+        cmp.meanRrRatio = cls->meanRrRatio;
+        cmp.strict = cls->type == BeatN;
+        for (int c = 0; c < Beat::kChannels; ++c) {
+            // Every lead that carries this class's QRS counts, whether or not the dominant
+            // beat shows one there.
+            if (s.sign[c] == 0 || s.unit[c].empty() || ref.unit[c].empty())
+                continue;
+            ++cmp.leads;
+            cmp.minCorrelation = std::min(cmp.minCorrelation,
+                MorphologyMatcher::shiftedCorrelation(s.unit[c], ref.unit[c], kTemplateShift));
+            cmp.width = std::max(cmp.width, s.width[c]);
+        }
+        if (getenv("LR_DEBUG")) fprintf(stderr, "cls %d n=%d type=%d leads=%d minc=%.2f w=%.0f ref=%.0f rr=%.2f -> %d\n", cls->id, cls->memberCount(), cls->type, cmp.leads, cmp.minCorrelation, cmp.width*1000, cmp.referenceWidth*1000, cls->meanRrRatio, int(labelcriteria::ventricularShape(cmp)));
+        if (!labelcriteria::ventricularShape(cmp))
+            continue;
+        if (cls->memberCount() < kSmallClass) {
+            // A lone odd shape may be an artefact or an aberrant supraventricular beat: it must
+            // also come early and be followed by a compensatory pause.
+            bool ectopic = true;
+            for (int index : cls->members) {
+                Beat b, next;
+                if (!m_list->get(index, b))
+                    continue;
+                const double nextRr = m_list->nextBeat(index, next) ? next.rr() : 0.0;
+                ectopic = ectopic
+                    && labelcriteria::premature(b.rr(), b.medianRR(), kEctopicRatio)
+                    && labelcriteria::compensatoryPause(b.rr(), nextRr, b.medianRR());
+            }
+            if (!ectopic)
+                continue;
+        }
+        cls->setType(BeatV);
+    }
+}
+
+void LabelRefinement::loadEntries()
+{
+    std::unordered_map<int, BeatClass*> owner;
+    for (const auto& entry : m_classes->classes())
+        for (int index : entry.second->members)
+            owner[index] = entry.second.get();
+    m_entries.clear();
+    const int n = m_list->count();
+    for (int i = 0; i < n; ++i) {
+        Beat b;
+        if (!m_list->get(i, b) || !b.isBeat)
+            continue;
+        Entry e;
+        e.index = i;
+        e.rInstant = b.rInstant();
+        e.rr = b.rr();
+        e.medianRr = b.medianRR();
+        const auto it = owner.find(i);
+        e.cls = it == owner.end() ? nullptr : it->second;
+        m_entries.push_back(e);
+    }
+}
+
+void LabelRefinement::ventricularRuns()
+{
+    BeatClass* reference = referenceClass();
+    if (!reference)
+        return;
+    const Shape ref = shapeOf(*reference);
+    std::vector<size_t> joining;
+    const int channels = std::min(m_source->channelCount(), int(Beat::kChannels));
+    std::map<const BeatClass*, Shape> shapes;
+    const BeatClass* runClass = nullptr; // class of the V beat the run started with
+    for (size_t i = 0; i < m_entries.size(); ++i) {
+        const Entry& e = m_entries[i];
+        if (e.type() == BeatV) {
+            runClass = e.cls;
+            continue;
+        }
+        if (!runClass || !e.cls || e.type() != BeatU || !(e.rr > 0.0) || !(e.medianRr > 0.0)
+            || e.rr > kRunLongest * e.medianRr) {
+            runClass = nullptr;
+            continue;
+        }
+        auto it = shapes.find(runClass);
+        if (it == shapes.end())
+            it = shapes.emplace(runClass, shapeOf(*runClass)).first;
+        // Like the run's first beat on every lead that carries its QRS, and unlike the
+        // dominant normal beat on at least one.
+        bool same = true;
+        bool unlikeNormal = false;
+        for (int c = 0; c < channels && same; ++c) {
+            if (it->second.sign[c] == 0 || it->second.unit[c].empty())
+                continue;
+            const std::vector<double> w = beatWindow(e, c);
+            same = MorphologyMatcher::shiftedCorrelation(w, it->second.unit[c], kTemplateShift)
+                >= kRunMatch;
+            if (!ref.unit[c].empty()
+                && MorphologyMatcher::shiftedCorrelation(w, ref.unit[c], kTemplateShift)
+                    < kRunUnlikeNormal)
+                unlikeNormal = true;
+        }
+        if (same && unlikeNormal)
+            joining.push_back(i);
+        else
+            runClass = nullptr;
+    }
+    retype(joining, BeatV);
+}
+
+std::vector<bool> LabelRefinement::fibrillating() const
+{
+    std::vector<double> rr(m_entries.size(), 0.0);
+    for (size_t i = 1; i < m_entries.size(); ++i) {
+        const bool nearV = m_entries[i].type() == BeatV || m_entries[i - 1].type() == BeatV;
+        if (!nearV && m_entries[i].rr > 0.0)
+            rr[i] = m_entries[i].rr;
+    }
+    return labelcriteria::irregularRhythm(rr);
+}
+
+void LabelRefinement::conductedFibrillation()
+{
+    const std::vector<bool> af = fibrillating();
+    std::vector<size_t> conducted;
+    for (size_t i = 0; i < m_entries.size(); ++i)
+        if (af[i] && m_entries[i].type() == BeatS)
+            conducted.push_back(i);
+    retype(conducted, BeatN);
+}
+
+void LabelRefinement::prematureSupraventricular()
+{
+    const std::vector<bool> af = fibrillating();
+    std::vector<size_t> early;
+    for (size_t i = 1; i + 1 < m_entries.size(); ++i) {
+        const Entry& e = m_entries[i];
+        if (af[i] || e.type() != BeatN)
+            continue;
+        const double prev = m_entries[i - 1].rr;
+        const double next = m_entries[i + 1].rr;
+        if (labelcriteria::premature(e.rr, e.medianRr, kEarly) && prev > 0.0 && e.rr < kEarly * prev
+            && next > kLongerAfter * e.rr)
+            early.push_back(i);
+    }
+    retype(early, BeatS);
+}
+
+void LabelRefinement::retype(const std::vector<size_t>& positions, int type)
+{
+    std::map<BeatClass*, std::vector<size_t>> leaving;
+    for (size_t p : positions)
+        if (m_entries[p].cls && m_entries[p].cls->type != type)
+            leaving[m_entries[p].cls].push_back(p);
+    for (auto& group : leaving) {
+        BeatClass* from = group.first;
+        if (group.second.size() == from->members.size()) {
+            from->setType(type);
+            continue;
+        }
+        BeatClass* to = m_classes->createNext();
+        to->setType(type);
+        for (size_t p : group.second) {
+            from->removeMember(m_entries[p].index, true);
+            to->add(m_entries[p].index, true);
+            m_entries[p].cls = to;
+        }
+    }
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "store/beat.h"
+
+#include <vector>
+
+class BeatClass;
+class BeatClassSet;
+class BeatList;
+class SignalSource;
+
+// Refines the types that the automatic rule gave, with criteria a cardiologist can check on a
+// strip (see labelcriteria.h): classes whose QRS is far from the dominant normal beat, or wide
+// and different, become V; a beat inside a run of ventricular beats of its own shape takes the
+// run's type; beats typed S inside atrially fibrillating rhythm are conducted beats and become
+// N; and a normal-shaped beat that comes early, before a longer interval, becomes S.
+//
+// Whole classes are retyped where the criterion is about the class; beats that change type on
+// their own leave their class for a new one of that type (one per class left), so every beat
+// keeps its class's type. Runs after the automatic rule; list, source and classes are not owned.
+class LabelRefinement
+{
+public:
+    LabelRefinement(BeatList* list, SignalSource* source, BeatClassSet* classes);
+
+    void run();
+
+    // The steps of run(), in its order.
+    void ventricularClasses();
+    void ventricularRuns();
+    void conductedFibrillation();
+    void prematureSupraventricular();
+
+private:
+    struct Shape
+    {
+        std::vector<double> unit[Beat::kChannels]; // unit-length templates, from R - 0.2 s
+        double width[Beat::kChannels] = {}; // seconds, 0 where the lead has no QRS
+        int sign[Beat::kChannels] = {};
+    };
+    // One real beat of the list with its class (null for a beat outside every class).
+    struct Entry
+    {
+        int index = 0;
+        double rInstant = 0.0;
+        double rr = 0.0;
+        double medianRr = 0.0;
+        BeatClass* cls = nullptr;
+        int type() const;
+    };
+
+    BeatClass* referenceClass() const;
+    Shape shapeOf(const BeatClass& cls) const;
+    std::vector<double> beatWindow(const Entry& e, int channel) const;
+    void loadEntries();
+    // The rhythm's irregularity per entry, left out the intervals next to V beats.
+    std::vector<bool> fibrillating() const;
+    // Moves the entries at `positions` to `type`: a class all of whose members go is retyped,
+    // otherwise they go to a new class, one per class left.
+    void retype(const std::vector<size_t>& positions, int type);
+
+    BeatList* m_list;
+    SignalSource* m_source;
+    BeatClassSet* m_classes;
+    std::vector<Entry> m_entries; // the real beats in list order
+};
