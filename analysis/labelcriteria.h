@@ -42,6 +42,6 @@ bool compensatoryPause(double rr, double nextRr, double medianRr);
 // of Tateno and Glass and of Petrenas et al., taken as a median so that a few ectopic beats in a
 // regular rhythm don't count), must exceed its limit at lags 1, 2 and 3, so that bigeminy and
 // trigeminy, which repeat, stay out. Zero entries (no usable RR) are skipped and keep false.
-std::vector<bool> irregularRhythm(const std::vector<double>& rr, int window = 32);
+std::vector<bool> irregularRhythm(const std::vector<double>& rr, int window = 64);
 
 } // namespace labelcriteria

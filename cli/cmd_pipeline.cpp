@@ -7,16 +7,21 @@
 #include "store/study.h"
 #include "workflow/studyprocessing.h"
 
+#include <QSettings>
+
 #include <stdexcept>
 #include <string>
 
 namespace {
 
-// The user's labelling choices: "--exclude V,F,S,U" turns classes of those types into N, and
-// either SVPB option switches to the user's prematurity rule (20 % unless given).
+// The user's labelling choices: "--exclude V,F,S,U" turns classes of those types into N, either
+// SVPB option switches to the user's prematurity rule (20 % unless given), and
+// "--literal-rules" (or the setting "Analysis/LiteralRules") leaves the labels unrefined.
 ProcessingOptions processingOptions(const Args& args)
 {
     ProcessingOptions options;
+    options.literalRules = args.flag("literal-rules")
+        || QSettings().value(QStringLiteral("Analysis/LiteralRules"), false).toBool();
     if (args.has("exclude")) {
         for (const QString& part : args.value("exclude").split(',', Qt::SkipEmptyParts)) {
             const QString letter = part.trimmed().toUpper();
@@ -86,7 +91,7 @@ void printBeatCounts(CliContext& ctx, Study& study)
 }
 
 const QStringList kProcessValueOptions = { "exclude", "svpb-prematurity" };
-const QStringList kProcessFlags = { "svpb-compensatory" };
+const QStringList kProcessFlags = { "svpb-compensatory", "literal-rules" };
 
 } // namespace
 

@@ -158,12 +158,16 @@ const QList<CliCommand>& cliCommands()
          kImportHelp, runImport},
         {"detect", "ID", "Find the beats of a study and delineate their waves (no labelling)",
          "", runDetect},
-        {"process", "ID [--exclude V,F,S,U] [--svpb-prematurity PCT] [--svpb-compensatory]",
+        {"process",
+         "ID [--exclude V,F,S,U] [--svpb-prematurity PCT] [--svpb-compensatory] "
+         "[--literal-rules]",
          "Find and label the beats of a study (detection, noise, classes, types)",
          "  --exclude V,F,S,U         types never given automatically (their classes become N)\n"
          "  --svpb-prematurity PCT    label a beat S when it comes at least PCT % early\n"
          "                            (turns the user rule on; 20 by default then)\n"
          "  --svpb-compensatory       with the user rule, also require a compensatory pause\n"
+         "  --literal-rules           only the class type rules, without refining the labels\n"
+         "                            (also the setting Analysis/LiteralRules)\n"
          "Ctrl-C stops the run and empties the study's beats; its status stays as it was.\n",
          runProcess},
         {"results", "ID [--json FILE] [--recompute]",

@@ -33,7 +33,7 @@ QString summary(const QString& recordPath, const QString& name)
     StudyProcessor processor(&study);
     processor.setAutoDelete(false);
     ProcessingOptions options;
-    (void)options;
+    options.literalRules = true;
     processor.setOptions(options);
     processor.run();
 
