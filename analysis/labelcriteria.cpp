@@ -16,9 +16,10 @@ constexpr double kSteepSearch = 0.06; // s around R where the steepest slope is 
 
 constexpr double kFarShape = 0.6; // correlation below which no normal beat looks like this
 constexpr double kDifferentShape = 0.8;
+constexpr double kStrictDifferentShape = 0.7;
 constexpr double kWideQrs = 0.12; // s
 constexpr double kWiderThanReference = 1.2;
-constexpr double kWidestQrs = 0.24; // s
+constexpr double kWidestQrs = 0.4; // s
 constexpr double kEctopicTiming = 0.85; // mean RR / median RR of a premature class
 constexpr double kPauseShare = 1.8; // RR before + after, in median RRs
 
@@ -73,14 +74,17 @@ double qrsWidth(const double* x, int n, int rate, int r)
 
 bool ventricularShape(const ShapeComparison& s)
 {
-    if (s.leads == 0)
+    if (s.leads == 0 || s.width > kWidestQrs)
         return false;
-    const bool wide = s.width >= kWideQrs && s.width <= kWidestQrs
-        && s.width >= kWiderThanReference * s.referenceWidth;
+    const bool wider = s.width >= kWiderThanReference * s.referenceWidth;
+    const bool wide = s.width >= kWideQrs && wider;
+    // A class that looked normal when it was formed needs the stronger evidence.
+    if (s.strict)
+        return s.minCorrelation < kStrictDifferentShape && wide;
     if (s.minCorrelation < kDifferentShape && wide)
         return true;
-    return !s.strict && s.minCorrelation < kFarShape && s.meanRrRatio > 0.0
-        && s.meanRrRatio < kEctopicTiming;
+    const bool early = s.meanRrRatio > 0.0 && s.meanRrRatio < kEctopicTiming;
+    return s.minCorrelation < kFarShape && (early || wider);
 }
 
 bool premature(double rr, double medianRr, double ratio)

@@ -26,9 +26,10 @@ struct ShapeComparison
 };
 
 // Ventricular by shape: clearly different from the dominant beat on some lead that carries a QRS
-// and wide (120 to 240 ms, and a fifth wider than the dominant beat); or, for a class that did
-// not look normal when it was formed, far from the dominant beat and premature. A "complex"
-// wider than 240 ms is a measurement of noise, not of a QRS.
+// (correlation below 0.8) and wide (at least 120 ms and a fifth wider than the dominant beat);
+// or far from it (below 0.6) and either premature or a fifth wider. A class that looked normal
+// when it was formed must be wide and below 0.7. A "complex" wider than 400 ms is a measurement
+// of noise, not of a QRS.
 bool ventricularShape(const ShapeComparison& s);
 
 // Early: RR below `ratio` of the median RR.

@@ -17,6 +17,8 @@ namespace {
 constexpr int kAveragedMembers = 200;
 constexpr int kTemplateShift = 10; // samples at 250 Hz, about 40 ms each way
 constexpr int kSmallClass = 3; // members; below it the timing must confirm the shape
+constexpr int kMatchedVentricular = 5; // members of a V class that small classes may match
+constexpr double kSmallMatch = 0.85; // correlation on every QRS lead
 constexpr double kEctopicRatio = 0.9; // of the median RR: early enough for a small V class
 constexpr double kRunMatch = 0.9; // correlation with the run's shape on every QRS lead
 constexpr double kRunUnlikeNormal = 0.8; // correlation with the dominant beat on some lead
@@ -173,6 +175,40 @@ void LabelRefinement::ventricularClasses()
                 continue;
         }
         cls->setType(BeatV);
+    }
+    smallVentricularMatches();
+}
+
+void LabelRefinement::smallVentricularMatches()
+{
+    std::vector<std::pair<BeatClass*, Shape>> ventricular;
+    std::vector<BeatClass*> small;
+    for (const auto& entry : m_classes->classes()) {
+        BeatClass* cls = entry.second.get();
+        if (cls->type == BeatV && cls->memberCount() >= kMatchedVentricular)
+            ventricular.emplace_back(cls, shapeOf(*cls));
+        else if (cls->type == BeatU && cls->memberCount() < kSmallClass)
+            small.push_back(cls);
+    }
+    for (BeatClass* cls : small) {
+        const Shape s = shapeOf(*cls);
+        for (const auto& v : ventricular) {
+            // Like an established ventricular class on every lead that carries a QRS.
+            int leads = 0;
+            bool like = true;
+            for (int c = 0; c < Beat::kChannels && like; ++c) {
+                if (s.sign[c] == 0 || s.unit[c].empty() || v.second.unit[c].empty())
+                    continue;
+                ++leads;
+                like = MorphologyMatcher::shiftedCorrelation(s.unit[c], v.second.unit[c],
+                           kTemplateShift)
+                    >= kSmallMatch;
+            }
+            if (leads > 0 && like) {
+                cls->setType(BeatV);
+                break;
+            }
+        }
     }
 }
 

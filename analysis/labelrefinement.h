@@ -51,6 +51,8 @@ private:
 
     BeatClass* referenceClass() const;
     Shape shapeOf(const BeatClass& cls) const;
+    // Classes of one or two members like an established V class on every QRS lead become V.
+    void smallVentricularMatches();
     std::vector<double> beatWindow(const Entry& e, int channel) const;
     void loadEntries();
     // The rhythm's irregularity per entry, left out the intervals next to V beats.
