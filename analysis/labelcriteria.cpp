@@ -17,6 +17,7 @@ constexpr double kSteepSearch = 0.06; // s around R where the steepest slope is 
 constexpr double kFarShape = 0.6; // correlation below which no normal beat looks like this
 constexpr double kDifferentShape = 0.8;
 constexpr double kStrictDifferentShape = 0.7;
+constexpr double kSecondNormalShare = 0.5;
 constexpr double kWideQrs = 0.12; // s
 constexpr double kWiderThanReference = 1.2;
 constexpr double kWidestQrs = 0.4; // s
@@ -80,7 +81,9 @@ bool ventricularShape(const ShapeComparison& s)
     const bool wide = s.width >= kWideQrs && wider;
     // A class that looked normal when it was formed needs the stronger evidence.
     if (s.strict)
-        return s.minCorrelation < kStrictDifferentShape && wide;
+        return s.share < kSecondNormalShare
+            && ((s.minCorrelation < kStrictDifferentShape && wide)
+                || (s.minCorrelation < kFarShape && s.discordantT));
     if (s.minCorrelation < kDifferentShape && wide)
         return true;
     const bool early = s.meanRrRatio > 0.0 && s.meanRrRatio < kEctopicTiming;

@@ -23,12 +23,18 @@ struct ShapeComparison
     double referenceWidth = 0.0; // seconds, widest of the dominant class
     double meanRrRatio = 0.0; // RR / median RR, mean over the members
     bool strict = false; // looked normal when it was formed
+    // The T wave points against the QRS on every lead that carries one, and the dominant beat's
+    // does not: the secondary repolarisation of a ventricular beat.
+    bool discordantT = false;
+    double share = 0.0; // members over the dominant class's members
 };
 
 // Ventricular by shape: clearly different from the dominant beat on some lead that carries a QRS
 // (correlation below 0.8) and wide (at least 120 ms and a fifth wider than the dominant beat);
 // or far from it (below 0.6) and either premature or a fifth wider. A class that looked normal
-// when it was formed must be wide and below 0.7. A "complex" wider than 400 ms is a measurement
+// when it was formed must be wide and below 0.7, or below 0.6 with a discordant T, and have
+// fewer than half the dominant class's members (more is a second form of the normal beat, as
+// with intermittent bundle branch block or pre-excitation). A "complex" wider than 400 ms is a measurement
 // of noise, not of a QRS.
 bool ventricularShape(const ShapeComparison& s);
 

@@ -17,6 +17,7 @@ namespace {
 constexpr int kAveragedMembers = 200;
 constexpr int kTemplateShift = 10; // samples at 250 Hz, about 40 ms each way
 constexpr int kSmallClass = 3; // members; below it the timing must confirm the shape
+constexpr double kClearT = 0.5; // mean T polarity
 constexpr int kMatchedVentricular = 5; // members of a V class that small classes may match
 constexpr double kSmallMatch = 0.85; // correlation on every QRS lead
 constexpr double kEctopicRatio = 0.9; // of the median RR: early enough for a small V class
@@ -145,6 +146,8 @@ void LabelRefinement::ventricularClasses()
         cmp.referenceWidth = referenceWidth;
         cmp.meanRrRatio = cls->meanRrRatio;
         cmp.strict = cls->type == BeatN;
+        cmp.discordantT = discordantT(*cls) && !discordantT(*reference);
+        cmp.share = double(cls->memberCount()) / reference->memberCount();
         for (int c = 0; c < Beat::kChannels; ++c) {
             // Every lead that carries this class's QRS counts, whether or not the dominant
             // beat shows one there.
@@ -177,6 +180,20 @@ void LabelRefinement::ventricularClasses()
         cls->setType(BeatV);
     }
     smallVentricularMatches();
+}
+
+bool LabelRefinement::discordantT(const BeatClass& cls)
+{
+    int leads = 0;
+    for (int c = 0; c < cls.channelCount(); ++c) {
+        const int sign = cls.qrsSign(c);
+        if (sign == 0)
+            continue;
+        if (!(sign * cls.tPolarity[c] < -kClearT))
+            return false;
+        ++leads;
+    }
+    return leads > 0;
 }
 
 void LabelRefinement::smallVentricularMatches()

@@ -51,6 +51,8 @@ private:
 
     BeatClass* referenceClass() const;
     Shape shapeOf(const BeatClass& cls) const;
+    // The mean T polarity is clearly against the QRS sign on every lead with a QRS.
+    static bool discordantT(const BeatClass& cls);
     // Classes of one or two members like an established V class on every QRS lead become V.
     void smallVentricularMatches();
     std::vector<double> beatWindow(const Entry& e, int channel) const;

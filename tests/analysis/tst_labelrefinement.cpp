@@ -71,23 +71,32 @@ TEST(QrsWidth, FollowsTheComplexToItsEnd)
     EXPECT_EQ(qrsWidth(flat.data(), 200, kRate, 199), 0.0);
 }
 
-TEST(VentricularShape, WidthAndLikenessAtTheirLimits)
+TEST(VentricularShape, WidthLikenessTimingAndRepolarisationAtTheirLimits)
 {
     const struct
     {
         double corr, width, reference, ratio;
-        bool strict, ventricular;
+        bool strict, discordantT;
+        double share;
+        bool ventricular;
     } cases[] = {
-        { 0.79, 0.12, 0.09, 1.0, false, true }, // wide and different, on time
-        { 0.79, 0.12, 0.09, 1.0, true, true }, // also for a class that looked normal
-        { 0.80, 0.16, 0.09, 1.0, false, false }, // not different enough
-        { 0.70, 0.119, 0.09, 1.0, false, false }, // not wide enough
-        { 0.70, 0.14, 0.12, 1.0, false, false }, // not a fifth wider than the dominant beat
-        { 0.70, 0.25, 0.09, 1.0, false, false }, // noise, not a QRS
-        { 0.59, 0.09, 0.09, 0.84, false, true }, // far from normal and premature
-        { 0.59, 0.09, 0.09, 0.85, false, false }, // far, but not premature
-        { 0.60, 0.09, 0.09, 0.70, false, false }, // premature, not far enough
-        { 0.30, 0.09, 0.09, 0.70, true, false }, // looked normal when formed: width needed
+        { 0.79, 0.12, 0.09, 1.0, false, false, 0.1, true }, // wide and different, on time
+        { 0.80, 0.16, 0.09, 1.0, false, false, 0.1, false }, // not different enough
+        { 0.70, 0.119, 0.09, 1.0, false, false, 0.1, false }, // not wide enough
+        { 0.70, 0.14, 0.12, 1.0, false, false, 0.1, false }, // not a fifth wider than dominant
+        { 0.50, 0.41, 0.09, 0.7, false, false, 0.1, false }, // noise, not a QRS
+        { 0.59, 0.09, 0.09, 0.84, false, false, 0.1, true }, // far and premature
+        { 0.59, 0.09, 0.09, 0.85, false, false, 0.1, false }, // far, on time, not wider
+        { 0.59, 0.108, 0.09, 1.0, false, false, 0.1, true }, // far and a fifth wider
+        { 0.60, 0.09, 0.09, 0.70, false, false, 0.1, false }, // premature, not far enough
+        // A class that looked normal when formed: wide and below 0.7, or far with discordant T.
+        { 0.69, 0.12, 0.09, 1.0, true, false, 0.1, true },
+        { 0.70, 0.12, 0.09, 1.0, true, false, 0.1, false },
+        { 0.30, 0.09, 0.09, 0.70, true, false, 0.1, false },
+        { 0.59, 0.09, 0.09, 1.2, true, true, 0.1, true },
+        { 0.60, 0.09, 0.09, 1.2, true, true, 0.1, false },
+        // ... and with half the dominant class's members it is a second normal form.
+        { 0.30, 0.16, 0.09, 1.0, true, true, 0.5, false },
     };
     for (const auto& c : cases) {
         ShapeComparison s;
@@ -97,8 +106,11 @@ TEST(VentricularShape, WidthAndLikenessAtTheirLimits)
         s.referenceWidth = c.reference;
         s.meanRrRatio = c.ratio;
         s.strict = c.strict;
+        s.discordantT = c.discordantT;
+        s.share = c.share;
         EXPECT_EQ(ventricularShape(s), c.ventricular)
-            << c.corr << " " << c.width << " " << c.reference << " " << c.ratio;
+            << c.corr << " " << c.width << " " << c.reference << " " << c.ratio << " "
+            << c.strict << " " << c.discordantT << " " << c.share;
     }
     EXPECT_FALSE(ventricularShape(ShapeComparison {})); // no lead compared
 }
