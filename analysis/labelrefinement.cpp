@@ -324,15 +324,34 @@ void LabelRefinement::prematureSupraventricular()
 {
     const std::vector<bool> af = fibrillating();
     std::vector<size_t> early;
+    double runBaseline = 0.0; // median RR before a run of early beats, 0 outside one
     for (size_t i = 1; i + 1 < m_entries.size(); ++i) {
         const Entry& e = m_entries[i];
-        if (af[i] || e.type() != BeatN)
+        const int type = e.type();
+        if (type == BeatV || type == BeatU)
+            continue; // neither starts nor ends a run
+        if (af[i] || type != BeatN && type != BeatS || !(e.rr > 0.0)) {
+            runBaseline = 0.0;
             continue;
+        }
+        // Inside a run the median follows the fast rate; the rate before the run still counts.
+        if (runBaseline > 0.0 && e.rr < kEarly * runBaseline) {
+            early.push_back(i);
+            continue;
+        }
+        runBaseline = 0.0;
         const double prev = m_entries[i - 1].rr;
         const double next = m_entries[i + 1].rr;
-        if (labelcriteria::premature(e.rr, e.medianRr, kEarly) && prev > 0.0 && e.rr < kEarly * prev
-            && next > kLongerAfter * e.rr)
-            early.push_back(i);
+        const bool startsEarly = labelcriteria::premature(e.rr, e.medianRr, kEarly) && prev > 0.0
+            && e.rr < kEarly * prev;
+        // An early beat is followed by a longer interval, or by more early beats.
+        const bool followed = next > kLongerAfter * e.rr
+            || labelcriteria::premature(next, e.medianRr, kEarly);
+        if (type == BeatS || (startsEarly && followed)) {
+            if (type == BeatN)
+                early.push_back(i);
+            runBaseline = e.medianRr;
+        }
     }
     retype(early, BeatS);
 }
