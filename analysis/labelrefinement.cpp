@@ -17,6 +17,13 @@ namespace {
 constexpr int kAveragedMembers = 200;
 constexpr int kTemplateShift = 10; // samples at 250 Hz, about 40 ms each way
 constexpr int kSmallClass = 3; // members; below it the timing must confirm the shape
+constexpr double kOnTimeLow = 0.9; // mean RR / median RR of a class on the dominant rhythm
+constexpr double kOnTimeHigh = 1.1;
+// Correlation with the dominant beat, on every lead with a QRS, that muscle noise of a quarter
+// of the QRS amplitude still leaves to a normal beat.
+constexpr double kNoisyMatch = 0.7;
+constexpr double kRestoreSpacing = 0.75; // of the median RR, at least, after the last beat
+constexpr double kRestoreLongest = 1.5; // of the median RR: a longer interval counts for nothing
 constexpr double kClearT = 0.5; // mean T polarity
 constexpr int kMatchedVentricular = 5; // members of a V class that small classes may match
 constexpr double kSmallMatch = 0.85; // correlation on every QRS lead
@@ -58,6 +65,8 @@ void LabelRefinement::run()
     if (!m_list || !m_source || !m_classes || m_source->samplingRate() <= 0)
         return;
     ventricularClasses();
+    normalOnCleanLead();
+    restoreCleanLeadBeats();
     loadEntries();
     ventricularRuns();
     conductedFibrillation();
@@ -226,6 +235,100 @@ void LabelRefinement::smallVentricularMatches()
                 break;
             }
         }
+    }
+}
+
+// Noise makes every beat's shape unique, so the beats of a noisy stretch are left in classes of
+// their own; on time and still like the dominant beat, they are normal.
+void LabelRefinement::normalOnCleanLead()
+{
+    BeatClass* reference = referenceClass();
+    if (!reference)
+        return;
+    const Shape ref = shapeOf(*reference);
+    for (const auto& entry : m_classes->classes()) {
+        BeatClass* cls = entry.second.get();
+        if (cls->type != BeatU || !(cls->meanRrRatio >= kOnTimeLow)
+            || !(cls->meanRrRatio <= kOnTimeHigh))
+            continue;
+        const Shape s = shapeOf(*cls);
+        int leads = 0;
+        double worst = 1.0;
+        for (int c = 0; c < Beat::kChannels; ++c) {
+            if (s.sign[c] == 0 || s.unit[c].empty() || ref.unit[c].empty())
+                continue;
+            ++leads;
+            worst = std::min(worst,
+                MorphologyMatcher::shiftedCorrelation(s.unit[c], ref.unit[c], kTemplateShift));
+        }
+        if (leads > 0 && worst >= kNoisyMatch)
+            cls->setType(BeatN);
+    }
+}
+
+// Entries that detection or noise checking left as noise but that show the dominant beat, in
+// time with the rhythm, become beats again, in a class of their own.
+void LabelRefinement::restoreCleanLeadBeats()
+{
+    BeatClass* reference = referenceClass();
+    if (!reference)
+        return;
+    const Shape ref = shapeOf(*reference);
+    const int channels = std::min(m_source->channelCount(), int(Beat::kChannels));
+    BeatClass* restored = nullptr;
+    bool haveLast = false;
+    double lastTime = 0.0;
+    double median = 0.0;
+    bool fixNext = false; // the next real beat's RR spans a restored one
+    const int n = m_list->count();
+    for (int i = 0; i < n; ++i) {
+        Beat b;
+        if (!m_list->get(i, b))
+            continue;
+        const double t = b.rInstant();
+        if (b.isBeat) {
+            if (fixNext && haveLast && t > lastTime) {
+                b.setTiming(Beat::RR, t - lastTime <= kRestoreLongest * median ? t - lastTime : 0.0);
+                m_list->replace(b);
+            }
+            fixNext = false;
+            haveLast = true;
+            lastTime = t;
+            if (b.medianRR() > 0.0)
+                median = b.medianRR();
+            continue;
+        }
+        if (!haveLast || !(median > 0.0) || t - lastTime < kRestoreSpacing * median)
+            continue;
+        Entry e;
+        e.rInstant = t;
+        bool shows = false;
+        for (int c = 0; c < channels && !shows; ++c) {
+            if (ref.sign[c] == 0 || ref.unit[c].empty())
+                continue;
+            shows = MorphologyMatcher::shiftedCorrelation(beatWindow(e, c), ref.unit[c],
+                        kTemplateShift)
+                >= kNoisyMatch;
+        }
+        if (!shows)
+            continue;
+        // The next entry must not be a better candidate for this beat.
+        Beat next;
+        if (m_list->get(i + 1, next) && next.rInstant() - t < kRestoreSpacing * median
+            && next.isBeat)
+            continue;
+        b.isBeat = true;
+        // After a beat that stayed lost the interval means nothing, as after a noisy stretch.
+        b.setTiming(Beat::RR, t - lastTime <= kRestoreLongest * median ? t - lastTime : 0.0);
+        b.setTiming(Beat::MedianRR, median);
+        m_list->replace(b);
+        if (!restored) {
+            restored = m_classes->createNext();
+            restored->setType(BeatN);
+        }
+        restored->add(i, true);
+        fixNext = true;
+        lastTime = t;
     }
 }
 

@@ -27,6 +27,8 @@ public:
 
     // The steps of run(), in its order.
     void ventricularClasses();
+    void normalOnCleanLead();
+    void restoreCleanLeadBeats();
     void ventricularRuns();
     void conductedFibrillation();
     void prematureSupraventricular();
