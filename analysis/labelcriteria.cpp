@@ -114,25 +114,30 @@ std::vector<bool> irregularRhythm(const std::vector<double>& rr, int window)
     const int span = std::max(8, window);
     if (m < span + 3)
         return flags;
+    // Whether the window of `span` intervals from each start is irregular: the median change,
+    // so that a few ectopic beats in a regular rhythm don't count, at lags 1 to 3, so that
+    // bigeminy and trigeminy, which repeat, don't either.
     std::vector<double> part(static_cast<size_t>(span));
-    for (int k = 0; k < m; ++k) {
-        // A window of `span` intervals around k, all with three predecessors.
-        const int from = std::max(3, std::min(k - span / 2, m - span));
+    std::vector<char> irregularFrom(size_t(m), 0);
+    for (int from = 3; from + span <= m; ++from) {
         double mean = 0.0;
         for (int j = from; j < from + span; ++j)
             mean += v[size_t(j)];
         mean /= span;
         bool irregular = mean > 0.0;
-        // The median change, so that a few ectopic beats in a regular rhythm don't count, at
-        // lags 1 to 3, so that bigeminy and trigeminy, which repeat, don't either.
         for (int lag = 1; lag <= 3 && irregular; ++lag) {
             for (int j = 0; j < span; ++j)
                 part[size_t(j)] = std::fabs(v[size_t(from + j)] - v[size_t(from + j - lag)]);
             std::nth_element(part.begin(), part.begin() + span / 2, part.end());
             irregular = part[size_t(span / 2)] / mean > kIrregular;
         }
-        flags[at[size_t(k)]] = irregular;
+        irregularFrom[size_t(from)] = irregular;
     }
+    // An interval takes the verdict of the window centred on it (near the ends, of the first or
+    // last window).
+    const int lastFrom = m - span;
+    for (int k = 0; k < m; ++k)
+        flags[at[size_t(k)]] = irregularFrom[size_t(std::clamp(k - span / 2, 3, lastFrom))];
     return flags;
 }
 

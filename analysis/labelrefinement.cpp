@@ -17,6 +17,7 @@ namespace {
 constexpr int kAveragedMembers = 200;
 constexpr int kTemplateShift = 10; // samples at 250 Hz, about 40 ms each way
 constexpr int kSmallClass = 3; // members; below it the timing must confirm the shape
+constexpr double kNormalMatch = 0.9; // correlation with the dominant beat on every QRS lead
 constexpr double kOnTimeLow = 0.9; // mean RR / median RR of a class on the dominant rhythm
 constexpr double kOnTimeHigh = 1.1;
 // Correlation with the dominant beat, on every lead with a QRS, that muscle noise of a quarter
@@ -65,7 +66,7 @@ void LabelRefinement::run()
     if (!m_list || !m_source || !m_classes || m_source->samplingRate() <= 0)
         return;
     ventricularClasses();
-    normalOnCleanLead();
+    normalShapedClasses();
     restoreCleanLeadBeats();
     loadEntries();
     ventricularRuns();
@@ -238,9 +239,10 @@ void LabelRefinement::smallVentricularMatches()
     }
 }
 
-// Noise makes every beat's shape unique, so the beats of a noisy stretch are left in classes of
-// their own; on time and still like the dominant beat, they are normal.
-void LabelRefinement::normalOnCleanLead()
+// Classes left U that have the dominant beat's shape are normal; so are those on time and still
+// like it under noise, which makes every beat's shape unique and leaves the beats of a noisy
+// stretch in classes of their own.
+void LabelRefinement::normalShapedClasses()
 {
     BeatClass* reference = referenceClass();
     if (!reference)
@@ -248,9 +250,9 @@ void LabelRefinement::normalOnCleanLead()
     const Shape ref = shapeOf(*reference);
     for (const auto& entry : m_classes->classes()) {
         BeatClass* cls = entry.second.get();
-        if (cls->type != BeatU || !(cls->meanRrRatio >= kOnTimeLow)
-            || !(cls->meanRrRatio <= kOnTimeHigh))
+        if (cls->type != BeatU)
             continue;
+        const bool onTime = cls->meanRrRatio >= kOnTimeLow && cls->meanRrRatio <= kOnTimeHigh;
         const Shape s = shapeOf(*cls);
         int leads = 0;
         double worst = 1.0;
@@ -261,7 +263,8 @@ void LabelRefinement::normalOnCleanLead()
             worst = std::min(worst,
                 MorphologyMatcher::shiftedCorrelation(s.unit[c], ref.unit[c], kTemplateShift));
         }
-        if (leads > 0 && worst >= kNoisyMatch)
+        // Early beats of a normal shape are sorted out beat by beat (prematureSupraventricular).
+        if (leads > 0 && (worst >= kNormalMatch || (onTime && worst >= kNoisyMatch)))
             cls->setType(BeatN);
     }
 }

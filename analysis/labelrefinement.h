@@ -11,9 +11,11 @@ class SignalSource;
 
 // Refines the types that the automatic rule gave, with criteria a cardiologist can check on a
 // strip (see labelcriteria.h): classes whose QRS is far from the dominant normal beat, or wide
-// and different, become V; a beat inside a run of ventricular beats of its own shape takes the
-// run's type; beats typed S inside atrially fibrillating rhythm are conducted beats and become
-// N; and a normal-shaped beat that comes early, before a longer interval, becomes S.
+// and different, become V; classes of the dominant shape, or on time and like it under noise,
+// become N; noise entries that show the dominant beat in time become beats; a beat inside a run
+// of ventricular beats of its own shape takes the run's type; beats typed S inside atrially
+// fibrillating rhythm are conducted beats and become N; and a normal-shaped beat that comes
+// early, before a longer interval or more early beats, becomes S.
 //
 // Whole classes are retyped where the criterion is about the class; beats that change type on
 // their own leave their class for a new one of that type (one per class left), so every beat
@@ -27,7 +29,7 @@ public:
 
     // The steps of run(), in its order.
     void ventricularClasses();
-    void normalOnCleanLead();
+    void normalShapedClasses();
     void restoreCleanLeadBeats();
     void ventricularRuns();
     void conductedFibrillation();

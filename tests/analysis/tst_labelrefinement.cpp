@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 using namespace classify;
@@ -27,23 +28,36 @@ std::vector<double> complexOf(double sigma, double tAmplitude = 200.0)
     return x;
 }
 
-// Beats classified and typed with or without the refinement; every beat must keep its class's
-// type either way.
-std::vector<int> typesOf(const std::vector<Placed>& p, bool refine)
+// Beats classified and typed with or without the refinement, with the entries at `noise` turned
+// into noise first; every real beat must keep its class's type either way.
+std::vector<Beat> processed(const std::vector<Placed>& p, bool refine, std::vector<int> noise = {})
 {
     ListedBeats s(p);
+    for (int i : noise) {
+        Beat b = s.list.beats()[size_t(i)];
+        b.isBeat = false;
+        s.list.replace(b);
+    }
     BeatClassifier classifier;
     classifier.refineLabels = refine;
     classifier.init(&s.list, s.signal.get(), &s.classes);
     while (classifier.index() < s.list.count())
         classifier.step();
     classifier.finish();
-    std::vector<int> types;
     for (const Beat& b : s.list.beats()) {
+        if (!b.isBeat)
+            continue;
         const BeatClass* cls = s.classes.find(b.classId);
         EXPECT_TRUE(cls && cls->type == b.type) << "beat " << b.index;
-        types.push_back(b.type);
     }
+    return s.list.beats();
+}
+
+std::vector<int> typesOf(const std::vector<Placed>& p, bool refine)
+{
+    std::vector<int> types;
+    for (const Beat& b : processed(p, refine))
+        types.push_back(b.type);
     return types;
 }
 
@@ -184,4 +198,76 @@ TEST(LabelRefinement, AVentricularRunTakesOneTypeAndNormalBeatsStayN)
         const bool inRun = i >= runStart && i < runEnd;
         EXPECT_EQ(refined[i], inRun ? BeatV : BeatN) << "beat " << i;
     }
+}
+
+// Early normal beats: 0.825 of the median RR, before a longer interval, is S; 0.8625 is not. A
+// run of early beats is S throughout, though the median RR follows its rate.
+TEST(LabelRefinement, EarlyNormalBeatsAndRunsBecomeSAtTheirLimit)
+{
+    std::vector<Placed> p = regular(1.0, 0.8, 40);
+    double t = p.back().r;
+    const auto add = [&](double rr, double median) { p.push_back({ t += rr, Shape::Normal, rr, median }); };
+    add(0.66, 0.8);
+    const size_t early = p.size() - 1;
+    add(0.94, 0.8);
+    for (int i = 0; i < 20; ++i)
+        add(0.8, 0.8);
+    add(0.69, 0.8);
+    const size_t late = p.size() - 1;
+    add(0.91, 0.8);
+    for (int i = 0; i < 20; ++i)
+        add(0.8, 0.8);
+    const size_t runStart = p.size();
+    for (double median : { 0.8, 0.75, 0.7, 0.6, 0.5, 0.45 })
+        add(0.45, median);
+    const size_t runEnd = p.size();
+    add(1.0, 0.5);
+    for (int i = 0; i < 20; ++i)
+        add(0.8, 0.8);
+
+    const std::vector<int> types = typesOf(p, true);
+    EXPECT_EQ(types[early], BeatS);
+    EXPECT_EQ(types[late], BeatN);
+    for (size_t i = runStart; i < runEnd; ++i)
+        EXPECT_EQ(types[i], BeatS) << "run beat " << i - runStart;
+    EXPECT_EQ(std::count(types.begin(), types.end(), BeatS), long(runEnd - runStart) + 1);
+}
+
+// In fibrillation-like rhythm the early beats are conducted, not supraventricular ectopy: the
+// literal rules give S, the refinement none once half a window (32 intervals) of fibrillation has
+// gone by.
+TEST(LabelRefinement, ConductedBeatsInIrregularRhythmAreNotS)
+{
+    std::vector<Placed> p = regular(1.0, 0.8, 30);
+    std::mt19937 rng(3);
+    std::uniform_real_distribution<double> interval(0.45, 1.0);
+    double t = p.back().r;
+    for (int i = 0; i < 150; ++i) {
+        const double rr = interval(rng);
+        p.push_back({ t += rr, Shape::Normal, rr, 0.72 });
+    }
+    const std::vector<int> literal = typesOf(p, false);
+    const std::vector<int> refined = typesOf(p, true);
+    const long settled = 30 + 32;
+    EXPECT_GT(std::count(literal.begin() + settled, literal.end(), BeatS), 20);
+    EXPECT_EQ(std::count(refined.begin() + settled, refined.end(), BeatS), 0);
+}
+
+// Noise entries that show the dominant beat at its time become beats again, with the interval
+// from the last beat; one that sits where a T wave would stays noise.
+TEST(LabelRefinement, NoiseEntriesShowingTheDominantBeatInTimeAreRestored)
+{
+    std::vector<Placed> p = regular(1.0, 0.8, 60);
+    p.insert(p.begin() + 50, { p[49].r + 0.3, Shape::Normal, 0.3, 0.8 }); // at the T wave
+    const std::vector<int> noise = { 40, 41, 50 };
+    const std::vector<Beat> literal = processed(p, false, noise);
+    const std::vector<Beat> refined = processed(p, true, noise);
+    for (int i : { 40, 41 }) {
+        EXPECT_FALSE(literal[size_t(i)].isBeat);
+        EXPECT_TRUE(refined[size_t(i)].isBeat) << i;
+        EXPECT_EQ(refined[size_t(i)].type, BeatN) << i;
+        EXPECT_NEAR(refined[size_t(i)].rr(), 0.8, 1e-9) << i;
+    }
+    EXPECT_NEAR(refined[42].rr(), 0.8, 1e-9);
+    EXPECT_FALSE(refined[50].isBeat);
 }
