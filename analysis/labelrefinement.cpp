@@ -23,8 +23,6 @@ constexpr double kOnTimeHigh = 1.1;
 // Correlation with the dominant beat, on every lead with a QRS, that muscle noise of a quarter
 // of the QRS amplitude still leaves to a normal beat.
 constexpr double kNoisyMatch = 0.7;
-constexpr double kRestoreSpacing = 0.75; // of the median RR, at least, after the last beat
-constexpr double kRestoreLongest = 1.5; // of the median RR: a longer interval counts for nothing
 constexpr double kClearT = 0.5; // mean T polarity
 constexpr int kMatchedVentricular = 5; // members of a V class that small classes may match
 constexpr double kSmallMatch = 0.85; // correlation on every QRS lead
@@ -67,7 +65,7 @@ void LabelRefinement::run()
         return;
     ventricularClasses();
     normalShapedClasses();
-    restoreCleanLeadBeats();
+    trackNoisyStretches();
     loadEntries();
     ventricularRuns();
     conductedFibrillation();
@@ -266,72 +264,6 @@ void LabelRefinement::normalShapedClasses()
         // Early beats of a normal shape are sorted out beat by beat (prematureSupraventricular).
         if (leads > 0 && (worst >= kNormalMatch || (onTime && worst >= kNoisyMatch)))
             cls->setType(BeatN);
-    }
-}
-
-// Entries that detection or noise checking left as noise but that show the dominant beat, in
-// time with the rhythm, become beats again, in a class of their own.
-void LabelRefinement::restoreCleanLeadBeats()
-{
-    BeatClass* reference = referenceClass();
-    if (!reference)
-        return;
-    const Shape ref = shapeOf(*reference);
-    const int channels = std::min(m_source->channelCount(), int(Beat::kChannels));
-    BeatClass* restored = nullptr;
-    bool haveLast = false;
-    double lastTime = 0.0;
-    double median = 0.0;
-    bool fixNext = false; // the next real beat's RR spans a restored one
-    const int n = m_list->count();
-    for (int i = 0; i < n; ++i) {
-        Beat b;
-        if (!m_list->get(i, b))
-            continue;
-        const double t = b.rInstant();
-        if (b.isBeat) {
-            if (fixNext && haveLast && t > lastTime) {
-                b.setTiming(Beat::RR, t - lastTime <= kRestoreLongest * median ? t - lastTime : 0.0);
-                m_list->replace(b);
-            }
-            fixNext = false;
-            haveLast = true;
-            lastTime = t;
-            if (b.medianRR() > 0.0)
-                median = b.medianRR();
-            continue;
-        }
-        if (!haveLast || !(median > 0.0) || t - lastTime < kRestoreSpacing * median)
-            continue;
-        Entry e;
-        e.rInstant = t;
-        bool shows = false;
-        for (int c = 0; c < channels && !shows; ++c) {
-            if (ref.sign[c] == 0 || ref.unit[c].empty())
-                continue;
-            shows = MorphologyMatcher::shiftedCorrelation(beatWindow(e, c), ref.unit[c],
-                        kTemplateShift)
-                >= kNoisyMatch;
-        }
-        if (!shows)
-            continue;
-        // The next entry must not be a better candidate for this beat.
-        Beat next;
-        if (m_list->get(i + 1, next) && next.rInstant() - t < kRestoreSpacing * median
-            && next.isBeat)
-            continue;
-        b.isBeat = true;
-        // After a beat that stayed lost the interval means nothing, as after a noisy stretch.
-        b.setTiming(Beat::RR, t - lastTime <= kRestoreLongest * median ? t - lastTime : 0.0);
-        b.setTiming(Beat::MedianRR, median);
-        m_list->replace(b);
-        if (!restored) {
-            restored = m_classes->createNext();
-            restored->setType(BeatN);
-        }
-        restored->add(i, true);
-        fixNext = true;
-        lastTime = t;
     }
 }
 

@@ -30,7 +30,11 @@ public:
     // The steps of run(), in its order.
     void ventricularClasses();
     void normalShapedClasses();
-    void restoreCleanLeadBeats();
+    // Through stretches where noise leaves only doubtful entries (noise entries and beats alone
+    // in a U class), follows the rhythm: of the entries where the next beat is due, the one most
+    // like the dominant beat becomes a normal beat, and the doubtful beats passed over become
+    // noise.
+    void trackNoisyStretches();
     void ventricularRuns();
     void conductedFibrillation();
     void prematureSupraventricular();
@@ -60,6 +64,8 @@ private:
     // Classes of one or two members like an established V class on every QRS lead become V.
     void smallVentricularMatches();
     std::vector<double> beatWindow(const Entry& e, int channel) const;
+    // Highest correlation of a beat with the dominant shape over the leads where it has a QRS.
+    double likeness(const Shape& reference, double rInstant) const;
     void loadEntries();
     // The rhythm's irregularity per entry, left out the intervals next to V beats.
     std::vector<bool> fibrillating() const;

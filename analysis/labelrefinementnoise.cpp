@@ -1,0 +1,164 @@
+// The part of the label refinement that follows the rhythm through noisy stretches.
+
+#include "analysis/labelrefinement.h"
+
+#include "analysis/morphologymatcher.h"
+#include "store/beatclass.h"
+#include "store/beatlist.h"
+#include "store/signalsource.h"
+
+#include <algorithm>
+#include <limits>
+#include <unordered_map>
+
+namespace {
+
+constexpr int kTemplateShift = 10; // samples at 250 Hz, about 40 ms each way
+constexpr int kDoubtfulClass = 3; // members; a smaller U class says the shape was unique
+constexpr double kEarliest = 0.75; // of the median RR after the last beat: the next one's window
+constexpr double kLatest = 1.3;
+constexpr double kTrackMatch = 0.6; // correlation with the dominant beat on its best lead
+constexpr int kMostMissed = 3; // windows without a beat before the rhythm counts as lost
+
+} // namespace
+
+double LabelRefinement::likeness(const Shape& reference, double rInstant) const
+{
+    Entry e;
+    e.rInstant = rInstant;
+    double best = -1.0;
+    const int channels = std::min(m_source->channelCount(), int(Beat::kChannels));
+    for (int c = 0; c < channels; ++c) {
+        if (reference.sign[c] == 0 || reference.unit[c].empty())
+            continue;
+        best = std::max(best,
+            MorphologyMatcher::shiftedCorrelation(beatWindow(e, c), reference.unit[c],
+                kTemplateShift));
+    }
+    return best;
+}
+
+void LabelRefinement::trackNoisyStretches()
+{
+    BeatClass* reference = referenceClass();
+    if (!reference)
+        return;
+    const Shape ref = shapeOf(*reference);
+    std::unordered_map<int, BeatClass*> owner;
+    for (const auto& entry : m_classes->classes())
+        for (int index : entry.second->members)
+            owner[index] = entry.second.get();
+
+    struct Candidate
+    {
+        Beat beat;
+        double likeness;
+    };
+    std::vector<Candidate> pending; // doubtful entries since the last beat, in time order
+    BeatClass* tracked = nullptr; // the normal beats found on the rhythm
+    bool haveLast = false;
+    double last = 0.0; // time of the last beat, or where it was due
+    double median = 0.0;
+    int missed = 0;
+    bool lastTracked = false; // the last beat was one found here; the next one's RR spans it
+
+    const auto interval = [&](double t) { return missed == 0 ? t - last : 0.0; };
+    // Settles the windows where the next beat is due that end before `seen` (all their entries
+    // are known), taking only entries before `cap` (where a sure beat follows).
+    const auto settle = [&](double seen, double cap) {
+        while (haveLast && !pending.empty()) {
+            const double from = last + kEarliest * median;
+            const double to = std::min(last + kLatest * median, cap);
+            if (last + kLatest * median > seen || from > cap)
+                break;
+            Candidate* best = nullptr;
+            for (Candidate& c : pending) {
+                const double t = c.beat.rInstant();
+                if (t >= from && t <= to && (!best || c.likeness > best->likeness))
+                    best = &c;
+            }
+            if (!best || best->likeness < kTrackMatch) {
+                last += median;
+                lastTracked = false;
+                if (++missed > kMostMissed) {
+                    haveLast = false;
+                    pending.clear();
+                }
+                pending.erase(std::remove_if(pending.begin(), pending.end(),
+                                  [&](const Candidate& c) { return c.beat.rInstant() < last; }),
+                    pending.end());
+                continue;
+            }
+            const double t = best->beat.rInstant();
+            for (Candidate& c : pending) {
+                if (c.beat.rInstant() > t)
+                    break;
+                const auto it = owner.find(c.beat.index);
+                BeatClass* cls = it == owner.end() ? nullptr : it->second;
+                Beat& b = c.beat;
+                if (&c == best) {
+                    if (!tracked) {
+                        tracked = m_classes->createNext();
+                        tracked->setType(BeatN);
+                    }
+                    if (cls)
+                        cls->removeMember(b.index, true);
+                    b.isBeat = true;
+                    b.setTiming(Beat::RR, interval(t));
+                    b.setTiming(Beat::MedianRR, median);
+                    m_list->replace(b);
+                    tracked->add(b.index, true);
+                    owner[b.index] = tracked;
+                } else if (b.isBeat) {
+                    // Passed over by the rhythm: noise, as additional noise removal would make
+                    // a run of such beats.
+                    if (cls)
+                        cls->removeMember(b.index, true);
+                    owner.erase(b.index);
+                    b.isBeat = false;
+                    m_list->replace(b);
+                }
+            }
+            pending.erase(pending.begin(),
+                std::find_if(pending.begin(), pending.end(),
+                    [t](const Candidate& c) { return c.beat.rInstant() > t; }));
+            last = t;
+            missed = 0;
+            lastTracked = true;
+        }
+    };
+
+    const int n = m_list->count();
+    for (int i = 0; i < n; ++i) {
+        Beat b;
+        if (!m_list->get(i, b))
+            continue;
+        const auto it = owner.find(i);
+        const bool doubtful = !b.isBeat
+            || (it != owner.end() && it->second->type == BeatU
+                && it->second->memberCount() < kDoubtfulClass);
+        const double t = b.rInstant();
+        if (doubtful) {
+            if (haveLast) {
+                pending.push_back({ b, likeness(ref, t) });
+                settle(t, std::numeric_limits<double>::infinity());
+            }
+            continue;
+        }
+        settle(t, t - kEarliest * median);
+        if (lastTracked && haveLast && t > last) {
+            b.setTiming(Beat::RR, interval(t));
+            m_list->replace(b);
+        }
+        pending.clear();
+        haveLast = true;
+        last = t;
+        missed = 0;
+        lastTracked = false;
+        if (b.medianRR() > 0.0)
+            median = b.medianRR();
+        if (!(median > 0.0))
+            haveLast = false;
+    }
+    settle(std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity());
+}
