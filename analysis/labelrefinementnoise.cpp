@@ -60,7 +60,9 @@ void LabelRefinement::trackNoisyStretches()
     double last = 0.0; // time of the last beat, or where it was due
     double median = 0.0;
     int missed = 0;
-    bool lastTracked = false; // the last beat was one found here; the next one's RR spans it
+    // The last beat was one found here, or doubtful beats after it were made noise: the next
+    // beat's RR must start from it.
+    bool lastTracked = false;
 
     const auto interval = [&](double t) { return missed == 0 ? t - last : 0.0; };
     // Settles the windows where the next beat is due that end before `seen` (all their entries
@@ -117,6 +119,7 @@ void LabelRefinement::trackNoisyStretches()
                     owner.erase(b.index);
                     b.isBeat = false;
                     m_list->replace(b);
+                    lastTracked = true;
                 }
             }
             pending.erase(pending.begin(),
@@ -146,6 +149,23 @@ void LabelRefinement::trackNoisyStretches()
             continue;
         }
         settle(t, t - kEarliest * median);
+        // A sure beat where the rhythm has it due: the doubtful beats since the last one that
+        // don't look like the dominant beat were noise.
+        if (haveLast && missed == 0 && t >= last + kEarliest * median
+            && t <= last + kLatest * median) {
+            for (Candidate& c : pending) {
+                if (!c.beat.isBeat || c.likeness >= kTrackMatch)
+                    continue;
+                const auto owned = owner.find(c.beat.index);
+                if (owned != owner.end()) {
+                    owned->second->removeMember(c.beat.index, true);
+                    owner.erase(owned);
+                }
+                c.beat.isBeat = false;
+                m_list->replace(c.beat);
+                lastTracked = true;
+            }
+        }
         if (lastTracked && haveLast && t > last) {
             b.setTiming(Beat::RR, interval(t));
             m_list->replace(b);

@@ -271,3 +271,4 @@ TEST(LabelRefinement, NoiseEntriesShowingTheDominantBeatInTimeAreRestored)
     EXPECT_NEAR(refined[42].rr(), 0.8, 1e-9);
     EXPECT_FALSE(refined[50].isBeat);
 }
+
