@@ -25,7 +25,7 @@ constexpr double kEctopicTiming = 0.85; // mean RR / median RR of a premature cl
 constexpr double kPauseShare = 1.8; // RR before + after, in median RRs
 
 // Irregularity above this (median absolute change of RR over mean RR) at every lag of 1 to 3.
-constexpr double kIrregular = 0.1;
+constexpr double kIrregular = 0.12;
 
 } // namespace
 

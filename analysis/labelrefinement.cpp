@@ -31,6 +31,7 @@ constexpr double kRunMatch = 0.9; // correlation with the run's shape on every Q
 constexpr double kRunUnlikeNormal = 0.8; // correlation with the dominant beat on some lead
 constexpr double kRunLongest = 1.3; // of the median RR: a longer interval ends a run
 constexpr double kEarly = 0.85; // of the median RR and of the previous RR: an early beat
+constexpr int kSettledBeats = 10;
 constexpr double kLongerAfter = 1.15; // the next interval, times the early one
 
 std::vector<double> meanRemoved(std::vector<double> v)
@@ -363,6 +364,7 @@ void LabelRefinement::prematureSupraventricular()
     const std::vector<bool> af = fibrillating();
     std::vector<size_t> early;
     double runBaseline = 0.0; // median RR before a run of early beats, 0 outside one
+    int settled = 0; // beats with an RR in a row: the median RR needs some to mean anything
     for (size_t i = 1; i + 1 < m_entries.size(); ++i) {
         const Entry& e = m_entries[i];
         const int type = e.type();
@@ -370,8 +372,10 @@ void LabelRefinement::prematureSupraventricular()
             continue; // neither starts nor ends a run
         if (af[i] || type != BeatN && type != BeatS || !(e.rr > 0.0)) {
             runBaseline = 0.0;
+            settled = 0;
             continue;
         }
+        ++settled;
         // Inside a run the median follows the fast rate; the rate before the run still counts.
         if (runBaseline > 0.0 && e.rr < kEarly * runBaseline) {
             early.push_back(i);
@@ -385,7 +389,8 @@ void LabelRefinement::prematureSupraventricular()
         // An early beat is followed by a longer interval, or by more early beats.
         const bool followed = next > kLongerAfter * e.rr
             || labelcriteria::premature(next, e.medianRr, kEarly);
-        if (type == BeatS || (startsEarly && followed)) {
+        // A run starts only with a beat that is early against the rhythm before it.
+        if (startsEarly && settled > kSettledBeats && (type == BeatS || followed)) {
             if (type == BeatN)
                 early.push_back(i);
             runBaseline = e.medianRr;
