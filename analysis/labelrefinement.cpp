@@ -7,8 +7,6 @@
 #include "store/signalsource.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <unordered_map>
 
@@ -31,7 +29,7 @@ constexpr double kRunMatch = 0.9; // correlation with the run's shape on every Q
 constexpr double kRunUnlikeNormal = 0.8; // correlation with the dominant beat on some lead
 constexpr double kRunLongest = 1.3; // of the median RR: a longer interval ends a run
 constexpr double kEarly = 0.85; // of the median RR and of the previous RR: an early beat
-constexpr int kSettledBeats = 10;
+constexpr int kSettledBeats = 10; // beats with an RR in a row before a run can start
 constexpr double kLongerAfter = 1.15; // the next interval, times the early one
 
 std::vector<double> meanRemoved(std::vector<double> v)
@@ -167,7 +165,6 @@ void LabelRefinement::ventricularClasses()
                 MorphologyMatcher::shiftedCorrelation(s.unit[c], ref.unit[c], kTemplateShift));
             cmp.width = std::max(cmp.width, s.width[c]);
         }
-        if (getenv("LR_DEBUG")) fprintf(stderr, "cls %d n=%d type=%d leads=%d minc=%.2f w=%.0f ref=%.0f rr=%.2f -> %d\n", cls->id, cls->memberCount(), cls->type, cmp.leads, cmp.minCorrelation, cmp.width*1000, cmp.referenceWidth*1000, cls->meanRrRatio, int(labelcriteria::ventricularShape(cmp)));
         if (!labelcriteria::ventricularShape(cmp))
             continue;
         if (cls->memberCount() < kSmallClass) {
@@ -370,7 +367,7 @@ void LabelRefinement::prematureSupraventricular()
         const int type = e.type();
         if (type == BeatV || type == BeatU)
             continue; // neither starts nor ends a run
-        if (af[i] || type != BeatN && type != BeatS || !(e.rr > 0.0)) {
+        if (af[i] || (type != BeatN && type != BeatS) || !(e.rr > 0.0)) {
             runBaseline = 0.0;
             settled = 0;
             continue;
