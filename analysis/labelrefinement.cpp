@@ -29,6 +29,7 @@ constexpr double kRunMatch = 0.9; // correlation with the run's shape on every Q
 constexpr double kRunUnlikeNormal = 0.8; // correlation with the dominant beat on some lead
 constexpr double kRunLongest = 1.3; // of the median RR: a longer interval ends a run
 constexpr double kEarly = 0.85; // of the median RR and of the previous RR: an early beat
+constexpr double kRunFastest = 0.6; // s: a run of early beats beyond the first is above 100 bpm
 constexpr int kSettledBeats = 10; // beats with an RR in a row before a run can start
 constexpr double kLongerAfter = 1.15; // the next interval, times the early one
 
@@ -373,8 +374,9 @@ void LabelRefinement::prematureSupraventricular()
             continue;
         }
         ++settled;
-        // Inside a run the median follows the fast rate; the rate before the run still counts.
-        if (runBaseline > 0.0 && e.rr < kEarly * runBaseline) {
+        // Inside a run the median follows the fast rate; the rate before the run still counts,
+        // and the run must stay a tachycardia.
+        if (runBaseline > 0.0 && e.rr < kEarly * runBaseline && e.rr < kRunFastest) {
             early.push_back(i);
             continue;
         }
