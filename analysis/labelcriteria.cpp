@@ -26,6 +26,7 @@ constexpr double kPauseShare = 1.8; // RR before + after, in median RRs
 
 // Irregularity above this (median absolute change of RR over mean RR) at every lag of 1 to 3.
 constexpr double kIrregular = 0.12;
+constexpr int kWindowStep = 4; // intervals between two windows that are judged
 
 } // namespace
 
@@ -119,7 +120,8 @@ std::vector<bool> irregularRhythm(const std::vector<double>& rr, int window)
     // bigeminy and trigeminy, which repeat, don't either.
     std::vector<double> part(static_cast<size_t>(span));
     std::vector<char> irregularFrom(size_t(m), 0);
-    for (int from = 3; from + span <= m; ++from) {
+    // Windows start every kWindowStep intervals; one between takes the verdict of the nearest.
+    for (int from = 3; from + span <= m; from += kWindowStep) {
         double mean = 0.0;
         for (int j = from; j < from + span; ++j)
             mean += v[size_t(j)];
@@ -136,8 +138,12 @@ std::vector<bool> irregularRhythm(const std::vector<double>& rr, int window)
     // An interval takes the verdict of the window centred on it (near the ends, of the first or
     // last window).
     const int lastFrom = m - span;
-    for (int k = 0; k < m; ++k)
-        flags[at[size_t(k)]] = irregularFrom[size_t(std::clamp(k - span / 2, 3, lastFrom))];
+    for (int k = 0; k < m; ++k) {
+        const int from = std::clamp(k - span / 2, 3, lastFrom);
+        const int computed = std::min(3 + (from - 3 + kWindowStep / 2) / kWindowStep * kWindowStep,
+            3 + (lastFrom - 3) / kWindowStep * kWindowStep);
+        flags[at[size_t(k)]] = irregularFrom[size_t(computed)];
+    }
     return flags;
 }
 

@@ -68,6 +68,7 @@ void LabelRefinement::run()
     trackNoisyStretches();
     loadEntries();
     ventricularRuns();
+    m_fibrillating = fibrillating();
     conductedFibrillation();
     prematureSupraventricular();
 }
@@ -83,7 +84,15 @@ BeatClass* LabelRefinement::referenceClass() const
     return best;
 }
 
-LabelRefinement::Shape LabelRefinement::shapeOf(const BeatClass& cls) const
+const LabelRefinement::Shape& LabelRefinement::shapeOf(const BeatClass& cls)
+{
+    auto it = m_shapes.find(&cls);
+    if (it == m_shapes.end())
+        it = m_shapes.emplace(&cls, measureShape(cls)).first;
+    return it->second;
+}
+
+LabelRefinement::Shape LabelRefinement::measureShape(const BeatClass& cls) const
 {
     Shape s;
     const int rate = m_source->samplingRate();
@@ -136,7 +145,7 @@ void LabelRefinement::ventricularClasses()
     BeatClass* reference = referenceClass();
     if (!reference)
         return;
-    const Shape ref = shapeOf(*reference);
+    const Shape& ref = shapeOf(*reference);
     double referenceWidth = 0.0;
     for (double w : ref.width)
         referenceWidth = std::max(referenceWidth, w);
@@ -149,7 +158,7 @@ void LabelRefinement::ventricularClasses()
             candidates.push_back(cls);
     }
     for (BeatClass* cls : candidates) {
-        const Shape s = shapeOf(*cls);
+        const Shape& s = shapeOf(*cls);
         labelcriteria::ShapeComparison cmp;
         cmp.referenceWidth = referenceWidth;
         cmp.meanRrRatio = cls->meanRrRatio;
@@ -205,26 +214,26 @@ bool LabelRefinement::discordantT(const BeatClass& cls)
 
 void LabelRefinement::smallVentricularMatches()
 {
-    std::vector<std::pair<BeatClass*, Shape>> ventricular;
+    std::vector<std::pair<BeatClass*, const Shape*>> ventricular;
     std::vector<BeatClass*> small;
     for (const auto& entry : m_classes->classes()) {
         BeatClass* cls = entry.second.get();
         if (cls->type == BeatV && cls->memberCount() >= kMatchedVentricular)
-            ventricular.emplace_back(cls, shapeOf(*cls));
+            ventricular.emplace_back(cls, &shapeOf(*cls));
         else if (cls->type == BeatU && cls->memberCount() < kSmallClass)
             small.push_back(cls);
     }
     for (BeatClass* cls : small) {
-        const Shape s = shapeOf(*cls);
+        const Shape& s = shapeOf(*cls);
         for (const auto& v : ventricular) {
             // Like an established ventricular class on every lead that carries a QRS.
             int leads = 0;
             bool like = true;
             for (int c = 0; c < Beat::kChannels && like; ++c) {
-                if (s.sign[c] == 0 || s.unit[c].empty() || v.second.unit[c].empty())
+                if (s.sign[c] == 0 || s.unit[c].empty() || v.second->unit[c].empty())
                     continue;
                 ++leads;
-                like = MorphologyMatcher::shiftedCorrelation(s.unit[c], v.second.unit[c],
+                like = MorphologyMatcher::shiftedCorrelation(s.unit[c], v.second->unit[c],
                            kTemplateShift)
                     >= kSmallMatch;
             }
@@ -244,13 +253,13 @@ void LabelRefinement::normalShapedClasses()
     BeatClass* reference = referenceClass();
     if (!reference)
         return;
-    const Shape ref = shapeOf(*reference);
+    const Shape& ref = shapeOf(*reference);
     for (const auto& entry : m_classes->classes()) {
         BeatClass* cls = entry.second.get();
         if (cls->type != BeatU)
             continue;
         const bool onTime = cls->meanRrRatio >= kOnTimeLow && cls->meanRrRatio <= kOnTimeHigh;
-        const Shape s = shapeOf(*cls);
+        const Shape& s = shapeOf(*cls);
         int leads = 0;
         double worst = 1.0;
         for (int c = 0; c < Beat::kChannels; ++c) {
@@ -294,10 +303,9 @@ void LabelRefinement::ventricularRuns()
     BeatClass* reference = referenceClass();
     if (!reference)
         return;
-    const Shape ref = shapeOf(*reference);
+    const Shape& ref = shapeOf(*reference);
     std::vector<size_t> joining;
     const int channels = std::min(m_source->channelCount(), int(Beat::kChannels));
-    std::map<const BeatClass*, Shape> shapes;
     const BeatClass* runClass = nullptr; // class of the V beat the run started with
     for (size_t i = 0; i < m_entries.size(); ++i) {
         const Entry& e = m_entries[i];
@@ -310,18 +318,16 @@ void LabelRefinement::ventricularRuns()
             runClass = nullptr;
             continue;
         }
-        auto it = shapes.find(runClass);
-        if (it == shapes.end())
-            it = shapes.emplace(runClass, shapeOf(*runClass)).first;
+        const Shape& run = shapeOf(*runClass);
         // Like the run's first beat on every lead that carries its QRS, and unlike the
         // dominant normal beat on at least one.
         bool same = true;
         bool unlikeNormal = false;
         for (int c = 0; c < channels && same; ++c) {
-            if (it->second.sign[c] == 0 || it->second.unit[c].empty())
+            if (run.sign[c] == 0 || run.unit[c].empty())
                 continue;
             const std::vector<double> w = beatWindow(e, c);
-            same = MorphologyMatcher::shiftedCorrelation(w, it->second.unit[c], kTemplateShift)
+            same = MorphologyMatcher::shiftedCorrelation(w, run.unit[c], kTemplateShift)
                 >= kRunMatch;
             if (!ref.unit[c].empty()
                 && MorphologyMatcher::shiftedCorrelation(w, ref.unit[c], kTemplateShift)
@@ -349,7 +355,7 @@ std::vector<bool> LabelRefinement::fibrillating() const
 
 void LabelRefinement::conductedFibrillation()
 {
-    const std::vector<bool> af = fibrillating();
+    const std::vector<bool>& af = m_fibrillating;
     std::vector<size_t> conducted;
     for (size_t i = 0; i < m_entries.size(); ++i)
         if (af[i] && m_entries[i].type() == BeatS)
@@ -359,7 +365,7 @@ void LabelRefinement::conductedFibrillation()
 
 void LabelRefinement::prematureSupraventricular()
 {
-    const std::vector<bool> af = fibrillating();
+    const std::vector<bool>& af = m_fibrillating;
     std::vector<size_t> early;
     double runBaseline = 0.0; // median RR before a run of early beats, 0 outside one
     int settled = 0; // beats with an RR in a row: the median RR needs some to mean anything
@@ -410,6 +416,7 @@ void LabelRefinement::retype(const std::vector<size_t>& positions, int type)
             from->setType(type);
             continue;
         }
+        forget(from);
         BeatClass* to = m_classes->createNext();
         to->setType(type);
         for (size_t p : group.second) {

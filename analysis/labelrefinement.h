@@ -2,6 +2,7 @@
 
 #include "store/beat.h"
 
+#include <map>
 #include <vector>
 
 class BeatClass;
@@ -58,7 +59,11 @@ private:
     };
 
     BeatClass* referenceClass() const;
-    Shape shapeOf(const BeatClass& cls) const;
+    // The class's shape, measured once: the classes keep their members while it is used, except
+    // where forget() is called.
+    const Shape& shapeOf(const BeatClass& cls);
+    Shape measureShape(const BeatClass& cls) const;
+    void forget(const BeatClass* cls) { m_shapes.erase(cls); }
     // The mean T polarity is clearly against the QRS sign on every lead with a QRS.
     static bool discordantT(const BeatClass& cls);
     // Classes of one or two members like an established V class on every QRS lead become V.
@@ -77,4 +82,6 @@ private:
     SignalSource* m_source;
     BeatClassSet* m_classes;
     std::vector<Entry> m_entries; // the real beats in list order
+    std::vector<bool> m_fibrillating; // per entry, once the V types are settled
+    std::map<const BeatClass*, Shape> m_shapes;
 };

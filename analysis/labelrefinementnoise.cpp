@@ -43,7 +43,7 @@ void LabelRefinement::trackNoisyStretches()
     BeatClass* reference = referenceClass();
     if (!reference)
         return;
-    const Shape ref = shapeOf(*reference);
+    const Shape ref = shapeOf(*reference); // a copy: members move below
     std::unordered_map<int, BeatClass*> owner;
     for (const auto& entry : m_classes->classes())
         for (int index : entry.second->members)
@@ -103,8 +103,10 @@ void LabelRefinement::trackNoisyStretches()
                         tracked = m_classes->createNext();
                         tracked->setType(BeatN);
                     }
-                    if (cls)
+                    if (cls) {
                         cls->removeMember(b.index, true);
+                        forget(cls);
+                    }
                     b.isBeat = true;
                     b.setTiming(Beat::RR, interval(t));
                     b.setTiming(Beat::MedianRR, median);
@@ -114,8 +116,10 @@ void LabelRefinement::trackNoisyStretches()
                 } else if (b.isBeat) {
                     // Passed over by the rhythm: noise, as additional noise removal would make
                     // a run of such beats.
-                    if (cls)
+                    if (cls) {
                         cls->removeMember(b.index, true);
+                        forget(cls);
+                    }
                     owner.erase(b.index);
                     b.isBeat = false;
                     m_list->replace(b);
@@ -159,6 +163,7 @@ void LabelRefinement::trackNoisyStretches()
                 const auto owned = owner.find(c.beat.index);
                 if (owned != owner.end()) {
                     owned->second->removeMember(c.beat.index, true);
+                    forget(owned->second);
                     owner.erase(owned);
                 }
                 c.beat.isBeat = false;
@@ -181,4 +186,5 @@ void LabelRefinement::trackNoisyStretches()
             haveLast = false;
     }
     settle(std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity());
+    forget(tracked);
 }
