@@ -147,8 +147,11 @@ void LabelRefinement::ventricularClasses()
         return;
     const Shape& ref = shapeOf(*reference);
     double referenceWidth = 0.0;
-    for (double w : ref.width)
-        referenceWidth = std::max(referenceWidth, w);
+    int referenceLeads = 0;
+    for (int c = 0; c < Beat::kChannels; ++c) {
+        referenceWidth = std::max(referenceWidth, ref.width[c]);
+        referenceLeads += ref.sign[c] != 0;
+    }
 
     std::vector<BeatClass*> candidates;
     for (const auto& entry : m_classes->classes()) {
@@ -179,8 +182,9 @@ void LabelRefinement::ventricularClasses()
             continue;
         if (cls->memberCount() < kSmallClass) {
             // A lone odd shape may be an artefact or an aberrant supraventricular beat: it must
-            // also come early and be followed by a compensatory pause.
-            bool ectopic = true;
+            // show a QRS on as many leads as the dominant beat (two at most), come early and be
+            // followed by a compensatory pause.
+            bool ectopic = cmp.leads >= std::min(2, referenceLeads);
             for (int index : cls->members) {
                 Beat b, next;
                 if (!m_list->get(index, b))
