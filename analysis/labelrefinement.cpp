@@ -7,6 +7,7 @@
 #include "store/signalsource.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <unordered_map>
 
@@ -22,6 +23,8 @@ constexpr double kOnTimeHigh = 1.1;
 // of the QRS amplitude still leaves to a normal beat.
 constexpr double kNoisyMatch = 0.7;
 constexpr double kClearT = 0.5; // mean T polarity
+constexpr double kClearP = 0.5; // mean P polarity
+constexpr double kReferenceShare = 1.0 / 3.0; // of the largest N class
 constexpr int kMatchedVentricular = 5; // members of a V class that small classes may match
 constexpr double kSmallMatch = 0.85; // correlation on every QRS lead
 constexpr double kEctopicRatio = 0.9; // of the median RR: early enough for a small V class
@@ -73,15 +76,36 @@ void LabelRefinement::run()
     prematureSupraventricular();
 }
 
+// The dominant normal beat: the largest N class, unless a class of at least a third of its size
+// has a clear P wave and it has none (noise splits the normal beats into several classes, and a
+// frequent ventricular beat may then be the largest that classification typed N).
 BeatClass* LabelRefinement::referenceClass() const
 {
-    BeatClass* best = nullptr;
+    BeatClass* largest = nullptr;
     for (const auto& entry : m_classes->classes()) {
         BeatClass* cls = entry.second.get();
-        if (cls->type == BeatN && (!best || cls->memberCount() > best->memberCount()))
+        if (cls->type == BeatN && (!largest || cls->memberCount() > largest->memberCount()))
+            largest = cls;
+    }
+    if (!largest || hasClearP(*largest))
+        return largest;
+    BeatClass* best = largest;
+    for (const auto& entry : m_classes->classes()) {
+        BeatClass* cls = entry.second.get();
+        if (cls->type == BeatN && hasClearP(*cls)
+            && cls->memberCount() >= kReferenceShare * largest->memberCount()
+            && (best == largest || cls->memberCount() > best->memberCount()))
             best = cls;
     }
     return best;
+}
+
+bool LabelRefinement::hasClearP(const BeatClass& cls)
+{
+    for (int c = 0; c < cls.channelCount() && c < Beat::kChannels; ++c)
+        if (cls.qrsSign(c) != 0 && std::fabs(cls.pPolarity[c]) > kClearP)
+            return true;
+    return false;
 }
 
 const LabelRefinement::Shape& LabelRefinement::shapeOf(const BeatClass& cls)
@@ -167,7 +191,10 @@ void LabelRefinement::ventricularClasses()
         cmp.meanRrRatio = cls->meanRrRatio;
         cmp.strict = cls->type == BeatN;
         cmp.discordantT = discordantT(*cls) && !discordantT(*reference);
-        cmp.share = double(cls->memberCount()) / reference->memberCount();
+        // A second form of the normal beat keeps its P wave.
+        cmp.share = hasClearP(*reference) && !hasClearP(*cls)
+            ? 0.0
+            : double(cls->memberCount()) / reference->memberCount();
         for (int c = 0; c < Beat::kChannels; ++c) {
             // Every lead that carries this class's QRS counts, whether or not the dominant
             // beat shows one there.

@@ -59,6 +59,8 @@ private:
     };
 
     BeatClass* referenceClass() const;
+    // The mean P polarity is clear on a lead that carries the class's QRS.
+    static bool hasClearP(const BeatClass& cls);
     // The class's shape, measured once: the classes keep their members while it is used, except
     // where forget() is called.
     const Shape& shapeOf(const BeatClass& cls);

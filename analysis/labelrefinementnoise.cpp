@@ -65,6 +65,20 @@ void LabelRefinement::trackNoisyStretches()
     bool lastTracked = false;
 
     const auto interval = [&](double t) { return missed == 0 ? t - last : 0.0; };
+    // A beat the rhythm passes over is noise, as additional noise removal would make a run of
+    // such beats.
+    const auto passOver = [&](Candidate& c) {
+        Beat& b = c.beat;
+        const auto owned = owner.find(b.index);
+        if (owned != owner.end()) {
+            owned->second->removeMember(b.index, true);
+            forget(owned->second);
+            owner.erase(owned);
+        }
+        b.isBeat = false;
+        m_list->replace(b);
+        lastTracked = true;
+    };
     // Settles the windows where the next beat is due that end before `seen` (all their entries
     // are known), taking only entries before `cap` (where a sure beat follows).
     const auto settle = [&](double seen, double cap) {
@@ -114,16 +128,7 @@ void LabelRefinement::trackNoisyStretches()
                     tracked->add(b.index, true);
                     owner[b.index] = tracked;
                 } else if (b.isBeat) {
-                    // Passed over by the rhythm: noise, as additional noise removal would make
-                    // a run of such beats.
-                    if (cls) {
-                        cls->removeMember(b.index, true);
-                        forget(cls);
-                    }
-                    owner.erase(b.index);
-                    b.isBeat = false;
-                    m_list->replace(b);
-                    lastTracked = true;
+                    passOver(c);
                 }
             }
             pending.erase(pending.begin(),
@@ -157,19 +162,9 @@ void LabelRefinement::trackNoisyStretches()
         // don't look like the dominant beat were noise.
         if (haveLast && missed == 0 && t >= last + kEarliest * median
             && t <= last + kLatest * median) {
-            for (Candidate& c : pending) {
-                if (!c.beat.isBeat || c.likeness >= kTrackMatch)
-                    continue;
-                const auto owned = owner.find(c.beat.index);
-                if (owned != owner.end()) {
-                    owned->second->removeMember(c.beat.index, true);
-                    forget(owned->second);
-                    owner.erase(owned);
-                }
-                c.beat.isBeat = false;
-                m_list->replace(c.beat);
-                lastTracked = true;
-            }
+            for (Candidate& c : pending)
+                if (c.beat.isBeat && c.likeness < kTrackMatch)
+                    passOver(c);
         }
         if (lastTracked && haveLast && t > last) {
             b.setTiming(Beat::RR, interval(t));
