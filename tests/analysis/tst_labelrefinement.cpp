@@ -2,6 +2,7 @@
 
 #include "analysis/beatclassifier.h"
 #include "analysis/labelcriteria.h"
+#include "analysis/labelrefinement.h"
 
 #include <gtest/gtest.h>
 
@@ -272,3 +273,28 @@ TEST(LabelRefinement, NoiseEntriesShowingTheDominantBeatInTimeAreRestored)
     EXPECT_FALSE(refined[50].isBeat);
 }
 
+
+// Noise can split the normal beats so that a frequent ventricular beat, typed N, is the largest
+// class. A class of at least a third its size with a clear P wave is then the dominant beat, and
+// the wide P-less class becomes V; a smaller one is not enough.
+TEST(LabelRefinement, DominantClassHasThePWave)
+{
+    for (const int normals : { 12, 9 }) {
+        std::vector<Placed> p;
+        double t = 1.0;
+        for (int i = 0; i < 30 + normals; ++i)
+            p.push_back({ t += 0.8, i < 30 ? Shape::Ventricular : Shape::Normal, 0.8, 0.8 });
+        ListedBeats s(p);
+        BeatClass* wide = s.classes.create(10001);
+        wide->setType(BeatN);
+        for (int m = 0; m < 30; ++m)
+            wide->add(m, true);
+        BeatClass* normal = s.classes.create(10002);
+        normal->setType(BeatN);
+        for (int m = 30; m < 30 + normals; ++m)
+            normal->add(m, true);
+        LabelRefinement(&s.list, s.signal.get(), &s.classes).run();
+        EXPECT_EQ(wide->type, normals >= 10 ? BeatV : BeatN) << normals;
+        EXPECT_EQ(normal->type, BeatN) << normals;
+    }
+}
