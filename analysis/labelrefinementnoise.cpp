@@ -2,6 +2,7 @@
 
 #include "analysis/labelrefinement.h"
 
+#include "analysis/labelcriteria.h"
 #include "analysis/morphologymatcher.h"
 #include "store/beatclass.h"
 #include "store/beatlist.h"
@@ -17,6 +18,8 @@ constexpr int kTemplateShift = 10; // samples at 250 Hz, about 40 ms each way
 constexpr int kDoubtfulClass = 3; // members; a smaller U class says the shape was unique
 constexpr double kEarliest = 0.75; // of the median RR after the last beat: the next one's window
 constexpr double kLatest = 1.3;
+constexpr double kIrregularEarliest = 0.4; // of the median RR, in an irregular rhythm
+constexpr double kIrregularLatest = 1.8;
 constexpr double kTrackMatch = 0.6; // correlation with the dominant beat on its best lead
 constexpr int kMostMissed = 3; // windows without a beat before the rhythm counts as lost
 
@@ -54,6 +57,29 @@ void LabelRefinement::trackNoisyStretches()
         Beat beat;
         double likeness;
     };
+    // The rhythm's irregularity at each sure beat, from the intervals between sure beats.
+    const int n = m_list->count();
+    std::vector<double> sureRr(size_t(std::max(n, 0)), 0.0);
+    {
+        Beat b;
+        int lastSure = -1;
+        int lastType = BeatV;
+        for (int i = 0; i < n; ++i) {
+            if (!m_list->get(i, b) || !b.isBeat)
+                continue;
+            const auto it = owner.find(i);
+            BeatClass* cls = it == owner.end() ? nullptr : it->second;
+            if (cls && cls->type == BeatU && cls->memberCount() < kDoubtfulClass)
+                continue;
+            const int type = cls ? cls->type : BeatU;
+            if (lastSure >= 0 && type != BeatV && lastType != BeatV && b.rr() > 0.0)
+                sureRr[size_t(i)] = b.rr();
+            lastSure = i;
+            lastType = type;
+        }
+    }
+    const std::vector<bool> irregularAt = labelcriteria::irregularRhythm(sureRr);
+    bool irregular = false;
     std::vector<Candidate> pending; // doubtful entries since the last beat, in time order
     BeatClass* tracked = nullptr; // the normal beats found on the rhythm
     bool haveLast = false;
@@ -83,14 +109,24 @@ void LabelRefinement::trackNoisyStretches()
     // are known), taking only entries before `cap` (where a sure beat follows).
     const auto settle = [&](double seen, double cap) {
         while (haveLast && !pending.empty()) {
-            const double from = last + kEarliest * median;
-            const double to = std::min(last + kLatest * median, cap);
-            if (last + kLatest * median > seen || from > cap)
+            // In an irregular rhythm the next beat may come anywhere in a wider window; the
+            // first entry there that looks like the dominant beat is taken.
+            const double early = irregular ? kIrregularEarliest : kEarliest;
+            const double late = irregular ? kIrregularLatest : kLatest;
+            const double from = last + early * median;
+            const double to = std::min(last + late * median, cap);
+            if (last + late * median > seen || from > cap)
                 break;
             Candidate* best = nullptr;
             for (Candidate& c : pending) {
                 const double t = c.beat.rInstant();
-                if (t >= from && t <= to && (!best || c.likeness > best->likeness))
+                if (t < from || t > to)
+                    continue;
+                if (irregular && c.likeness >= kTrackMatch) {
+                    best = &c;
+                    break;
+                }
+                if (!best || c.likeness > best->likeness)
                     best = &c;
             }
             if (!best || best->likeness < kTrackMatch) {
@@ -140,7 +176,6 @@ void LabelRefinement::trackNoisyStretches()
         }
     };
 
-    const int n = m_list->count();
     for (int i = 0; i < n; ++i) {
         Beat b;
         if (!m_list->get(i, b))
@@ -173,6 +208,8 @@ void LabelRefinement::trackNoisyStretches()
         pending.clear();
         haveLast = true;
         last = t;
+        if (sureRr[size_t(i)] > 0.0)
+            irregular = irregularAt[size_t(i)];
         missed = 0;
         lastTracked = false;
         if (b.medianRR() > 0.0)
