@@ -192,7 +192,9 @@ void LabelRefinement::trackNoisyStretches()
             }
             continue;
         }
-        settle(t, t - kEarliest * median);
+        // Everything before a sure beat is known; its own window is left to it.
+        settle(std::numeric_limits<double>::infinity(),
+            t - (irregular ? kIrregularEarliest : kEarliest) * median);
         // A sure beat where the rhythm has it due: the doubtful beats since the last one that
         // don't look like the dominant beat were noise.
         if (haveLast && missed == 0 && t >= last + kEarliest * median

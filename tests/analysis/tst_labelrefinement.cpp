@@ -298,3 +298,23 @@ TEST(LabelRefinement, DominantClassHasThePWave)
         EXPECT_EQ(normal->type, BeatN) << normals;
     }
 }
+
+// In an irregular rhythm the next beat may come early or late: noise entries that show the
+// dominant beat are restored there too, from 0.4 to 1.8 median intervals after the last beat.
+TEST(LabelRefinement, NoiseEntriesAreRestoredInAnIrregularRhythm)
+{
+    std::vector<Placed> p = regular(1.0, 0.8, 10);
+    std::mt19937 rng(4);
+    std::uniform_real_distribution<double> interval(0.5, 1.1);
+    double t = p.back().r;
+    for (int i = 0; i < 150; ++i) {
+        const double rr = i == 100 ? 0.4 : i == 101 ? 1.3 : interval(rng);
+        p.push_back({ t += rr, Shape::Normal, rr, 0.8 });
+    }
+    const std::vector<int> noise = { 109, 110, 111, 112 }; // an early and a late one among them
+    const std::vector<Beat> refined = processed(p, true, noise);
+    for (int i : noise) {
+        EXPECT_TRUE(refined[size_t(i)].isBeat) << i;
+        EXPECT_EQ(refined[size_t(i)].type, BeatN) << i;
+    }
+}
