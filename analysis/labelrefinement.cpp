@@ -23,7 +23,6 @@ constexpr double kOnTimeHigh = 1.1;
 // of the QRS amplitude still leaves to a normal beat.
 constexpr double kNoisyMatch = 0.7;
 constexpr double kClearT = 0.5; // mean T polarity
-constexpr double kSmallLead = 0.25; // of the largest lead's QRS amplitude
 constexpr double kClearP = 0.5; // mean P polarity
 constexpr double kReferenceShare = 1.0 / 3.0; // of the largest N class
 constexpr int kMatchedVentricular = 5; // members of a V class that small classes may match
@@ -148,13 +147,8 @@ LabelRefinement::Shape LabelRefinement::measureShape(const BeatClass& cls) const
         s.sign[c] = cls.qrsSign(c);
         s.unit[c].assign(cls.templ[c].begin(), cls.templ[c].end());
         MorphologyMatcher::normalise(s.unit[c]);
-        if (counts[c] > 0 && s.sign[c] != 0) {
+        if (counts[c] > 0 && s.sign[c] != 0)
             s.width[c] = labelcriteria::qrsWidth(sum[c].data(), length, rate, r);
-            const int half = int(0.1 * rate + 0.5);
-            const auto range = std::minmax_element(sum[c].begin() + std::max(0, r - half),
-                sum[c].begin() + std::min(length, r + half));
-            s.amplitude[c] = (*range.second - *range.first) / counts[c];
-        }
     }
     return s;
 }
@@ -192,9 +186,6 @@ void LabelRefinement::ventricularClasses()
     }
     for (BeatClass* cls : candidates) {
         const Shape& s = shapeOf(*cls);
-        double largest = 0.0;
-        for (double a : s.amplitude)
-            largest = std::max(largest, a);
         labelcriteria::ShapeComparison cmp;
         cmp.referenceWidth = referenceWidth;
         cmp.meanRrRatio = cls->meanRrRatio;
@@ -206,10 +197,8 @@ void LabelRefinement::ventricularClasses()
             : double(cls->memberCount()) / reference->memberCount();
         for (int c = 0; c < Beat::kChannels; ++c) {
             // Every lead that carries this class's QRS counts, whether or not the dominant
-            // beat shows one there, unless its QRS is too small beside the class's largest for
-            // its shape to mean anything.
-            if (s.sign[c] == 0 || s.unit[c].empty() || ref.unit[c].empty()
-                || s.amplitude[c] < kSmallLead * largest)
+            // beat shows one there.
+            if (s.sign[c] == 0 || s.unit[c].empty() || ref.unit[c].empty())
                 continue;
             ++cmp.leads;
             cmp.minCorrelation = std::min(cmp.minCorrelation,

@@ -45,7 +45,6 @@ private:
     {
         std::vector<double> unit[Beat::kChannels]; // unit-length templates, from R - 0.2 s
         double width[Beat::kChannels] = {}; // seconds, 0 where the lead has no QRS
-        double amplitude[Beat::kChannels] = {}; // peak to peak of the average within 0.1 s of R
         int sign[Beat::kChannels] = {};
     };
     // One real beat of the list with its class (null for a beat outside every class).
