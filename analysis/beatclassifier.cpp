@@ -1,6 +1,7 @@
 #include "analysis/beatclassifier.h"
 
 #include "analysis/averagebeatdelineator.h"
+#include "analysis/labelrefinement.h"
 #include "analysis/typeassignment.h"
 #include "store/beatclass.h"
 #include "store/beatlist.h"
@@ -168,6 +169,8 @@ void BeatClassifier::finish()
     }
     TypeAssignment assignment(m_list, m_source250, m_classes, delineator);
     assignment.automaticRule(m_progress);
+    if (refineLabels)
+        LabelRefinement(m_list, m_source250, m_classes).run();
     if (svpbUserDefined)
         assignment.userRule(svpbPrematurityRatio, svpbCompensatory);
     assignment.excludeTypes(excludeType);

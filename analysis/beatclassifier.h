@@ -37,6 +37,9 @@ public:
     // With the user rule: a ratio of the median RR (see prematurityRatioOfPercent).
     double svpbPrematurityRatio = prematurityRatioOfPercent(kDefaultSvpbPrematurityPercent);
     bool svpbCompensatory = false;
+    // Refine the automatic types with the criteria of LabelRefinement; off, the type rules run
+    // as they stand.
+    bool refineLabels = true;
 
     // list, source250 (the 250 Hz analysis source) and classSet are not owned and must outlive
     // the classifier. Builds the 125 Hz reference and derivative sources.

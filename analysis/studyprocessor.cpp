@@ -126,6 +126,7 @@ bool StudyProcessor::runStages()
         auto classifier = std::make_unique<BeatClassifier>();
         for (int type = 0; type < 5; ++type)
             classifier->excludeType[type] = m_options.excludeType[type];
+        classifier->refineLabels = !m_options.literalRules;
         if (m_options.svpbUserDefined) {
             classifier->svpbUserDefined = true;
             classifier->svpbPrematurityRatio = m_options.svpbPrematurityRatio;

@@ -18,6 +18,8 @@ struct ProcessingOptions
     // Used only with svpbUserDefined: a ratio of the median RR, not a percentage.
     double svpbPrematurityRatio = prematurityRatioOfPercent(kDefaultSvpbPrematurityPercent);
     bool svpbCompensatory = false;
+    // Only the type rules as they stand, without the refinement of the labels.
+    bool literalRules = false;
 };
 
 // The background task that turns a study's samples into a labelled beat list: detection,

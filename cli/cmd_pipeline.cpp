@@ -64,13 +64,16 @@ void printBeatCounts(CliContext& ctx, Study& study)
 
 } // namespace
 
-// The labelling choices start from the workstation's classification settings; "--exclude"
+// The labelling choices start from the workstation's settings; "--literal-rules" leaves the
+// labels unrefined whatever the setting says, "--exclude"
 // replaces the excluded types ("none" excludes nothing), "--svpb-auto" chooses the automatic
 // rule, and either of the other SVPB options sets the whole user rule (the percentage of the
 // settings unless given).
 ProcessingOptions processingOptions(const Args& args, const QSettings& settings)
 {
     ProcessingOptions options = processingOptionsFromSettings(settings);
+    if (args.flag("literal-rules"))
+        options.literalRules = true;
     if (args.has("exclude")) {
         std::fill(std::begin(options.excludeType), std::end(options.excludeType), false);
         const QString list = args.value("exclude").trimmed();

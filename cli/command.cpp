@@ -171,7 +171,7 @@ const QList<CliCommand>& cliCommands()
          "", runDetect},
         {"process",
          "ID [--exclude V,F,S,U|none] [--svpb-auto | --svpb-prematurity PCT "
-         "--svpb-compensatory]",
+         "--svpb-compensatory] [--literal-rules]",
          "Find and label the beats of a study (detection, noise, classes, types)",
          "The workstation's classification settings are the defaults; the options replace\n"
          "them.\n"
@@ -180,6 +180,8 @@ const QList<CliCommand>& cliCommands()
          "  --svpb-prematurity PCT    label a beat S when it comes at least PCT % early\n"
          "                            (turns the user rule on; the settings' 20 by default)\n"
          "  --svpb-compensatory       with the user rule, also require a compensatory pause\n"
+         "  --literal-rules           only the class type rules, without refining the labels\n"
+         "                            (also the setting Analysis/LiteralRules)\n"
          "Ctrl-C stops the run and empties the study's beats; its status stays as it was.\n",
          runProcess},
         {"results", "ID [--json FILE] [--recompute]",

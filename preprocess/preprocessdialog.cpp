@@ -168,6 +168,8 @@ void PreprocessDialog::setUserRuleEnabled(bool enabled)
 ProcessingOptions PreprocessDialog::options() const
 {
     ProcessingOptions o;
+    // Not a control of this dialog: the workstation's choice between refined and literal labels.
+    o.literalRules = SettingsReader::boolValue(QSettings(), SettingsKeys::LiteralRules, false);
     // The normal box is not read: normal beats are never excluded.
     o.excludeType[BeatV] = !ui->chkAllowTypeV->isChecked();
     o.excludeType[BeatF] = !ui->chkAllowTypeF->isChecked();

@@ -8,6 +8,12 @@
 class AFibAnalyzer : public ResultAnalyzer
 {
 public:
+    // `literal`: the dispersion score and its hysteresis alone (see AFibDetector).
+    explicit AFibAnalyzer(bool literal = false)
+        : m_detector(literal)
+    {
+    }
+
     void beginRecording(BeatList& beats) override;
     void addBeat(const Beat& beat) override;
     void finishRecording() override;

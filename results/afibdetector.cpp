@@ -1,5 +1,6 @@
 #include "results/afibdetector.h"
 
+#include "analysis/labelcriteria.h"
 #include "results/resultanalyzer.h"
 #include "store/beat.h"
 #include "store/beatlist.h"
@@ -15,6 +16,8 @@ constexpr double kJumpLimit = 0.8; // share of abrupt interval changes above it:
 constexpr double kEnterScore = 10.0; // smoothed score that opens an episode, percent
 constexpr double kStrongScore = 12.0; // an episode must pass it somewhere to count
 constexpr double kMinEpisode = 10.0; // seconds
+constexpr double kIrregularJoin = 10.0; // seconds between two irregular stretches that close
+constexpr double kIrregularMin = 30.0; // seconds an irregular stretch must last
 } // namespace
 
 void AFibDetector::begin(BeatList& beats)
@@ -155,5 +158,44 @@ void AFibDetector::finish()
         if (m_beats->get(int(i), b))
             times[i] = b.windowStartTime();
     }
-    m_episodes = episodesFrom(m_scores, times);
+    m_episodes = m_literal ? episodesFrom(m_scores, times) : irregularEpisodes(*m_beats);
+}
+
+std::vector<AFibDetector::Episode> AFibDetector::irregularEpisodes(BeatList& beats)
+{
+    std::vector<double> times;
+    std::vector<double> intervals;
+    Beat b;
+    bool prevV = true;
+    for (int i = 0; i < beats.count(); ++i) {
+        if (!beats.get(i, b) || !b.isBeat)
+            continue;
+        const bool v = b.type == BeatV;
+        times.push_back(b.rInstant());
+        intervals.push_back(!v && !prevV && b.rr() > 0.0 ? b.rr() : 0.0);
+        prevV = v;
+    }
+    const std::vector<bool> flags = labelcriteria::irregularRhythm(intervals);
+    std::vector<Episode> found;
+    bool inside = false;
+    for (size_t i = 0; i < flags.size(); ++i) {
+        // An interval left out (next to a V beat) goes with the rhythm around it.
+        const bool irregular = intervals[i] > 0.0 ? flags[i] : inside;
+        if (irregular && !inside)
+            found.emplace_back(i > 0 ? times[i - 1] : times[i], times[i]);
+        if (irregular)
+            found.back().second = times[i];
+        inside = irregular;
+    }
+    std::vector<Episode> joined;
+    for (const Episode& e : found) {
+        if (!joined.empty() && e.first - joined.back().second < kIrregularJoin)
+            joined.back().second = e.second;
+        else
+            joined.push_back(e);
+    }
+    joined.erase(std::remove_if(joined.begin(), joined.end(),
+                     [](const Episode& e) { return e.second - e.first < kIrregularMin; }),
+        joined.end());
+    return joined;
 }

@@ -10,7 +10,7 @@ const std::map<QByteArray, double>& AnalysisParams::defaults()
         {"ST/depressionThresholdMM", 1.0},       {"ST/elevationThresholdMM", 1.0},
         {"pause/intervalSecs", 2.0},             {"arrhythmia/tachycardiaBPMLimit", 120.0},
         {"arrhythmia/bradycardiaBPMLimit", 40.0}, {"arrhythmia/minDurationSecs", 5.0},
-        {"QT/correctionFormulaId", 0.0}};
+        {"QT/correctionFormulaId", 0.0},         {"rules/literal", 0.0}};
     return table;
 }
 
@@ -32,4 +32,7 @@ void AnalysisParams::readSettings(const QSettings& settings)
         if (v.isValid() && ok && std::isfinite(d))
             m_values[key] = d;
     }
+    // The same setting that keeps processing to the literal type rules.
+    m_values["rules/literal"]
+        = settings.value(QStringLiteral("Analysis/LiteralRules"), false).toBool() ? 1.0 : 0.0;
 }

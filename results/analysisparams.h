@@ -15,6 +15,7 @@ public:
     void setValue(const QByteArray& key, double value) { m_values[key] = value; }
     // Reads the five user-settable limits from "Config/Analysis/<key>"; an absent, non-numeric
     // or non-finite setting keeps the default. The ST thresholds are not user settings.
+    // "rules/literal" (1 or 0) follows the setting "Analysis/LiteralRules".
     void readSettings(const QSettings& settings);
 
     static const std::map<QByteArray, double>& defaults();

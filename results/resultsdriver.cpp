@@ -56,7 +56,8 @@ ResultsDriver::AnalyzerMap ResultsDriver::makeAnalyzers(const AnalysisParams& pa
             int(params.value("arrhythmia/tachycardiaBPMLimit")),
             params.value("arrhythmia/minDurationSecs"));
     if (withAfib)
-        map[ResultKeys::AFib::kAnalyzer] = std::make_unique<AFibAnalyzer>();
+        map[ResultKeys::AFib::kAnalyzer]
+            = std::make_unique<AFibAnalyzer>(params.value("rules/literal") != 0.0);
     map[ResultKeys::PR::kAnalyzer] = std::make_unique<PRAnalyzer>();
     map[ResultKeys::QT::kAnalyzer]
         = std::make_unique<QTAnalyzer>(int(params.value("QT/correctionFormulaId")));

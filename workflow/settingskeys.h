@@ -28,6 +28,8 @@ inline constexpr char SVPBUserDefined[] = "Config/Classification/SVPBUserDefined
 inline constexpr char SVPBPrematurityPct[] = "Config/Classification/SVPBPrematurityPct"; // int, 20
 inline constexpr char SVPBCompensatory[] = "Config/Classification/SVPBCompensatory"; // default false
 inline constexpr int kDefaultSVPBPrematurityPct = 20;
+// The analysis's labels exactly as the literal rules give them, without the refinement.
+inline constexpr char LiteralRules[] = "Analysis/LiteralRules"; // default false
 
 // Report export after a PDF run (bool false; string empty).
 inline constexpr char AutoExportReports[] = "Config/AutoExportReports";

@@ -103,6 +103,7 @@ ProcessingOptions processingOptionsFromSettings(const QSettings& settings)
 {
     using namespace SettingsKeys;
     ProcessingOptions options;
+    options.literalRules = SettingsReader::boolValue(settings, LiteralRules, false);
     options.excludeType[BeatV] = !SettingsReader::boolValue(settings, AllowTypeV, true);
     options.excludeType[BeatF] = !SettingsReader::boolValue(settings, AllowTypeF, true);
     options.excludeType[BeatS] = !SettingsReader::boolValue(settings, AllowTypeS, true);

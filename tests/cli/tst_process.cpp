@@ -6,9 +6,11 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QSettings>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 
 using namespace clitest;
@@ -258,4 +260,49 @@ TEST(CliProcess, CtrlCEmptiesTheBeatStoreAndKeepsTheStatus)
     const StoredStudy s = stored(root.path(), id);
     EXPECT_EQ(s.status, QByteArray("downloaded"));
     EXPECT_EQ(s.beats, 0);
+}
+
+// The literal type rules, by option or by the setting "Analysis/LiteralRules", give the same
+// labels, which differ from the refined ones on a card with fibrillation and a ventricular run:
+// the literal rules make conducted beats S and leave the run unlabelled.
+TEST(CliProcess, LiteralRulesByOptionOrSetting)
+{
+    testsupport::TempRoot root;
+    testsupport::writeAll(root.file("af.sim"),
+        "hours 1\nrate 70 60\nafib at 0:03:00 for 8m\nvt at 0:12:00 for 20s\n");
+    ASSERT_EQ(run({ "simulate", root.file("card"), "--hours", "0.25", "--seed", "3", "--script",
+                  root.file("af.sim") })
+                  .code,
+        0);
+    const int id = importCard(root.path(), root.file("card"));
+    ASSERT_GT(id, 0);
+    const QString idText = QString::number(id);
+    const auto typesAfter = [&](const QStringList& extra) {
+        const CliRun r = cli(root.path(), QStringList { "process", idText } + extra);
+        EXPECT_EQ(r.code, 0) << r.err.toStdString();
+        std::vector<int> types;
+        withStudy(root.path(), id, [&](Study& s) {
+            Beat b;
+            for (int i = 0; s.beats() && i < s.beats()->count(); ++i)
+                if (s.beats()->get(i, b))
+                    types.push_back(b.isBeat ? b.type : -1);
+        });
+        return types;
+    };
+    const std::vector<int> refined = typesAfter({});
+    const std::vector<int> literal = typesAfter({ "--literal-rules" });
+    ASSERT_EQ(refined.size(), literal.size());
+    const auto count = [](const std::vector<int>& t, int type) {
+        return std::count(t.begin(), t.end(), type);
+    };
+    EXPECT_GT(count(literal, BeatS), count(refined, BeatS) + 50);
+    EXPECT_GT(count(refined, BeatV), count(literal, BeatV) + 40);
+
+    QSettings settings("Veltrona", "Holter ECG");
+    settings.setValue("Analysis/LiteralRules", true);
+    settings.sync();
+    EXPECT_EQ(typesAfter({}), literal);
+    settings.remove("Analysis/LiteralRules");
+    settings.sync();
+    EXPECT_EQ(typesAfter({}), refined);
 }

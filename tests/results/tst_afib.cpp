@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include <algorithm>
 #include <numeric>
 #include <vector>
@@ -150,3 +152,39 @@ INSTANTIATE_TEST_SUITE_P(Cases, AFibEpisodes,
         EpisodeCase { "empty", {}, {} }));
 
 } // namespace
+
+// Episodes from the irregularity of the intervals: fibrillation-like intervals (with V beats,
+// whose intervals are left out) make one episode that covers them within a window's reach, while
+// sinus rhythm with an early beat in every eight makes none. (With one in five, three of five
+// successive changes are large and the median calls it irregular: a known limit.)
+TEST(AFibIrregular, EpisodeCoversFibrillationNotEctopy)
+{
+    Beats beats(2000.0, 3);
+    std::mt19937 rng(9);
+    std::uniform_real_distribution<double> af(0.45, 1.0);
+    double t = 10.0;
+    const auto add = [&](double rr, int type) { beats.add(t += rr, rr, type, 0.8); };
+    for (int i = 0; i < 100; ++i)
+        add(0.8, BeatN);
+    const double afFrom = t;
+    for (int i = 0; i < 300; ++i)
+        add(i % 25 == 12 ? 0.45 : af(rng), i % 25 == 12 ? BeatV : BeatN);
+    const double afTo = t;
+    for (int i = 0; i < 300; ++i)
+        add(i % 8 == 2 ? 0.5 : i % 8 == 3 ? 1.1 : 0.8, i % 8 == 2 ? BeatS : BeatN);
+
+    AFibAnalyzer analyzer;
+    run(analyzer, beats);
+    const auto& events = resultOf<EventListResult>(analyzer, "afibEvents")->events;
+    ASSERT_EQ(events.size(), 1);
+    const double start = events[0].timestamp;
+    const double end = start + events[0].duration;
+    EXPECT_NEAR(start, afFrom, 30.0);
+    EXPECT_NEAR(end, afTo, 30.0);
+    EXPECT_DOUBLE_EQ(resultOf<ValueResult>(analyzer, "afibTotalTime")->value, end - start);
+
+    // The literal rule scores the same list its own way; it is still there.
+    AFibAnalyzer literal(true);
+    run(literal, beats);
+    EXPECT_FALSE(resultOf<EventListResult>(literal, "afibEvents")->events.empty());
+}

@@ -1,11 +1,13 @@
 // Shows how the classifier sees one MIT-BIH record: runs detection, noise checking and
 // classification in-process, closes the matcher, and prints every class with its member count,
 // the reference labels of its members, the measures and the scores that type assignment will
-// look at, then the type it got.
-//   mitdb_class_dump [--data DIR] [--min N] RECORD
+// look at, then the type it got after the automatic rule and the label refinement (only the
+// rule with --literal-rules).
+//   mitdb_class_dump [--data DIR] [--min N] [--literal-rules] RECORD
 
 #include "analysis/averagebeatdelineator.h"
 #include "analysis/beatclassifier.h"
+#include "analysis/labelrefinement.h"
 #include "analysis/memorybeatlist.h"
 #include "analysis/morphologymatcher.h"
 #include "analysis/noisechecker.h"
@@ -130,6 +132,7 @@ int main(int argc, char** argv)
     int minMembers = 3;
     double around = -1.0;
     int showClass = 0;
+    bool literal = false;
     QString rec;
     for (int i = 0; i < args.size(); ++i) {
         if (args[i] == "--data" && i + 1 < args.size())
@@ -138,13 +141,15 @@ int main(int argc, char** argv)
             around = args[++i].toDouble();
         else if (args[i] == "--class" && i + 1 < args.size())
             showClass = args[++i].toInt();
+        else if (args[i] == "--literal-rules")
+            literal = true;
         else if (args[i] == "--min" && i + 1 < args.size())
             minMembers = args[++i].toInt();
         else
             rec = args[i];
     }
     if (rec.isEmpty()) {
-        std::fprintf(stderr, "usage: mitdb_class_dump [--data DIR] [--min N] RECORD\n");
+        std::fprintf(stderr, "usage: mitdb_class_dump [--data DIR] [--min N] [--literal-rules] RECORD\n");
         return 1;
     }
     const QString path = QDir(dataDir).filePath(rec);
@@ -270,6 +275,8 @@ int main(int argc, char** argv)
                 profiles[c] = assignment.profile(*c);
 
         assignment.automaticRule();
+        if (!literal)
+            LabelRefinement(&list, &source250, &classes).run();
 
         std::printf("%6s %5s %3s>%-3s %5s %5s %5s %4s %4s | %5s %5s | %s\n", "id", "n", "t0", "t",
             "refN", "refV", "refS", "oth", "rr", "Nsc", "Vsc",
