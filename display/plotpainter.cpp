@@ -114,7 +114,9 @@ void PlotPainter::paintFrame(QPainter* painter, const QRect& bounds, const PlotF
         if (frame.showYLabels) {
             painter->setPen(labelColor);
             const double h = fm.height();
-            painter->drawText(QRectF(bounds.left(), y - h / 2, r.left() - 5 - bounds.left(), h),
+            // The labels at the ends of the axis stay whole inside the widget.
+            const double top = std::clamp(y - h / 2, double(bounds.top()), bounds.bottom() + 1 - h);
+            painter->drawText(QRectF(bounds.left(), top, r.left() - 5 - bounds.left(), h),
                 Qt::AlignRight | Qt::AlignVCenter, formatted(frame.yFormat, t));
         }
     }
@@ -209,10 +211,10 @@ void PlotPainter::paintSeries(QPainter* painter, const PlotAxes& axes, const Plo
             const double y = source.y(i);
             if (!std::isfinite(y))
                 continue;
-            double width = 0.0;
-            if (i + 1 < n)
+            double width = source.barWidth();
+            if (width <= 0.0 && i + 1 < n)
                 width = source.x(i + 1) - source.x(i);
-            else if (i > 0)
+            else if (width <= 0.0 && i > 0)
                 width = source.x(i) - source.x(i - 1);
             const double left = axes.xToPixel(source.x(i));
             const double right = width > 0.0 ? axes.xToPixel(source.x(i) + width)

@@ -39,10 +39,14 @@ VectorPlotSource VectorPlotSource::indexed(const QVector<double>& ys, double ste
     return VectorPlotSource(xs, ys);
 }
 
-TrendPlotSource::TrendPlotSource(const TTrend* trend, double offsetSeconds)
+TrendPlotSource::TrendPlotSource(const TTrend* trend, double offsetSeconds, double barSeconds)
     : m_trend(trend)
     , m_offset(offsetSeconds)
+    , m_barSeconds(barSeconds)
 {
+    if (m_barSeconds <= 0.0)
+        if (const auto* binned = dynamic_cast<const BinnedTrend*>(trend))
+            m_barSeconds = binned->binSeconds();
 }
 
 int TrendPlotSource::count() const

@@ -17,6 +17,9 @@ public:
     // The last point at or before `value` (binary search on x); the first point when `value`
     // lies before all of them; -1 when there are none.
     int indexAtOrBefore(double value) const;
+    // How much of x one point stands for (an hour of an hourly trend), for bars; 0: unknown, the
+    // spacing of the points decides.
+    virtual double barWidth() const { return 0.0; }
 };
 
 // Points held by value.
@@ -44,13 +47,16 @@ private:
 class TrendPlotSource : public PlotSource
 {
 public:
-    TrendPlotSource(const TTrend* trend, double offsetSeconds); // trend not owned
+    // trend not owned; `barSeconds` 0 takes the bin of a binned trend
+    TrendPlotSource(const TTrend* trend, double offsetSeconds, double barSeconds = 0.0);
 
     int count() const override;
     double x(int index) const override;
     double y(int index) const override;
+    double barWidth() const override { return m_barSeconds; }
 
 private:
     const TTrend* m_trend;
     double m_offset;
+    double m_barSeconds;
 };

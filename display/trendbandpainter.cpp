@@ -83,8 +83,10 @@ void TrendBandPainter::paintEventRows(
             const double b = std::max(axes.xToPixel(to), a + 1.0);
             painter->drawLine(QPointF(a, y), QPointF(b, y));
         }
+        // At the right end, clear of the title in the top left corner.
         painter->setPen(e.color.darker(130));
-        painter->drawText(QPointF(r.left() + 4, y - 3 - fm.descent()), e.name);
+        painter->drawText(
+            QPointF(r.right() - 4 - fm.horizontalAdvance(e.name), y - 3 - fm.descent()), e.name);
     }
     painter->restore();
 }
