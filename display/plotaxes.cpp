@@ -61,8 +61,8 @@ double PlotAxes::niceStep(double raw)
 
 double PlotAxes::timeStep(double rawSeconds)
 {
-    static const double steps[] = { 1, 5, 10, 30, 60, 300, 600, 1800, 3600, 7200, 10800, 21600,
-        43200, 86400 };
+    static const double steps[]
+        = { 1, 5, 10, 30, 60, 300, 600, 1800, 3600, 7200, 10800, 21600, 43200, 86400 };
     for (double s : steps)
         if (s >= rawSeconds)
             return s;

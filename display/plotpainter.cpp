@@ -72,16 +72,14 @@ QVector<double> PlotPainter::xTicks(const PlotFrame& frame, const QRect& bounds)
         return {};
     const QFontMetricsF fm(labelFont());
     if (!frame.xTimeFormat.isEmpty()) {
-        const double label
-            = fm.horizontalAdvance(QTime(0, 0).toString(frame.xTimeFormat)) + 10.0;
+        const double label = fm.horizontalAdvance(QTime(0, 0).toString(frame.xTimeFormat)) + 10.0;
         const double step = PlotAxes::timeStep(label / axes.xScale());
         return PlotAxes::ticks(frame.xMin, frame.xMax, step, clockPhase(frame.xMin));
     }
     const double label = std::max(fm.horizontalAdvance(xLabel(frame, frame.xMin)),
                              fm.horizontalAdvance(xLabel(frame, frame.xMax)))
         + 10.0;
-    return PlotAxes::ticks(
-        frame.xMin, frame.xMax, PlotAxes::niceStep(label / axes.xScale()));
+    return PlotAxes::ticks(frame.xMin, frame.xMax, PlotAxes::niceStep(label / axes.xScale()));
 }
 
 QString PlotPainter::xLabel(const PlotFrame& frame, double x)
@@ -218,12 +216,12 @@ void PlotPainter::paintSeries(QPainter* painter, const PlotAxes& axes, const Plo
                 width = source.x(i) - source.x(i - 1);
             const double left = axes.xToPixel(source.x(i));
             const double right = width > 0.0 ? axes.xToPixel(source.x(i) + width)
-                                              : left + std::max(4.0, axes.rect().width() / 40);
+                                             : left + std::max(4.0, axes.rect().width() / 40);
             // A hair of white between neighbours keeps the bars apart when they are narrow.
             const double inset = (right - left) > 6.0 ? 1.0 : 0.0;
-            painter->drawRect(QRectF(QPointF(left + inset, axes.yToPixel(y)),
-                QPointF(right - inset, base))
-                                  .normalized());
+            painter->drawRect(
+                QRectF(QPointF(left + inset, axes.yToPixel(y)), QPointF(right - inset, base))
+                    .normalized());
         }
         break;
     }
@@ -248,8 +246,8 @@ void PlotPainter::paintTitle(QPainter* painter, const QRect& bounds, const PlotF
     painter->save();
     painter->setFont(titleFont());
     const QFontMetrics fm(painter->font());
-    const QRect text(r.left() + 1, r.top() + 1, fm.horizontalAdvance(frame.title) + 8,
-        fm.height() + 4);
+    const QRect text(
+        r.left() + 1, r.top() + 1, fm.horizontalAdvance(frame.title) + 8, fm.height() + 4);
     painter->fillRect(text, QColor(255, 255, 255, 150));
     painter->setPen(frame.color);
     painter->drawText(text, Qt::AlignCenter, frame.title);

@@ -22,8 +22,8 @@ public:
 class RRDispersionSource : public DispersionSource
 {
 public:
-    RRDispersionSource(BeatList* beats, double offsetSeconds, double binWidth = 0.02,
-        int binCount = 100);
+    RRDispersionSource(
+        BeatList* beats, double offsetSeconds, double binWidth = 0.02, int binCount = 100);
 
     double binWidth() const override { return m_binWidth; }
     int binCount() const override { return m_binCount; }

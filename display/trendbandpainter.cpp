@@ -14,11 +14,10 @@ QColor TrendBandPainter::dispersionColor(int count)
     return QColor(0, std::min(30 * count, 220), 0);
 }
 
-void TrendBandPainter::paintDispersion(QPainter* painter, const PlotAxes& axes,
-    const DispersionSource& source, double sliceSeconds)
+void TrendBandPainter::paintDispersion(
+    QPainter* painter, const PlotAxes& axes, const DispersionSource& source, double sliceSeconds)
 {
-    if (!axes.hasXExtent() || !axes.hasYExtent() || !(sliceSeconds > 0.0)
-        || source.binCount() <= 0)
+    if (!axes.hasXExtent() || !axes.hasYExtent() || !(sliceSeconds > 0.0) || source.binCount() <= 0)
         return;
     const QRectF r = axes.rect();
     const double sx = axes.xScale();

@@ -31,6 +31,7 @@ public:
 
     // Row r of n at y = top + trunc((r + 1) * height / (n + 1) + 0.5), each episode a stroke
     // 3 pixels wide; the row's name at the right.
-    static void paintEventRows(QPainter* painter, const PlotAxes& axes, const QVector<EventRow>& rows);
+    static void paintEventRows(
+        QPainter* painter, const PlotAxes& axes, const QVector<EventRow>& rows);
     static double rowY(const PlotAxes& axes, int row, int rowCount);
 };

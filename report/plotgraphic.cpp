@@ -146,8 +146,8 @@ void PlotGraphic::paint(QPainter* painter, const QRect& bounds) const
         QVector<QPointF> points;
         points.reserve(m_x.size());
         for (int i = 0; i < m_x.size(); ++i)
-            points.append(std::isfinite(m_y[i]) ? QPointF(xOf(m_x[i]), yOf(m_y[i]))
-                                                : QPointF(0.0, m_y[i]));
+            points.append(
+                std::isfinite(m_y[i]) ? QPointF(xOf(m_x[i]), yOf(m_y[i])) : QPointF(0.0, m_y[i]));
         painter->drawPath(PlotPainter::polylineWithGaps(points));
     }
     painter->setClipping(false);

@@ -91,11 +91,11 @@ QVariant SummaryTable::headerData(int section, Qt::Orientation orientation, int 
         const QTime start = m_start.isValid() ? m_start.time() : QTime(0, 0);
         return start.addSecs(3600 * (section % 24)).toString(QStringLiteral("HH:mm"));
     }
-    static const char* const headers[kColumns] = { QT_TR_NOOP("Avg.\nHR"),
-        QT_TR_NOOP("Min.\nHR"), QT_TR_NOOP("Max.\nHR"), QT_TR_NOOP("PVC\ncount"),
-        QT_TR_NOOP("PVC\ncoupl."), QT_TR_NOOP("PVC\ntripl."), QT_TR_NOOP("PVC\ntachy"),
-        QT_TR_NOOP("Bigmn."), QT_TR_NOOP("Trgmn."), QT_TR_NOOP("SVPB\ncount"),
-        QT_TR_NOOP("SVPB\ncoupl."), QT_TR_NOOP("SVPB\ntripl."), QT_TR_NOOP("SVPB\ntachy") };
+    static const char* const headers[kColumns] = { QT_TR_NOOP("Avg.\nHR"), QT_TR_NOOP("Min.\nHR"),
+        QT_TR_NOOP("Max.\nHR"), QT_TR_NOOP("PVC\ncount"), QT_TR_NOOP("PVC\ncoupl."),
+        QT_TR_NOOP("PVC\ntripl."), QT_TR_NOOP("PVC\ntachy"), QT_TR_NOOP("Bigmn."),
+        QT_TR_NOOP("Trgmn."), QT_TR_NOOP("SVPB\ncount"), QT_TR_NOOP("SVPB\ncoupl."),
+        QT_TR_NOOP("SVPB\ntripl."), QT_TR_NOOP("SVPB\ntachy") };
     if (section < 0 || section >= kColumns)
         return {};
     return tr(headers[section]);
@@ -123,7 +123,8 @@ bool SummaryTable::setData(const QModelIndex& index, const QVariant& value, int 
     t->setValueAt(index.row(), typed);
     if (index.column() >= kFirstCountColumn) {
         // The study's total moves with its hour, never below nothing.
-        auto* total = m_results->findAs<ValueResult>(SummaryTableTotals::kTotalKeys[index.column()]);
+        auto* total
+            = m_results->findAs<ValueResult>(SummaryTableTotals::kTotalKeys[index.column()]);
         if (total) {
             total->value = std::max(0.0, total->value + (typed - old));
             emit totalsChanged();

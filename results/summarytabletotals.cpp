@@ -3,10 +3,10 @@
 #include "results/summarytable.h"
 #include "store/resultset.h"
 
-const char* const SummaryTableTotals::kTotalKeys[kColumns] = { "HR/avgBPM", "HR/minBPM",
-    "HR/maxBPM", "PVC/totalCount", "PVC/coupletCount", "PVC/tripletCount", "PVC/runCount",
-    "bigeminy/bigeminyCount", "trigeminy/trigeminyCount", "SVPB/totalCount",
-    "SVPB/coupletCount", "SVPB/tripletCount", "SVPB/runCount" };
+const char* const SummaryTableTotals::kTotalKeys[kColumns]
+    = { "HR/avgBPM", "HR/minBPM", "HR/maxBPM", "PVC/totalCount", "PVC/coupletCount",
+          "PVC/tripletCount", "PVC/runCount", "bigeminy/bigeminyCount", "trigeminy/trigeminyCount",
+          "SVPB/totalCount", "SVPB/coupletCount", "SVPB/tripletCount", "SVPB/runCount" };
 
 SummaryTableTotals::SummaryTableTotals(ResultSet* results, QObject* parent)
     : QAbstractTableModel(parent)

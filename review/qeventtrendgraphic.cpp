@@ -18,8 +18,8 @@ void QEventTrendGraphic::setRows(const QVector<EventRow>& rows)
     changed();
 }
 
-EventRow QEventTrendGraphic::row(const QString& name, const QColor& color,
-    const EventListResult& events, double offsetSeconds)
+EventRow QEventTrendGraphic::row(
+    const QString& name, const QColor& color, const EventListResult& events, double offsetSeconds)
 {
     EventRow r { name, color, {} };
     r.events.reserve(events.events.size());

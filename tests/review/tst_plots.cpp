@@ -266,7 +266,8 @@ TEST_F(PlotTest, EveryStyleDrawsInsideThePlotOnly)
         const QImage img = image();
         const QRect r = m_plot.plotRect();
         EXPECT_GT(inkIn(img, r, qRgb(0, 0, 255)), 0) << style;
-        EXPECT_EQ(inkIn(img, QRect(0, r.bottom() + 2, img.width(), img.height()), qRgb(0, 0, 255)), 0)
+        EXPECT_EQ(
+            inkIn(img, QRect(0, r.bottom() + 2, img.width(), img.height()), qRgb(0, 0, 255)), 0)
             << style;
     }
 }

@@ -84,7 +84,11 @@ TEST_F(SummaryTableTest, CellsShowWholeNumbersAndADashForNothing)
         QVariant display;
         int edit;
     } cases[] = {
-        { 0, 0, 60, 60 }, { 2, 2, 82, 82 }, { 0, 3, "-", 0 }, { 1, 3, 1, 1 }, { 2, 12, 11, 11 },
+        { 0, 0, 60, 60 },
+        { 2, 2, 82, 82 },
+        { 0, 3, "-", 0 },
+        { 1, 3, 1, 1 },
+        { 2, 12, 11, 11 },
     };
     for (const auto& c : cases) {
         const QModelIndex i = m_table.index(c.row, c.column);
@@ -116,9 +120,7 @@ TEST_F(SummaryTableTest, AnEditedHourMovesTheTotalOfItsCountOnly)
         double totalAfter; // of the column's count
     } cases[] = {
         { 2, 3, 5, true, 5, 3 + 2 }, // PVC 2 -> 5 in hour 3: the total 3 -> 6? see below
-        { 2, 3, "-1", false, 5, 5 },
-        { 2, 3, "abc", false, 5, 5 },
-        { 2, 3, 2.5, false, 5, 5 },
+        { 2, 3, "-1", false, 5, 5 }, { 2, 3, "abc", false, 5, 5 }, { 2, 3, 2.5, false, 5, 5 },
         { 2, 3, " 5 ", true, 5, 5 }, // the same value: accepted, nothing moves
         { 0, 9, 0, true, 0, 0 },
         { 1, 9, 0, true, 0, 0 }, // lowering below nothing stops the total at 0

@@ -54,8 +54,8 @@ public:
     }
 
     // A trend plot against the study's clock, as the trends and HRV tabs set them up.
-    void trend(const QString& name, const char* key, int style, const QString& yFormat,
-        double yMin, double yMax, const QString& title, const QColor& color)
+    void trend(const QString& name, const char* key, int style, const QString& yFormat, double yMin,
+        double yMax, const QString& title, const QColor& color)
     {
         QPlotGraphic g;
         g.resize(kPlotSize);
@@ -157,6 +157,7 @@ void hrvTabs(Writer& w)
     histogram.setSource(
         std::make_unique<VectorPlotSource>(VectorPlotSource::indexed(counts, 1000.0 / 128.0)));
     histogram.setStyle(3);
+    histogram.setYStep(30.0);
     histogram.setXFormat("%.0f");
     histogram.setYFormat("%.0f");
     histogram.setXRange(0.0, 1500.0);
@@ -170,6 +171,7 @@ void hrvTabs(Writer& w)
     lorenz.setSource(
         std::make_unique<VectorPlotSource>(w.array("HRV/LorenzX"), w.array("HRV/LorenzY")));
     lorenz.setStyle(0);
+    lorenz.setYStep(30.0);
     lorenz.setXFormat("%.0f");
     lorenz.setYFormat("%.0f");
     lorenz.setXRange(300.0, 1500.0);
@@ -185,6 +187,7 @@ void hrvTabs(Writer& w)
     psd.setSource(
         std::make_unique<VectorPlotSource>(VectorPlotSource::indexed(power, 1.0 / 256.0)));
     psd.setStyle(3);
+    psd.setYStep(30.0);
     psd.setXFormat("%.2f");
     psd.setYFormat("%.0f");
     psd.setXRange(0.0, 0.5);
@@ -215,19 +218,22 @@ void rhythmTab(Writer& w)
     rr.setDispersionSource(std::make_unique<RRDispersionSource>(s.beats(), start), 60.0);
     rr.setXTimeFormat(QStringLiteral("HH:mm"));
     rr.setYFormat("%.1f");
+    rr.setYStep(30.0);
     rr.setXRange(start, start + length);
     rr.setYRange(0.0, 2.0);
     rr.setTitle(QObject::tr("RR dispersion"));
     w.save(rr, "plot_rhythm_rr_dispersion");
     // The hourly view samples every 10 seconds: here the AF episode's neighbourhood.
     rr.setDispersionSource(std::make_unique<RRDispersionSource>(s.beats(), start), 10.0);
-    rr.setXRange(start + GalleryStudy::kAfSeconds - 600.0, start + GalleryStudy::kAfSeconds + 900.0);
+    rr.setXRange(
+        start + GalleryStudy::kAfSeconds - 600.0, start + GalleryStudy::kAfSeconds + 900.0);
     w.save(rr, "plot_rhythm_rr_dispersion_zoom_af");
 
     QPlotGraphic p;
     p.resize(kPlotSize);
     p.setSource(std::make_unique<PWaveShareSource>(s.beats(), 0, 600.0, start));
     p.setStyle(3);
+    p.setYStep(30.0);
     p.setYFormat("%.0f");
     p.setXTimeFormat(QStringLiteral("HH:mm"));
     p.setXRange(start, start + length);
@@ -242,9 +248,10 @@ void rhythmTab(Writer& w)
     const auto* tri = w.results().findAs<EventListResult>("trigeminy/trigeminyEvents");
     const auto* af = w.results().findAs<EventListResult>("afib/afibEvents");
     if (big && tri && af)
-        bands.setRows({ QEventTrendGraphic::row(QObject::tr("Bigeminy"), QColor(200, 120, 0), *big, start),
-            QEventTrendGraphic::row(QObject::tr("Trigeminy"), QColor(150, 0, 150), *tri, start),
-            QEventTrendGraphic::row(QObject::tr("AFib"), QColor(210, 0, 0), *af, start) });
+        bands.setRows(
+            { QEventTrendGraphic::row(QObject::tr("Bigeminy"), QColor(200, 120, 0), *big, start),
+                QEventTrendGraphic::row(QObject::tr("Trigeminy"), QColor(150, 0, 150), *tri, start),
+                QEventTrendGraphic::row(QObject::tr("AFib"), QColor(210, 0, 0), *af, start) });
     bands.setXTimeFormat(QStringLiteral("HH:mm"));
     bands.setXRange(start, start + length);
     bands.setTitle(QObject::tr("Arrhythmia"));
