@@ -1,38 +1,12 @@
 #pragma once
 
-#include <QColor>
-#include <QRect>
-#include <QString>
-#include <QVector>
+#include "display/piepainter.h"
 
-class QPainter;
-
-// A pie of a few slices, each labelled in its middle at half the radius.
-class PieGraphic
+// The report's pie: the shared pie drawing in the report's label font.
+class PieGraphic : public PiePainter
 {
 public:
-    struct Slice
-    {
-        double value;
-        QColor color;
-        QString label; // empty: the slice's whole percent
-    };
-
     PieGraphic() = default;
 
-    void addSlice(double value, const QColor& color, const QString& label = QString());
-    void clear() { m_slices.clear(); }
-    const QVector<Slice>& slices() const { return m_slices; }
-
-    // Nothing is drawn unless the slices sum to a positive value.
     void paint(QPainter* painter, const QRect& bounds) const;
-
-    // Start and span of slice `index` in sixteenths of a degree, counter-clockwise from three
-    // o'clock; both 0 when the sum is not positive.
-    int startAngle(int index) const;
-    int spanAngle(int index) const;
-
-private:
-    double total() const;
-    QVector<Slice> m_slices;
 };

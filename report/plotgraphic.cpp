@@ -1,12 +1,12 @@
 #include "report/plotgraphic.h"
 
 #include "display/paperscale.h"
+#include "display/plotpainter.h"
 #include "display/stripgeometry.h"
 
 #include <QDateTime>
 #include <QFontMetricsF>
 #include <QPainter>
-#include <QPainterPath>
 
 #include <cmath>
 
@@ -143,21 +143,12 @@ void PlotGraphic::paint(QPainter* painter, const QRect& bounds) const
     } else {
         // A value that is not finite breaks the line.
         painter->setPen(QPen(ink, 0.25 * pxPerMm));
-        QPainterPath path;
-        bool open = false;
-        for (int i = 0; i < m_x.size(); ++i) {
-            if (!std::isfinite(m_y[i])) {
-                open = false;
-                continue;
-            }
-            const QPointF p(xOf(m_x[i]), yOf(m_y[i]));
-            if (open)
-                path.lineTo(p);
-            else
-                path.moveTo(p);
-            open = true;
-        }
-        painter->drawPath(path);
+        QVector<QPointF> points;
+        points.reserve(m_x.size());
+        for (int i = 0; i < m_x.size(); ++i)
+            points.append(
+                std::isfinite(m_y[i]) ? QPointF(xOf(m_x[i]), yOf(m_y[i])) : QPointF(0.0, m_y[i]));
+        painter->drawPath(PlotPainter::polylineWithGaps(points));
     }
     painter->setClipping(false);
     painter->setRenderHint(QPainter::Antialiasing, false);

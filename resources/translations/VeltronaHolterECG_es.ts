@@ -1086,8 +1086,8 @@ Verifique el espacio disponible en disco.</translation>
         <translation>el número de registros de datos no es un número</translation>
     </message>
     <message>
-        <source>the data record duration '%1' is not a positive number of seconds</source>
-        <translation>la duración de registro de datos '%1' no es un número positivo de segundos</translation>
+        <source>the data record duration &apos;%1&apos; is not a positive number of seconds</source>
+        <translation>la duración de registro de datos &apos;%1&apos; no es un número positivo de segundos</translation>
     </message>
     <message>
         <source>the header declares no signals</source>
@@ -1106,8 +1106,8 @@ Verifique el espacio disponible en disco.</translation>
         <translation>el archivo termina dentro de su cabecera</translation>
     </message>
     <message>
-        <source>signal %1 (%2): the %3 '%4' is not a number</source>
-        <translation>señal %1 (%2): %3 '%4' no es un número</translation>
+        <source>signal %1 (%2): the %3 &apos;%4&apos; is not a number</source>
+        <translation>señal %1 (%2): %3 &apos;%4&apos; no es un número</translation>
     </message>
     <message>
         <source>physical minimum</source>
@@ -1162,20 +1162,20 @@ Verifique el espacio disponible en disco.</translation>
         <translation>no contiene ninguna señal de ECG; sus señales son %1. Una señal de ECG lleva la etiqueta ECG, EKG o el nombre de una derivación y se mide en voltios</translation>
     </message>
     <message>
-        <source>signal '%1' has a sampling rate of 0</source>
-        <translation>la señal '%1' tiene una frecuencia de muestreo de 0</translation>
+        <source>signal &apos;%1&apos; has a sampling rate of 0</source>
+        <translation>la señal &apos;%1&apos; tiene una frecuencia de muestreo de 0</translation>
     </message>
     <message>
-        <source>signal '%1' is sampled at %2 Hz; a whole rate of 1 to %3 Hz is needed</source>
-        <translation>la señal '%1' está muestreada a %2 Hz; se necesita una frecuencia entera de 1 a %3 Hz</translation>
+        <source>signal &apos;%1&apos; is sampled at %2 Hz; a whole rate of 1 to %3 Hz is needed</source>
+        <translation>la señal &apos;%1&apos; está muestreada a %2 Hz; se necesita una frecuencia entera de 1 a %3 Hz</translation>
     </message>
     <message>
         <source>its ECG signals are sampled at different rates (%1 and %2 Hz)</source>
         <translation>sus señales de ECG tienen frecuencias de muestreo distintas (%1 y %2 Hz)</translation>
     </message>
     <message>
-        <source>signal '%1' has an empty digital or physical range</source>
-        <translation>la señal '%1' tiene un rango digital o físico vacío</translation>
+        <source>signal &apos;%1&apos; has an empty digital or physical range</source>
+        <translation>la señal &apos;%1&apos; tiene un rango digital o físico vacío</translation>
     </message>
     <message>
         <source>cannot read samples %1 to %2</source>
@@ -1226,7 +1226,7 @@ Verifique el espacio disponible en disco.</translation>
         <translation>no es un archivo Holter ISHNE (sus primeros bytes no son ISHNE1.0)</translation>
     </message>
     <message>
-        <source>the header's block sizes and offsets disagree (variable block %1 bytes at %2, ECG at %3)</source>
+        <source>the header&apos;s block sizes and offsets disagree (variable block %1 bytes at %2, ECG at %3)</source>
         <translation>los tamaños y posiciones de bloque de la cabecera no concuerdan (bloque variable de %1 bytes en %2, ECG en %3)</translation>
     </message>
     <message>
@@ -1430,8 +1430,8 @@ Compruebe el acceso a la carpeta compartida con su administrador de red.</transl
         <translation>Nuevo estudio Holter</translation>
     </message>
     <message>
-        <source>The birth date "%1" is not a valid date. Please type it as day/month/year.</source>
-        <translation>La fecha de nacimiento "%1" no es una fecha válida. Escríbala como día/mes/año.</translation>
+        <source>The birth date &quot;%1&quot; is not a valid date. Please type it as day/month/year.</source>
+        <translation>La fecha de nacimiento &quot;%1&quot; no es una fecha válida. Escríbala como día/mes/año.</translation>
     </message>
     <message>
         <source>The birth date %1 is after the date of the study.</source>
@@ -1446,12 +1446,12 @@ Compruebe el acceso a la carpeta compartida con su administrador de red.</transl
         <translation>La altura</translation>
     </message>
     <message>
-        <source>%1 "%2" is not a valid number.</source>
-        <translation>%1 "%2" no es un número válido.</translation>
+        <source>%1 &quot;%2&quot; is not a valid number.</source>
+        <translation>%1 &quot;%2&quot; no es un número válido.</translation>
     </message>
     <message>
-        <source>The age "%1" is not a valid number of years.</source>
-        <translation>La edad "%1" no es un número de años válido.</translation>
+        <source>The age &quot;%1&quot; is not a valid number of years.</source>
+        <translation>La edad &quot;%1&quot; no es un número de años válido.</translation>
     </message>
     <message>
         <source>Warning</source>
@@ -1491,6 +1491,90 @@ Compruebe el acceso a la carpeta compartida con su administrador de red.</transl
     <message>
         <source>Processing failed</source>
         <translation>Error en el procesamiento</translation>
+    </message>
+</context>
+<context>
+    <name>SummaryTable</name>
+    <message>
+        <source>Avg.
+HR</source>
+        <translation>FC
+med.</translation>
+    </message>
+    <message>
+        <source>Min.
+HR</source>
+        <translation>FC
+mín.</translation>
+    </message>
+    <message>
+        <source>Max.
+HR</source>
+        <translation>FC
+máx.</translation>
+    </message>
+    <message>
+        <source>PVC
+count</source>
+        <translation>EV
+total</translation>
+    </message>
+    <message>
+        <source>PVC
+coupl.</source>
+        <translation>EV
+dupl.</translation>
+    </message>
+    <message>
+        <source>PVC
+tripl.</source>
+        <translation>EV
+tripl.</translation>
+    </message>
+    <message>
+        <source>PVC
+tachy</source>
+        <translation>EV
+taqui.</translation>
+    </message>
+    <message>
+        <source>Bigmn.</source>
+        <translation>Bigem.</translation>
+    </message>
+    <message>
+        <source>Trgmn.</source>
+        <translation>Trigem.</translation>
+    </message>
+    <message>
+        <source>SVPB
+count</source>
+        <translation>ESV
+total</translation>
+    </message>
+    <message>
+        <source>SVPB
+coupl.</source>
+        <translation>ESV
+dupl.</translation>
+    </message>
+    <message>
+        <source>SVPB
+tripl.</source>
+        <translation>ESV
+tripl.</translation>
+    </message>
+    <message>
+        <source>SVPB
+tachy</source>
+        <translation>ESV
+taqui.</translation>
+    </message>
+</context>
+<context>
+    <name>SummaryTableTotals</name>
+    <message>
+        <source>Total</source>
+        <translation>Total</translation>
     </message>
 </context>
 <context>
@@ -1546,7 +1630,7 @@ Compruebe el acceso a la carpeta compartida con su administrador de red.</transl
         <translation>Estación de trabajo de ECG Holter</translation>
     </message>
     <message>
-        <source>Keep the study store in &lt;folder&gt; instead of the user's data folder.</source>
+        <source>Keep the study store in &lt;folder&gt; instead of the user&apos;s data folder.</source>
         <translation>Guardar el almacén de estudios en &lt;carpeta&gt; en lugar de la carpeta de datos del usuario.</translation>
     </message>
     <message>

@@ -17,6 +17,7 @@
 #include "tools/gallery/gallerybrowser.h"
 #include "tools/gallery/gallerydialogs.h"
 #include "tools/gallery/gallerydownload.h"
+#include "tools/gallery/galleryplots.h"
 #include "tools/gallery/gallerypreprocess.h"
 #include "tools/gallery/gallerystudy.h"
 
@@ -241,6 +242,7 @@ void run(const QString& outDir)
     writeDownloadPictures(outDir);
     writeBrowserPictures(outDir, temp.filePath("browser"));
     writeDialogPictures(outDir);
+    writePlotPictures(outDir, study);
     std::fprintf(stderr, "holter-gallery: %d pictures in %s\n", g.written(), qPrintable(outDir));
 }
 
