@@ -164,11 +164,21 @@ void AverageBeatPainter::paintMarkers(
         p->drawLine(QPointF(x, 0), QPointF(x, area.height()));
         // The QRS limits read as brackets: "(QRS" begins at the onset, "QRS)" ends at the end,
         // one line lower so that a narrow QRS keeps both legible.
-        if (i == QrsOn)
-            p->drawText(QPointF(x + 3, fm.ascent() + 2), translated(QT_TRANSLATE_NOOP("AverageBeatPainter", "(QRS")));
-        else if (i == QrsOff) {
-            const QString t = translated(QT_TRANSLATE_NOOP("AverageBeatPainter", "QRS)"));
-            p->drawText(QPointF(x - 3 - fm.horizontalAdvance(t), fm.ascent() + fm.height() + 4), t);
+        QString text;
+        QPointF at;
+        if (i == QrsOn) {
+            text = translated(QT_TRANSLATE_NOOP("AverageBeatPainter", "(QRS"));
+            at = QPointF(x + 3, fm.ascent() + 2);
+        } else if (i == QrsOff) {
+            text = translated(QT_TRANSLATE_NOOP("AverageBeatPainter", "QRS)"));
+            at = QPointF(x - 3 - fm.horizontalAdvance(text), fm.ascent() + fm.height() + 4);
+        }
+        if (!text.isEmpty()) {
+            // The R wave often runs through them.
+            p->fillRect(QRectF(at.x() - 1, at.y() - fm.ascent(), fm.horizontalAdvance(text) + 2,
+                            fm.height()),
+                kTextBackground);
+            p->drawText(at, text);
         }
     }
 }
@@ -205,7 +215,8 @@ void AverageBeatPainter::paintBars(
         rightmost = std::max(rightmost, x1);
     }
     if (scene.meanRrSeconds > 0.0) {
-        const QString text = translated(QT_TRANSLATE_NOOP("AverageBeatPainter", "[RR %1]")).arg(std::lround(scene.meanRrSeconds * 1000.0));
+        const QString text = translated(QT_TRANSLATE_NOOP("AverageBeatPainter", "[RR %1]"))
+                                 .arg(std::lround(scene.meanRrSeconds * 1000.0));
         const QFontMetricsF fm(font);
         const double w = fm.horizontalAdvance(text) + 4;
         double x = rightmost >= 0.0 ? rightmost + 10.0 : 10.0;

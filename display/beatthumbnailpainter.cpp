@@ -4,6 +4,7 @@
 #include "display/tracepainter.h"
 #include "store/signalsource.h"
 
+#include <QFont>
 #include <QPainter>
 #include <QPolygonF>
 
@@ -17,6 +18,14 @@ QPen dottedGray()
 }
 
 const QColor kLabelColor(100, 100, 100, 255);
+
+// Labels stand at a fixed baseline 12 px below the cell's top, so their size is in pixels.
+QFont labelFont()
+{
+    QFont f(QStringLiteral("Helvetica"));
+    f.setPixelSize(11);
+    return f;
+}
 
 } // namespace
 
@@ -70,13 +79,15 @@ void BeatThumbnailPainter::paintCount(QPainter* p, const QRectF& cell, int membe
     if (members <= 1)
         return;
     p->setPen(kLabelColor);
-    p->drawText(QPointF(cell.left(), cell.top() + 12), QString::number(members));
+    p->setFont(labelFont());
+    p->drawText(QPointF(cell.left() + 1, cell.top() + 12), QString::number(members));
 }
 
 void BeatThumbnailPainter::paintClock(QPainter* p, const QRectF& cell, const QString& text)
 {
     p->setPen(kLabelColor);
-    p->drawText(QPointF(cell.left(), cell.top() + 12), text);
+    p->setFont(labelFont());
+    p->drawText(QPointF(cell.left() + 1, cell.top() + 12), text);
 }
 
 BeatThumbnailPainter::Prematurity BeatThumbnailPainter::prematurity(double q)

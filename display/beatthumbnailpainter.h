@@ -31,7 +31,7 @@ public:
         const QColor& focusedColor, const QColor& otherColor);
 
     // One scale for every thumbnail of a grid, so that amplitudes compare between cells.
-    static double pixelsPerMillivolt(const QRectF& cell) { return cell.height() * 0.4; }
+    static double pixelsPerMillivolt(const QRectF& cell) { return cell.height() * 0.3; }
 
     // A wave in sample units, about 0, over the cell's width, centred on its middle.
     static void paintShape(

@@ -2,6 +2,7 @@
 
 #include "display/beatthumbnailpainter.h"
 #include "store/beatclass.h"
+#include "store/beatlist.h"
 #include "store/signalsource.h"
 
 #include <algorithm>
@@ -63,6 +64,32 @@ QBeatClassDisplay::QBeatClassDisplay(QWidget* parent)
 }
 
 QBeatClassDisplay::~QBeatClassDisplay() = default;
+
+std::unique_ptr<BeatClassSet> QBeatClassDisplay::classesOf(
+    SignalSource* source, BeatList* beats, const std::function<void(int, int)>& progress)
+{
+    auto set = std::make_unique<BeatClassSet>(source, beats);
+    if (!beats)
+        return set;
+    const int count = beats->count();
+    Beat b;
+    for (int i = 0; i < count && beats->get(i, b); ++i) {
+        if (progress && i % 4096 == 0)
+            progress(i, count);
+        if (!b.isBeat || b.classId <= 0)
+            continue;
+        BeatClass* c = set->find(b.classId);
+        if (!c) {
+            c = set->create(b.classId);
+            c->setType(b.type);
+        }
+        // Templates aren't needed to show a class; its shape is read from the members.
+        c->add(i, false);
+    }
+    if (progress)
+        progress(count, count);
+    return set;
+}
 
 void QBeatClassDisplay::setClasses(BeatClassSet* classes)
 {

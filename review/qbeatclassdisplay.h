@@ -6,7 +6,12 @@
 #include <QList>
 #include <QVector>
 
+#include <functional>
+#include <memory>
+
 class BeatClassSet;
+class BeatList;
+class SignalSource;
 
 // One thumbnail per morphology class of the shown beat type, largest class first: the class's
 // mean shape on a lead, its size and how premature its beats come. The user picks classes with
@@ -19,6 +24,12 @@ public:
 
     explicit QBeatClassDisplay(QWidget* parent = nullptr);
     ~QBeatClassDisplay() override;
+
+    // The classes of a processed list as a review shows them: one per class id above 0 among
+    // the real beats, typed by its first beat, members in record order. Shapes are read from
+    // `source`. `progress(done, total)` is called every few thousand records when given.
+    static std::unique_ptr<BeatClassSet> classesOf(SignalSource* source, BeatList* beats,
+        const std::function<void(int, int)>& progress = {});
 
     // The classes to show (not owned); read again whenever they are set.
     void setClasses(BeatClassSet* classes);

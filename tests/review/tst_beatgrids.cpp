@@ -330,7 +330,8 @@ TEST_F(BeatGridTest, ThumbnailsAreCutAroundTheBeatsAndCachedByBeat)
         const QRectF r = m_grid.geometry().thumbnailRect(i);
         // Near its top the spike is the only ink in its row, 0.3 s into the 0.75 s window.
         const QVector<double> runs = displaytest::runCentres(img, true,
-            int(r.center().y() - 0.36 * r.height()), int(r.left()), int(r.right()),
+            int(r.center().y() - 0.9 * BeatThumbnailPainter::pixelsPerMillivolt(r)), int(r.left()),
+            int(r.right()),
             displaytest::dark);
         ASSERT_FALSE(runs.isEmpty()) << i;
         for (double x : runs)

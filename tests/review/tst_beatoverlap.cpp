@@ -1,3 +1,4 @@
+#include "display/beatthumbnailpainter.h"
 #include "display/timecellselection.h"
 #include "review/qbeatoverlapdisplay.h"
 #include "tests/review/beatdisplaytestutil.h"
@@ -117,9 +118,8 @@ TEST_F(OverlapTest, CellsOverlayTheirBeatsOnACommonRWave)
     const QImage img = m_display.page().toImage();
     for (int cell : { 0, 7, 29 }) {
         const QRectF r = m_display.geometry().thumbnailRect(cell);
-        // Half way up the spikes (0.2 mV of 1 mV at 40 % of the cell a millivolt), dark runs
-        // appear only around the common R position.
-        const int y = int(r.center().y() - 0.5 * 0.4 * r.height());
+        // Half way up the spikes dark runs appear only around the common R position.
+        const int y = int(r.center().y() - 0.5 * BeatThumbnailPainter::pixelsPerMillivolt(r));
         const QVector<double> runs = displaytest::runCentres(
             img, true, y, int(r.left()) + 1, int(r.right()) - 1, displaytest::dark);
         ASSERT_FALSE(runs.isEmpty()) << cell;
