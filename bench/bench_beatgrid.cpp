@@ -129,11 +129,13 @@ int main(int argc, char** argv)
         std::printf("  class list from the beats: %.0f ms\n", classMs);
         std::printf("  page of 60 (41..60 beats, mean %.0f) fully drawn: median %.1f ms, worst "
                     "%.1f ms over %zu pages (goal <= 100 ms) %s\n",
-            double(cells) / pages.size(), median(pages), *std::max_element(pages.begin(), pages.end()),
-            pages.size(), median(pages) <= 100.0 ? "ok" : "SLOW");
+            double(cells) / pages.size(), median(pages),
+            *std::max_element(pages.begin(), pages.end()), pages.size(),
+            median(pages) <= 100.0 ? "ok" : "SLOW");
         std::printf("  largest normal class (%zu beats), page of %d: %.1f ms\n", largestSize,
             largestCells, largestMs);
-        std::printf("  class page, %d normal classes (mean shape of up to 200 beats each): %.1f ms\n",
+        std::printf(
+            "  class page, %d normal classes (mean shape of up to 200 beats each): %.1f ms\n",
             std::min(40, int(classDisplay.classIds().size())), classPageMs);
         std::printf("  overlap page of 30 cells x 120 s: %.1f ms\n", overlapMs);
         std::printf("  peak memory %.0f MB\n", bench::peakRssMb());

@@ -46,10 +46,10 @@ public:
 
 private:
     void paintPaper(QPainter* p, const QRect& area, const AverageBeatGeometry& g) const;
-    void paintTrace(QPainter* p, const QRect& area, const AverageBeatGeometry& g,
-        const Scene& scene) const;
-    void paintMarkers(QPainter* p, const QRect& area, const AverageBeatGeometry& g,
-        const Scene& scene) const;
-    void paintBars(QPainter* p, const QRect& area, const AverageBeatGeometry& g,
-        const Scene& scene) const;
+    void paintTrace(
+        QPainter* p, const QRect& area, const AverageBeatGeometry& g, const Scene& scene) const;
+    void paintMarkers(
+        QPainter* p, const QRect& area, const AverageBeatGeometry& g, const Scene& scene) const;
+    void paintBars(
+        QPainter* p, const QRect& area, const AverageBeatGeometry& g, const Scene& scene) const;
 };

@@ -44,7 +44,10 @@ public:
     int firstCellShowing(int index) const;
 
     // Rows of the whole list, and the scroll bar's range in rows.
-    int rowCount(int count) const { return m_columns > 0 ? (count + m_columns - 1) / m_columns : 0; }
+    int rowCount(int count) const
+    {
+        return m_columns > 0 ? (count + m_columns - 1) / m_columns : 0;
+    }
     int maximumFirstRow(int count) const;
 
     // The page of a beat grid for `count` beats: rows by columns, as width() x height().

@@ -29,8 +29,8 @@ QFont labelFont()
 
 } // namespace
 
-void BeatThumbnailPainter::paintBackground(QPainter* p, const QRectF& cell,
-    const CellState& state, const QColor& focusedColor, const QColor& otherColor)
+void BeatThumbnailPainter::paintBackground(QPainter* p, const QRectF& cell, const CellState& state,
+    const QColor& focusedColor, const QColor& otherColor)
 {
     p->fillRect(cell, Qt::white);
     if (state.current)

@@ -63,7 +63,7 @@ protected:
     virtual bool cellSelected(int index) const { return m_selection.contains(index); }
     virtual bool cellCurrent(int index) const { return index == m_currentCell; }
     // The current cell moved by mouse or key.
-    virtual void currentCellChanged() {}
+    virtual void currentCellChanged() { }
 
     void setPageShape(int rows, int columns);
     // The list changed: back to the first page with nothing selected.

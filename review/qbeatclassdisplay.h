@@ -28,8 +28,8 @@ public:
     // The classes of a processed list as a review shows them: one per class id above 0 among
     // the real beats, typed by its first beat, members in record order. Shapes are read from
     // `source`. `progress(done, total)` is called every few thousand records when given.
-    static std::unique_ptr<BeatClassSet> classesOf(SignalSource* source, BeatList* beats,
-        const std::function<void(int, int)>& progress = {});
+    static std::unique_ptr<BeatClassSet> classesOf(
+        SignalSource* source, BeatList* beats, const std::function<void(int, int)>& progress = {});
 
     // The classes to show (not owned); read again whenever they are set.
     void setClasses(BeatClassSet* classes);

@@ -77,9 +77,8 @@ QString QBeatOverlapDisplay::clockOf(int index) const
     const qint64 seconds = qint64(index) * m_interval;
     if (seconds % 60 != 0)
         return QString();
-    const QDateTime origin = m_startDateTime.isValid()
-        ? m_startDateTime
-        : QDateTime(QDate(2000, 1, 1), QTime(0, 0));
+    const QDateTime origin
+        = m_startDateTime.isValid() ? m_startDateTime : QDateTime(QDate(2000, 1, 1), QTime(0, 0));
     return origin.addSecs(seconds).toString(QStringLiteral("HH:mm"));
 }
 

@@ -2,6 +2,55 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="es_ES">
 <context>
+    <name>AverageBeatPainter</name>
+    <message>
+        <source>P %1</source>
+        <translation>P %1</translation>
+    </message>
+    <message>
+        <source>PR
+%1</source>
+        <translation>PR
+%1</translation>
+    </message>
+    <message>
+        <source>QRS
+%1</source>
+        <translation>QRS
+%1</translation>
+    </message>
+    <message>
+        <source>ST %1</source>
+        <translation>ST %1</translation>
+    </message>
+    <message>
+        <source>QT %1</source>
+        <translation>QT %1</translation>
+    </message>
+    <message>
+        <source>T %1</source>
+        <translation>T %1</translation>
+    </message>
+    <message>
+        <source>Tpf
+%1</source>
+        <translation>Tpf
+%1</translation>
+    </message>
+    <message>
+        <source>(QRS</source>
+        <translation>(QRS</translation>
+    </message>
+    <message>
+        <source>QRS)</source>
+        <translation>QRS)</translation>
+    </message>
+    <message>
+        <source>[RR %1]</source>
+        <translation>[RR %1]</translation>
+    </message>
+</context>
+<context>
     <name>BrowseStripPainter</name>
     <message>
         <source>ms</source>
@@ -962,6 +1011,37 @@ Verifique el espacio disponible en disco.</translation>
     </message>
 </context>
 <context>
+    <name>QBeatDisplay</name>
+    <message>
+        <source>P on</source>
+        <translation>Inicio P</translation>
+    </message>
+    <message>
+        <source>P off</source>
+        <translation>Fin P</translation>
+    </message>
+    <message>
+        <source>QRS on</source>
+        <translation>Inicio QRS</translation>
+    </message>
+    <message>
+        <source>QRS off</source>
+        <translation>Fin QRS</translation>
+    </message>
+    <message>
+        <source>T on</source>
+        <translation>Inicio T</translation>
+    </message>
+    <message>
+        <source>T off</source>
+        <translation>Fin T</translation>
+    </message>
+    <message>
+        <source>T peak</source>
+        <translation>Pico T</translation>
+    </message>
+</context>
+<context>
     <name>QSignalCompressedDisplay</name>
     <message>
         <source>%1x</source>
@@ -1086,8 +1166,8 @@ Verifique el espacio disponible en disco.</translation>
         <translation>el número de registros de datos no es un número</translation>
     </message>
     <message>
-        <source>the data record duration '%1' is not a positive number of seconds</source>
-        <translation>la duración de registro de datos '%1' no es un número positivo de segundos</translation>
+        <source>the data record duration &apos;%1&apos; is not a positive number of seconds</source>
+        <translation>la duración de registro de datos &apos;%1&apos; no es un número positivo de segundos</translation>
     </message>
     <message>
         <source>the header declares no signals</source>
@@ -1106,8 +1186,8 @@ Verifique el espacio disponible en disco.</translation>
         <translation>el archivo termina dentro de su cabecera</translation>
     </message>
     <message>
-        <source>signal %1 (%2): the %3 '%4' is not a number</source>
-        <translation>señal %1 (%2): %3 '%4' no es un número</translation>
+        <source>signal %1 (%2): the %3 &apos;%4&apos; is not a number</source>
+        <translation>señal %1 (%2): %3 &apos;%4&apos; no es un número</translation>
     </message>
     <message>
         <source>physical minimum</source>
@@ -1162,20 +1242,20 @@ Verifique el espacio disponible en disco.</translation>
         <translation>no contiene ninguna señal de ECG; sus señales son %1. Una señal de ECG lleva la etiqueta ECG, EKG o el nombre de una derivación y se mide en voltios</translation>
     </message>
     <message>
-        <source>signal '%1' has a sampling rate of 0</source>
-        <translation>la señal '%1' tiene una frecuencia de muestreo de 0</translation>
+        <source>signal &apos;%1&apos; has a sampling rate of 0</source>
+        <translation>la señal &apos;%1&apos; tiene una frecuencia de muestreo de 0</translation>
     </message>
     <message>
-        <source>signal '%1' is sampled at %2 Hz; a whole rate of 1 to %3 Hz is needed</source>
-        <translation>la señal '%1' está muestreada a %2 Hz; se necesita una frecuencia entera de 1 a %3 Hz</translation>
+        <source>signal &apos;%1&apos; is sampled at %2 Hz; a whole rate of 1 to %3 Hz is needed</source>
+        <translation>la señal &apos;%1&apos; está muestreada a %2 Hz; se necesita una frecuencia entera de 1 a %3 Hz</translation>
     </message>
     <message>
         <source>its ECG signals are sampled at different rates (%1 and %2 Hz)</source>
         <translation>sus señales de ECG tienen frecuencias de muestreo distintas (%1 y %2 Hz)</translation>
     </message>
     <message>
-        <source>signal '%1' has an empty digital or physical range</source>
-        <translation>la señal '%1' tiene un rango digital o físico vacío</translation>
+        <source>signal &apos;%1&apos; has an empty digital or physical range</source>
+        <translation>la señal &apos;%1&apos; tiene un rango digital o físico vacío</translation>
     </message>
     <message>
         <source>cannot read samples %1 to %2</source>
@@ -1226,7 +1306,7 @@ Verifique el espacio disponible en disco.</translation>
         <translation>no es un archivo Holter ISHNE (sus primeros bytes no son ISHNE1.0)</translation>
     </message>
     <message>
-        <source>the header's block sizes and offsets disagree (variable block %1 bytes at %2, ECG at %3)</source>
+        <source>the header&apos;s block sizes and offsets disagree (variable block %1 bytes at %2, ECG at %3)</source>
         <translation>los tamaños y posiciones de bloque de la cabecera no concuerdan (bloque variable de %1 bytes en %2, ECG en %3)</translation>
     </message>
     <message>
@@ -1430,8 +1510,8 @@ Compruebe el acceso a la carpeta compartida con su administrador de red.</transl
         <translation>Nuevo estudio Holter</translation>
     </message>
     <message>
-        <source>The birth date "%1" is not a valid date. Please type it as day/month/year.</source>
-        <translation>La fecha de nacimiento "%1" no es una fecha válida. Escríbala como día/mes/año.</translation>
+        <source>The birth date &quot;%1&quot; is not a valid date. Please type it as day/month/year.</source>
+        <translation>La fecha de nacimiento &quot;%1&quot; no es una fecha válida. Escríbala como día/mes/año.</translation>
     </message>
     <message>
         <source>The birth date %1 is after the date of the study.</source>
@@ -1446,12 +1526,12 @@ Compruebe el acceso a la carpeta compartida con su administrador de red.</transl
         <translation>La altura</translation>
     </message>
     <message>
-        <source>%1 "%2" is not a valid number.</source>
-        <translation>%1 "%2" no es un número válido.</translation>
+        <source>%1 &quot;%2&quot; is not a valid number.</source>
+        <translation>%1 &quot;%2&quot; no es un número válido.</translation>
     </message>
     <message>
-        <source>The age "%1" is not a valid number of years.</source>
-        <translation>La edad "%1" no es un número de años válido.</translation>
+        <source>The age &quot;%1&quot; is not a valid number of years.</source>
+        <translation>La edad &quot;%1&quot; no es un número de años válido.</translation>
     </message>
     <message>
         <source>Warning</source>
@@ -1546,7 +1626,7 @@ Compruebe el acceso a la carpeta compartida con su administrador de red.</transl
         <translation>Estación de trabajo de ECG Holter</translation>
     </message>
     <message>
-        <source>Keep the study store in &lt;folder&gt; instead of the user's data folder.</source>
+        <source>Keep the study store in &lt;folder&gt; instead of the user&apos;s data folder.</source>
         <translation>Guardar el almacén de estudios en &lt;carpeta&gt; en lugar de la carpeta de datos del usuario.</translation>
     </message>
     <message>

@@ -25,8 +25,8 @@ inline Beat averagedBeat(SignalSource* source, int index, double seconds, int ty
 }
 
 // A class of the given members (list indices) and type, with a mean RR ratio.
-inline BeatClass* addClass(BeatClassSet& set, int id, int type, const QVector<int>& members,
-    double meanRrRatio = 1.0)
+inline BeatClass* addClass(
+    BeatClassSet& set, int id, int type, const QVector<int>& members, double meanRrRatio = 1.0)
 {
     BeatClass* c = set.create(id);
     c->setType(type);
@@ -37,8 +37,7 @@ inline BeatClass* addClass(BeatClassSet& set, int id, int type, const QVector<in
 }
 
 // Runs the event loop until `pending()` turns false; false when it took over `ms`.
-template <typename Pending>
-bool waitWhile(const Pending& pending, int ms = 5000)
+template <typename Pending> bool waitWhile(const Pending& pending, int ms = 5000)
 {
     QElapsedTimer t;
     t.start();

@@ -131,8 +131,8 @@ TEST_P(MeasuringBars, AppearOnlyBetweenMarkersAboveZero)
 INSTANTIATE_TEST_SUITE_P(BeatDisplay, MeasuringBars,
     ::testing::Values(
         // What the running average sets: P on, QRS on, QRS off, T off.
-        BarCase { "delineated", { 0.1, 0, 0.26, 0.35, 0, 0.7, 0 },
-            { "PR\n160", "QRS\n90", "QT 440" } },
+        BarCase {
+            "delineated", { 0.1, 0, 0.26, 0.35, 0, 0.7, 0 }, { "PR\n160", "QRS\n90", "QT 440" } },
         BarCase { "all", { 0.1, 0.18, 0.26, 0.35, 0.5, 0.7, 0.6 },
             { "P 80", "PR\n160", "QRS\n90", "ST 150", "QT 440", "T 200", "Tpf\n100" } },
         BarCase { "none found", { 0, 0, 0, 0, 0, 0, 0 }, {} },

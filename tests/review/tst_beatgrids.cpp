@@ -331,8 +331,7 @@ TEST_F(BeatGridTest, ThumbnailsAreCutAroundTheBeatsAndCachedByBeat)
         // Near its top the spike is the only ink in its row, 0.3 s into the 0.75 s window.
         const QVector<double> runs = displaytest::runCentres(img, true,
             int(r.center().y() - 0.9 * BeatThumbnailPainter::pixelsPerMillivolt(r)), int(r.left()),
-            int(r.right()),
-            displaytest::dark);
+            int(r.right()), displaytest::dark);
         ASSERT_FALSE(runs.isEmpty()) << i;
         for (double x : runs)
             EXPECT_NEAR(x, r.left() + r.width() * 0.3 / 0.75, 3.0) << i;

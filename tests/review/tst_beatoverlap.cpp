@@ -86,7 +86,8 @@ TEST_F(OverlapTest, KeysMoveAndStretchTheSelectionInWholeCells)
 TEST_F(OverlapTest, PressesMoveTheSelectionAndShiftExtendsIt)
 {
     QSignalSpy changed(&m_display, &QBeatOverlapDisplay::selectedTimeChanged);
-    const auto centre = [&](int cell) { return m_display.geometry().cellRect(cell).center().toPoint(); };
+    const auto centre
+        = [&](int cell) { return m_display.geometry().cellRect(cell).center().toPoint(); };
     QTest::mouseClick(&m_display, Qt::LeftButton, Qt::NoModifier, centre(8));
     EXPECT_EQ(selected(), Sel(960, 120));
     QTest::mouseClick(&m_display, Qt::LeftButton, Qt::ShiftModifier, centre(3));
@@ -134,7 +135,8 @@ TEST_F(OverlapTest, ATypeWithoutBeatsShowsEmptyCells)
     ASSERT_TRUE(beattest::waitWhile([&] { return m_display.thumbnailsPending(); }));
     const QImage img = m_display.page().toImage();
     const QRectF r = m_display.geometry().thumbnailRect(1);
-    EXPECT_EQ(displaytest::countPixels(img, r.adjusted(0, 20, 0, 0).toRect(), displaytest::dark), 0);
+    EXPECT_EQ(
+        displaytest::countPixels(img, r.adjusted(0, 20, 0, 0).toRect(), displaytest::dark), 0);
 }
 
 struct SelectionStep

@@ -62,8 +62,8 @@ private:
 
 // The running average of the beats in the 20 s before `seconds`, with the markers the review
 // window sets from its delineation.
-void showAverage(QBeatDisplay& display, RecentBeatWindow& average, BeatList* beats,
-    double seconds, int lead)
+void showAverage(
+    QBeatDisplay& display, RecentBeatWindow& average, BeatList* beats, double seconds, int lead)
 {
     average.clear();
     Beat b;
@@ -158,10 +158,11 @@ int writeBeatPictures(const QString& outDir, GalleryStudy& gallery)
         grid.showInterval(300.0, 45.0, BeatN);
     if (!grid.beatIds().isEmpty())
         grid.selectBeat(grid.beatIds().value(7));
-    pictures.save(grid, QString("beat_grid_%1_%2_beats_page_of_%3")
-                            .arg(sixty >= 0 ? "class" : "45s")
-                            .arg(grid.beatIds().size())
-                            .arg(grid.rows() * grid.columns()),
+    pictures.save(grid,
+        QString("beat_grid_%1_%2_beats_page_of_%3")
+            .arg(sixty >= 0 ? "class" : "45s")
+            .arg(grid.beatIds().size())
+            .arg(grid.rows() * grid.columns()),
         &grid);
     const int largest = classOf(*classes, BeatN, 1, 1 << 30);
     grid.showClasses({ largest });
