@@ -47,7 +47,7 @@ QSizeF QBeatCellDisplay::pageArea() const
     return QSizeF(std::max(0, width() - bar), std::max(0, height()));
 }
 
-BeatGridGeometry QBeatCellDisplay::geometry() const
+BeatGridGeometry QBeatCellDisplay::gridGeometry() const
 {
     return BeatGridGeometry(m_rows, m_columns, pageArea(), m_firstCell);
 }
@@ -87,7 +87,7 @@ void QBeatCellDisplay::changed()
 
 void QBeatCellDisplay::scrollTo(int index)
 {
-    const int first = geometry().firstCellShowing(index);
+    const int first = gridGeometry().firstCellShowing(index);
     if (first != m_firstCell) {
         m_firstCell = first;
         changed();
@@ -97,7 +97,7 @@ void QBeatCellDisplay::scrollTo(int index)
 
 void QBeatCellDisplay::updateScrollBar()
 {
-    const BeatGridGeometry g = geometry();
+    const BeatGridGeometry g = gridGeometry();
     const QSignalBlocker block(m_scrollBar);
     const int maximum = g.maximumFirstRow(cellCount());
     m_scrollBar->setRange(0, maximum);
@@ -142,7 +142,7 @@ void QBeatCellDisplay::compose()
         *m_page = QPixmap(size);
     m_page->fill(Qt::white);
     QPainter p(m_page.get());
-    const BeatGridGeometry g = geometry();
+    const BeatGridGeometry g = gridGeometry();
     m_pending.clear();
     const int end = std::min(cellCount(), m_firstCell + g.pageCells());
     for (int i = m_firstCell; i < end; ++i) {
@@ -176,7 +176,7 @@ void QBeatCellDisplay::paintPlaceholder(int, QPainter* painter, const QRectF& re
 
 void QBeatCellDisplay::drawNextThumbnail()
 {
-    const BeatGridGeometry g = geometry();
+    const BeatGridGeometry g = gridGeometry();
     while (!m_pending.isEmpty()) {
         const int index = m_pending.takeFirst();
         if (index >= cellCount() || !g.isOnPage(index) || m_thumbnails.contains(cellKey(index)))
@@ -245,7 +245,7 @@ void QBeatCellDisplay::mousePressEvent(QMouseEvent* event)
     setFocus(Qt::MouseFocusReason);
     if (event->button() != Qt::LeftButton)
         return;
-    const int index = geometry().indexAt(event->localPos(), cellCount());
+    const int index = gridGeometry().indexAt(event->localPos(), cellCount());
     if (index < 0)
         return;
     if (event->modifiers() & Qt::ControlModifier) {
@@ -263,7 +263,7 @@ void QBeatCellDisplay::mousePressEvent(QMouseEvent* event)
 
 void QBeatCellDisplay::keyPressEvent(QKeyEvent* event)
 {
-    const int target = geometry().keyTarget(event->key(), m_currentCell, cellCount());
+    const int target = gridGeometry().keyTarget(event->key(), m_currentCell, cellCount());
     if (target < 0) {
         QWidget::keyPressEvent(event);
         return;

@@ -38,10 +38,11 @@ public:
     int firstCell() const { return m_firstCell; }
     int currentCell() const { return m_currentCell; }
     QSet<int> selection() const { return m_selection; }
-    double cellWidth() const { return geometry().cellWidth(); }
-    double cellHeight() const { return geometry().cellHeight(); }
+    double cellWidth() const { return gridGeometry().cellWidth(); }
+    double cellHeight() const { return gridGeometry().cellHeight(); }
     QScrollBar* scrollBarWidget() const { return m_scrollBar; }
-    BeatGridGeometry geometry() const;
+    // The page's cells as they stand (named apart from QWidget::geometry()).
+    BeatGridGeometry gridGeometry() const;
 
     // True while thumbnails of the page are still to be drawn.
     bool thumbnailsPending() const { return m_dirty || !m_pending.isEmpty(); }

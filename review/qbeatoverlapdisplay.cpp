@@ -120,7 +120,7 @@ void QBeatOverlapDisplay::mousePressEvent(QMouseEvent* event)
     if (event->button() != Qt::LeftButton)
         return;
     const int count = cellCount();
-    const int index = geometry().indexAt(event->localPos(), count);
+    const int index = gridGeometry().indexAt(event->localPos(), count);
     if (index < 0)
         return;
     const TimeCellSelection before = m_selection;

@@ -87,7 +87,7 @@ TEST_F(OverlapTest, PressesMoveTheSelectionAndShiftExtendsIt)
 {
     QSignalSpy changed(&m_display, &QBeatOverlapDisplay::selectedTimeChanged);
     const auto centre
-        = [&](int cell) { return m_display.geometry().cellRect(cell).center().toPoint(); };
+        = [&](int cell) { return m_display.gridGeometry().cellRect(cell).center().toPoint(); };
     QTest::mouseClick(&m_display, Qt::LeftButton, Qt::NoModifier, centre(8));
     EXPECT_EQ(selected(), Sel(960, 120));
     QTest::mouseClick(&m_display, Qt::LeftButton, Qt::ShiftModifier, centre(3));
@@ -118,7 +118,7 @@ TEST_F(OverlapTest, CellsOverlayTheirBeatsOnACommonRWave)
     EXPECT_EQ(m_display.cachedThumbnails(), 30);
     const QImage img = m_display.page().toImage();
     for (int cell : { 0, 7, 29 }) {
-        const QRectF r = m_display.geometry().thumbnailRect(cell);
+        const QRectF r = m_display.gridGeometry().thumbnailRect(cell);
         // Half way up the spikes dark runs appear only around the common R position.
         const int y = int(r.center().y() - 0.5 * BeatThumbnailPainter::pixelsPerMillivolt(r));
         const QVector<double> runs = displaytest::runCentres(
@@ -134,7 +134,7 @@ TEST_F(OverlapTest, ATypeWithoutBeatsShowsEmptyCells)
     m_display.setDisplayType(BeatS);
     ASSERT_TRUE(beattest::waitWhile([&] { return m_display.thumbnailsPending(); }));
     const QImage img = m_display.page().toImage();
-    const QRectF r = m_display.geometry().thumbnailRect(1);
+    const QRectF r = m_display.gridGeometry().thumbnailRect(1);
     EXPECT_EQ(
         displaytest::countPixels(img, r.adjusted(0, 20, 0, 0).toRect(), displaytest::dark), 0);
 }

@@ -45,7 +45,7 @@ protected:
     // The centre of cell `index` of the page (cells 100 x 100).
     QPoint cellCentre(int index) const
     {
-        const QRectF r = m_display.geometry().cellRect(index);
+        const QRectF r = m_display.gridGeometry().cellRect(index);
         return r.center().toPoint();
     }
     void click(int index, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
@@ -116,7 +116,7 @@ TEST_F(ClassDisplayTest, ThumbnailsShowCountsAndPrematurityAndFillInFromTheTimer
     EXPECT_EQ(m_display.cachedThumbnails(), 4);
     const QImage img = m_display.page().toImage();
     auto labelInk = [&](int index) {
-        const QRectF r = m_display.geometry().thumbnailRect(index);
+        const QRectF r = m_display.gridGeometry().thumbnailRect(index);
         return displaytest::countPixels(img, QRect(int(r.left()), int(r.top()) + 1, 20, 12),
             [](QRgb c) { return qRed(c) < 170 && qAbs(qRed(c) - qBlue(c)) < 10; });
     };
@@ -124,7 +124,7 @@ TEST_F(ClassDisplayTest, ThumbnailsShowCountsAndPrematurityAndFillInFromTheTimer
     EXPECT_EQ(labelInk(3), 0); // one beat: no count
     // Every shape is a spike standing up from the middle line, in black.
     for (int i = 0; i < 4; ++i) {
-        const QRectF r = m_display.geometry().thumbnailRect(i);
+        const QRectF r = m_display.gridGeometry().thumbnailRect(i);
         EXPECT_GT(displaytest::countPixels(img, r.toRect(), displaytest::dark), 10) << i;
     }
 }
@@ -327,7 +327,7 @@ TEST_F(BeatGridTest, ThumbnailsAreCutAroundTheBeatsAndCachedByBeat)
     EXPECT_EQ(m_grid.cachedThumbnails(), 8);
     const QImage img = m_grid.page().toImage();
     for (int i = 0; i < 8; ++i) {
-        const QRectF r = m_grid.geometry().thumbnailRect(i);
+        const QRectF r = m_grid.gridGeometry().thumbnailRect(i);
         // Near its top the spike is the only ink in its row, 0.3 s into the 0.75 s window.
         const QVector<double> runs = displaytest::runCentres(img, true,
             int(r.center().y() - 0.9 * BeatThumbnailPainter::pixelsPerMillivolt(r)), int(r.left()),
