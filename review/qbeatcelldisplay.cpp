@@ -145,6 +145,16 @@ void QBeatCellDisplay::compose()
     const BeatGridGeometry g = gridGeometry();
     m_pending.clear();
     const int end = std::min(cellCount(), m_firstCell + g.pageCells());
+    if (m_thumbnails.size() > kThumbnailLimit) {
+        // Over the limit only this page's thumbnails stay.
+        QHash<qint64, QPixmap> kept;
+        for (int i = m_firstCell; i < end; ++i) {
+            const auto it = m_thumbnails.constFind(cellKey(i));
+            if (it != m_thumbnails.constEnd())
+                kept.insert(it.key(), it.value());
+        }
+        m_thumbnails.swap(kept);
+    }
     for (int i = m_firstCell; i < end; ++i) {
         paintCell(&p, g, i);
         if (!m_thumbnails.contains(cellKey(i)))

@@ -27,6 +27,10 @@ class QBeatCellDisplay : public QWidget
 {
     Q_OBJECT
 public:
+    // Thumbnails kept at most: ten full pages of the smallest cells (about 35 MB), so that
+    // paging through a day of beats doesn't hold every beat's image.
+    static constexpr int kThumbnailLimit = 1600;
+
     ~QBeatCellDisplay() override;
 
     // Colour ids: 0 the current cell of a focused grid, 1 the other selected cells.

@@ -344,6 +344,30 @@ TEST_F(BeatGridTest, ThumbnailsAreCutAroundTheBeatsAndCachedByBeat)
     EXPECT_EQ(m_grid.cachedThumbnails(), 0);
 }
 
+TEST(BeatGridCache, PagingThroughADayKeepsTheCacheBounded)
+{
+    auto source = spikeSource(2302.0);
+    auto beats = beatsEverySecond(2300); // 1840 normal beats, 12 pages of 160
+    QBeatGridDisplay grid;
+    grid.setSignal(source.get());
+    grid.setBeats(beats.get());
+    grid.resize(400, 300);
+    grid.show();
+    grid.showInterval(0.0, 2300.0, BeatN);
+    grid.setFocus();
+    int most = 0;
+    for (int page = 0; page < 13; ++page) {
+        QTest::keyClick(&grid, Qt::Key_PageDown);
+        // The page on screen is never dropped, or it would be drawn again and again.
+        ASSERT_TRUE(beattest::waitWhile([&] { return grid.thumbnailsPending(); })) << page;
+        most = std::max(most, grid.cachedThumbnails());
+    }
+    EXPECT_EQ(grid.firstCell(), 1840 - 160);
+    EXPECT_LE(most, QBeatCellDisplay::kThumbnailLimit + 160);
+    EXPECT_GT(most, QBeatCellDisplay::kThumbnailLimit - 160);
+    EXPECT_LT(grid.cachedThumbnails(), most);
+}
+
 TEST(BeatGridEnds, BeatsAtTheRecordingsEndsAreDrawnAsFarAsTheSignalGoes)
 {
     auto source = spikeSource(10.0);
