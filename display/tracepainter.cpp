@@ -142,7 +142,7 @@ void TracePainter::paintRow(QPainter* painter, const QRectF& clip, const StripGe
     painter->save();
     if (!clip.isEmpty())
         painter->setClipRect(clip, Qt::IntersectClip);
-    if (modeFor(g, rate) == Mode::Columns)
+    if (!m_style.alwaysPolyline && modeFor(g, rate) == Mode::Columns)
         paintColumns(painter, g, s, marked);
     else
         paintPolyline(painter, g, s, marked);

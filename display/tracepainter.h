@@ -45,6 +45,9 @@ public:
         // Reading outside the recording gives zeros; a flat line there is only wanted where a
         // printed layout has always shown it.
         bool drawBeyondSignal = false;
+        // A polyline through every sample however dense, for small thumbnails whose shape
+        // matters more than single spikes.
+        bool alwaysPolyline = false;
     };
 
     // What a row draws besides its geometry.

@@ -2,6 +2,55 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="es_ES">
 <context>
+    <name>AverageBeatPainter</name>
+    <message>
+        <source>P %1</source>
+        <translation>P %1</translation>
+    </message>
+    <message>
+        <source>PR
+%1</source>
+        <translation>PR
+%1</translation>
+    </message>
+    <message>
+        <source>QRS
+%1</source>
+        <translation>QRS
+%1</translation>
+    </message>
+    <message>
+        <source>ST %1</source>
+        <translation>ST %1</translation>
+    </message>
+    <message>
+        <source>QT %1</source>
+        <translation>QT %1</translation>
+    </message>
+    <message>
+        <source>T %1</source>
+        <translation>T %1</translation>
+    </message>
+    <message>
+        <source>Tpf
+%1</source>
+        <translation>Tpf
+%1</translation>
+    </message>
+    <message>
+        <source>(QRS</source>
+        <translation>(QRS</translation>
+    </message>
+    <message>
+        <source>QRS)</source>
+        <translation>QRS)</translation>
+    </message>
+    <message>
+        <source>[RR %1]</source>
+        <translation>[RR %1]</translation>
+    </message>
+</context>
+<context>
     <name>BrowseStripPainter</name>
     <message>
         <source>ms</source>
@@ -959,6 +1008,37 @@ Verifique el espacio disponible en disco.</translation>
     <message>
         <source>Cancel</source>
         <translation>Cancelar</translation>
+    </message>
+</context>
+<context>
+    <name>QBeatDisplay</name>
+    <message>
+        <source>P on</source>
+        <translation>Inicio P</translation>
+    </message>
+    <message>
+        <source>P off</source>
+        <translation>Fin P</translation>
+    </message>
+    <message>
+        <source>QRS on</source>
+        <translation>Inicio QRS</translation>
+    </message>
+    <message>
+        <source>QRS off</source>
+        <translation>Fin QRS</translation>
+    </message>
+    <message>
+        <source>T on</source>
+        <translation>Inicio T</translation>
+    </message>
+    <message>
+        <source>T off</source>
+        <translation>Fin T</translation>
+    </message>
+    <message>
+        <source>T peak</source>
+        <translation>Pico T</translation>
     </message>
 </context>
 <context>

@@ -14,6 +14,7 @@
 #include "store/beatlist.h"
 #include "store/signalsource.h"
 #include "store/study.h"
+#include "tools/gallery/gallerybeats.h"
 #include "tools/gallery/gallerybrowser.h"
 #include "tools/gallery/gallerydialogs.h"
 #include "tools/gallery/gallerydownload.h"
@@ -218,6 +219,7 @@ void run(const QString& outDir)
     g.save(page, "fulldisclosure_lead1_15x30s_af_episode");
     page.setStartTime(GalleryStudy::kVtSeconds - 120.0);
     g.save(page, "fulldisclosure_lead1_15x30s_vt_run");
+    writeBeatPictures(outDir, study);
 
     // The launcher window over an empty store of its own.
     StudyRepository::Options options;
