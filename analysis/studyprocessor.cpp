@@ -7,6 +7,7 @@
 #include "analysis/waveletbeatdetector.h"
 #include "store/beatclass.h"
 #include "store/beatlist.h"
+#include "store/storeio.h"
 #include "store/study.h"
 
 #include <exception>
@@ -101,6 +102,10 @@ bool StudyProcessor::runStages()
     }
     if (isCancelRequested())
         return false;
+    // Detection read every sample: beats found over silence that stands for unreadable
+    // samples would look like a whole study.
+    if (const std::string error = m_study->signal()->readError(); !error.empty())
+        throw StoreError(error);
 
     // Stage 2: noisy stretches from the rhythm alone. finish() also runs after a cancel, so
     // the beats scored so far are marked.

@@ -208,16 +208,21 @@ qint16* EcgFile::loadBlock(int channel, int block)
         return nullptr;
     const int n = channelCount();
     const qint64 offset = m_headerSize + qint64(n) * block * kBlockSize * 2;
-    if (fseeko(m_file, offset, SEEK_SET) != 0)
+    if (fseeko(m_file, offset, SEEK_SET) != 0) {
+        noteReadError(StoreError("Read error in file", m_path).what());
         return nullptr;
+    }
     // One read of all channels' frames; the last, partial block reads short and is zero-tailed.
     // Only whole frames count: the bytes of a torn last frame must not leak into the tail.
     std::array<qint16, kMaxChannels * kBlockSize> frames;
     const size_t want = size_t(n) * kBlockSize;
     const qint64 framesHere
         = std::clamp<qint64>(sampleCount() - qint64(block) * kBlockSize, 0, kBlockSize);
-    const size_t got
-        = std::min(std::fread(frames.data(), 2, want, m_file), size_t(framesHere) * size_t(n));
+    const size_t expected = size_t(framesHere) * size_t(n);
+    const size_t got = std::min(std::fread(frames.data(), 2, want, m_file), expected);
+    // Samples counted when the file was opened and now missing: cut short or unreadable.
+    if (got < expected)
+        noteReadError(StoreError("Read error in file", m_path).what());
     std::fill(frames.begin() + got, frames.begin() + want, qint16(0));
 
     qint16* out = new qint16[kBlockSize];

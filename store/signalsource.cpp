@@ -112,6 +112,19 @@ void SignalSource::releaseBlock(int channel, int block)
     m_cache.release(channel, block);
 }
 
+std::string SignalSource::readError() const
+{
+    std::lock_guard<std::mutex> lock(m_readErrorLock);
+    return m_readError;
+}
+
+void SignalSource::noteReadError(const std::string& message)
+{
+    std::lock_guard<std::mutex> lock(m_readErrorLock);
+    if (m_readError.empty())
+        m_readError = message;
+}
+
 void SignalSource::freeBlock(qint16* block)
 {
     delete[] block;

@@ -7,6 +7,8 @@
 
 #include <array>
 #include <memory>
+#include <mutex>
+#include <string>
 #include <vector>
 
 class SignalSource;
@@ -95,6 +97,12 @@ public:
 
     int cachedBlockCount() const { return m_cache.cachedCount(); }
 
+    // The first failure to read samples that should be there (a file cut short or a disk
+    // error under an open source), ready to show; empty while every read was whole. Blocks
+    // that failed read as silence, so displays stay safe; long operations check this at their
+    // end, so that a result built on silence is never taken for a whole one.
+    std::string readError() const;
+
 protected:
     SignalSource(int channelCount, int samplingRate, int blockSize);
 
@@ -106,9 +114,14 @@ protected:
     void dropCachedBlocks();
     // Frees every cached block; a derived destructor calls it while its freeBlock still works.
     void releaseAllBlocks();
+    // Keeps the first read failure; callable from any thread.
+    void noteReadError(const std::string& message);
 
 private:
     void recomputeGainStep();
+
+    mutable std::mutex m_readErrorLock;
+    std::string m_readError;
 
     int m_channelCount;
     std::array<std::unique_ptr<SignalChannel>, kMaxChannels> m_channels;

@@ -3,12 +3,14 @@
 
 #include "shell/mainwindow.h"
 #include "store/beatlist.h"
+#include "store/ecgfile.h"
 #include "store/result.h"
 #include "store/studystatus.h"
 #include "tests/shell/launchertestutil.h"
 #include "tests/support/testsupport.h"
 
 #include <QDir>
+#include <QFile>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -227,6 +229,38 @@ TEST_F(LauncherFlowTest, CancelAndCloseDuringProcessingLeaveTheStudyToBeProcesse
         m_log = std::make_shared<FakeDialogs::Log>();
         m_options.rootOverride = m_temp.file(viaClose ? "s2" : "s1");
     }
+}
+
+// The card's samples cut short under the run (a failing disk): the reader's failure is shown,
+// and the study is left to be processed again.
+class CuttingDialogs : public FakeDialogs
+{
+public:
+    using FakeDialogs::FakeDialogs;
+    std::optional<ProcessingOptions> preprocess(
+        QWidget* parent, StudyRepository& repository, Study* study, bool afterDownload) override
+    {
+        const QString path = repository.studyPath(study->property("baseFilename"), "vtecg");
+        QFile(path).resize(EcgFile::kHeaderSize + 3 * 2 * 250 * 60); // a minute of samples is left
+        return FakeDialogs::preprocess(parent, repository, study, afterDownload);
+    }
+};
+
+TEST_F(LauncherFlowTest, AReaderFailureDuringProcessingIsShownAndTheStudyStaysToBeProcessed)
+{
+    auto window = startWindow("long");
+    window->setDialogs(std::make_unique<CuttingDialogs>(m_log, s_cards->filePath("long")));
+    QSignalSpy finished(window.get(), &MainWindow::processingFinished);
+    BoxAnswerer boxes;
+    window->findChild<QPushButton*>("btnDownloadStudy")->click();
+    EXPECT_EQ(waitForRun(finished), ProcessingOutcome::Failed);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !boxes.texts.isEmpty(); }, 2000));
+    EXPECT_TRUE(boxes.texts[0].startsWith("Processing of the study stopped:"))
+        << boxes.texts[0].toStdString();
+    expectIdle(*window);
+    const Stored s = stored(*window, onlyStudyId(*window));
+    EXPECT_EQ(s.status, QByteArray(StudyStatus::Downloaded));
+    EXPECT_EQ(s.beats, 0);
 }
 
 TEST_F(LauncherFlowTest, BackingOutOfPreprocessingStartsNothing)

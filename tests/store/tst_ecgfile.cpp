@@ -2,6 +2,7 @@
 #include "store/storeio.h"
 #include "tests/support/testsupport.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -166,6 +167,38 @@ TEST(EcgFileTest, PartialBlocksTornFramesAndOutOfRangeReadAsZero)
     EXPECT_EQ(torn[99], pattern(0, 4195));
     EXPECT_EQ(torn[100], 0);
     f->releaseBlock(0, 1);
+}
+
+// A partial last block and a torn frame are the file's own end, not failures; samples counted at
+// opening that are gone later (the file cut short under the reader) read as silence and leave
+// a read error that names the file.
+TEST(EcgFileTest, SamplesGoneUnderAnOpenReaderAreAReadError)
+{
+    TempRoot root;
+    const QString path = root.file("cut.vtecg");
+    writeStudyFile(path, 2, 3 * 4096 + 100);
+    std::unique_ptr<EcgFile> f = EcgFile::open(path);
+    ASSERT_NE(f, nullptr);
+    for (int block = 0; block < 4; ++block) {
+        f->freeBlock(f->loadBlock(0, block));
+    }
+    EXPECT_EQ(f->readError(), "") << "the partial last block is the file's end";
+
+    QFile(path).resize(4096 + 2 * 2 * 4096 + 10); // block 0 whole, block 1 cut in its middle
+    qint16* whole = f->loadBlock(1, 0);
+    EXPECT_EQ(whole[4095], pattern(1, 4095));
+    f->freeBlock(whole);
+    EXPECT_EQ(f->readError(), "");
+    qint16* cut = f->loadBlock(0, 1);
+    ASSERT_NE(cut, nullptr);
+    EXPECT_EQ(cut[0], pattern(0, 4096));
+    EXPECT_EQ(cut[4095], 0) << "what is gone reads as silence";
+    f->freeBlock(cut);
+    const std::string error = f->readError();
+    EXPECT_NE(error.find("Read error in file"), std::string::npos) << error;
+    EXPECT_NE(error.find("cut.vtecg"), std::string::npos) << error;
+    f->freeBlock(f->loadBlock(0, 3)); // a later failure keeps the first message
+    EXPECT_EQ(f->readError(), error);
 }
 
 // A reader of a file being written: after every append, old and new samples read right,
