@@ -41,40 +41,40 @@ int BeatGridGeometry::indexAt(const QPointF& point, int count) const
     return index < count ? index : -1;
 }
 
+std::optional<int> BeatGridGeometry::keyStep(int key, int columns, int pageCells, int count)
+{
+    switch (key) {
+    case Qt::Key_Right:
+        return 1;
+    case Qt::Key_Left:
+        return -1;
+    case Qt::Key_Down:
+        return columns;
+    case Qt::Key_Up:
+        return -columns;
+    case Qt::Key_PageDown:
+        return pageCells;
+    case Qt::Key_PageUp:
+        return -pageCells;
+    case Qt::Key_Home:
+        return -count;
+    case Qt::Key_End:
+        return count;
+    default:
+        return std::nullopt;
+    }
+}
+
 int BeatGridGeometry::keyTarget(int key, int current, int count) const
 {
     if (count <= 0)
         return -1;
-    int step = 0;
-    switch (key) {
-    case Qt::Key_Right:
-        step = 1;
-        break;
-    case Qt::Key_Left:
-        step = -1;
-        break;
-    case Qt::Key_Down:
-        step = m_columns;
-        break;
-    case Qt::Key_Up:
-        step = -m_columns;
-        break;
-    case Qt::Key_PageDown:
-        step = pageCells();
-        break;
-    case Qt::Key_PageUp:
-        step = -pageCells();
-        break;
-    case Qt::Key_Home:
-        return 0;
-    case Qt::Key_End:
-        return count - 1;
-    default:
+    const std::optional<int> step = keyStep(key, m_columns, pageCells(), count);
+    if (!step)
         return -1;
-    }
     if (current < 0)
-        return 0;
-    return std::clamp(current + step, 0, count - 1);
+        return key == Qt::Key_End ? count - 1 : 0;
+    return std::clamp(current + *step, 0, count - 1);
 }
 
 int BeatGridGeometry::firstCellShowing(int index) const

@@ -4,6 +4,8 @@
 #include <QRectF>
 #include <QSize>
 
+#include <optional>
+
 // A page of equal cells over a list of items, `columns` to a row, scrolled by whole rows: where a
 // cell lies, which cell is under a point, where a key moves the current cell and which page
 // keeps it in view. A plain value shared by the class, beat and overlap grids.
@@ -39,6 +41,9 @@ public:
     // -1 for a key that doesn't navigate or an empty list. From no current item (-1) the keys
     // start at the first.
     int keyTarget(int key, int current, int count) const;
+    // How far a navigation key moves in a grid of `columns` showing `pageCells` cells out of
+    // `count` (Home and End move by the whole count); nothing for other keys.
+    static std::optional<int> keyStep(int key, int columns, int pageCells, int count);
     // The first cell of the page that shows `index`: unchanged when it is on the page, else the
     // row of `index` comes first (moving up) or last (moving down).
     int firstCellShowing(int index) const;

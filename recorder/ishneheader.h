@@ -44,7 +44,7 @@ struct IshneHeader
     // Throws RecordingError naming the file.
     static IshneHeader read(const QString& path);
 
-    // The name of a lead specification code ("II", "V5", "X"...); "Lead N" for unknown codes.
+    // The name of an ISHNE lead code ("II", "V5", "X"...); "Lead N" for unknown codes.
     static QByteArray leadName(int code, int lead);
 };
 

@@ -1,5 +1,7 @@
 #include "review/qbeatoverlapdisplay.h"
 
+#include "display/beatgridgeometry.h"
+
 #include "display/beatthumbnailpainter.h"
 #include "display/stripgeometry.h"
 #include "store/beatlist.h"
@@ -134,33 +136,9 @@ void QBeatOverlapDisplay::mousePressEvent(QMouseEvent* event)
 void QBeatOverlapDisplay::keyPressEvent(QKeyEvent* event)
 {
     const int count = cellCount();
-    int step = 0;
-    switch (event->key()) {
-    case Qt::Key_Right:
-        step = 1;
-        break;
-    case Qt::Key_Left:
-        step = -1;
-        break;
-    case Qt::Key_Down:
-        step = columns();
-        break;
-    case Qt::Key_Up:
-        step = -columns();
-        break;
-    case Qt::Key_PageDown:
-        step = rows() * columns();
-        break;
-    case Qt::Key_PageUp:
-        step = -rows() * columns();
-        break;
-    case Qt::Key_End:
-        step = count;
-        break;
-    case Qt::Key_Home:
-        step = -count;
-        break;
-    default:
+    const std::optional<int> step
+        = BeatGridGeometry::keyStep(event->key(), columns(), rows() * columns(), count);
+    if (!step) {
         QBeatCellDisplay::keyPressEvent(event);
         return;
     }
@@ -168,8 +146,8 @@ void QBeatOverlapDisplay::keyPressEvent(QKeyEvent* event)
         return;
     const TimeCellSelection before = m_selection;
     if (event->modifiers() & Qt::ShiftModifier)
-        m_selection.extend(step, count);
+        m_selection.extend(*step, count);
     else
-        m_selection.move(step, count);
+        m_selection.move(*step, count);
     selectionMoved(before);
 }
