@@ -1,0 +1,56 @@
+// A WFDB header and, when it parses, the record's samples. The input is the header text, a
+// zero byte, then the data file's bytes; the data file takes the name the header gives it
+// (only plain names: the scratch folder is the only place written).
+#include "fuzz/fuzzreaders.h"
+#include "fuzz/fuzzsupport.h"
+
+#include "recorder/wfdbrecord.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+constexpr qint64 kMaxFrames = 20000;
+
+bool isPlainName(const QString& name)
+{
+    return !name.isEmpty() && name != "." && name != ".." && name != "-" && !name.contains('/')
+        && !name.contains('\\') && name.size() < 100 && !name.endsWith(".hea");
+}
+
+void readRecord(const QByteArray& input)
+{
+    const int split = input.indexOf('\0');
+    const QByteArray text = split < 0 ? input : input.left(split);
+    const QByteArray data = split < 0 ? QByteArray() : input.mid(split + 1);
+    const QString headerPath = fuzzsupport::scratchPath("rec.hea");
+    const WfdbHeader header = WfdbHeader::parse(text, headerPath);
+    header.baseDateTime();
+    recordResolution(header);
+    if (header.channels.isEmpty() || !isPlainName(header.channels[0].fileName))
+        return;
+    for (const WfdbSignalSpec& s : header.channels)
+        if (s.fileName != header.channels[0].fileName)
+            return;
+    fuzzsupport::writeScratch(header.channels[0].fileName, data);
+    WfdbSource source(header);
+    const qint64 frames = std::min(kMaxFrames, source.sampleCount());
+    std::vector<std::vector<qint16>> out(size_t(source.channelCount()),
+        std::vector<qint16>(size_t(std::max<qint64>(frames, 1))));
+    std::vector<qint16*> pointers;
+    for (auto& channel : out)
+        pointers.push_back(channel.data());
+    source.readFrames(0, frames, pointers.data());
+    for (int c = 0; c < source.channelCount(); ++c)
+        for (int b = 0; b < std::min(4, source.blockCount() + 1); ++b)
+            if (source.getBlock(c, b))
+                source.releaseBlock(c, b);
+}
+
+} // namespace
+
+void fuzzreaders::wfdbheader(const QByteArray& input)
+{
+    readRecord(input);
+}
