@@ -14,16 +14,18 @@ namespace fuzzsupport {
 
 namespace {
 
-std::unique_ptr<QCoreApplication> s_app;
+// The application and the store are never destroyed at exit: libFuzzer leaves through exit(),
+// after Qt's own globals are gone, and their destructors would crash there.
+QCoreApplication* s_app = nullptr;
+StudyRepository* s_repository = nullptr;
 std::unique_ptr<QTemporaryDir> s_scratch;
-std::unique_ptr<StudyRepository> s_repository;
 
 } // namespace
 
 void initialize(int* argc, char*** argv)
 {
     if (!QCoreApplication::instance())
-        s_app = std::make_unique<QCoreApplication>(*argc, *argv);
+        s_app = new QCoreApplication(*argc, *argv);
 }
 
 QString scratchPath(const QString& name)
@@ -54,14 +56,15 @@ StudyRepository& repository()
         StudyRepository::Options options;
         options.rootOverride = scratchPath("store");
         options.freeSpaceQuery = [](const QString&) { return qint64(-1); };
-        s_repository = std::make_unique<StudyRepository>("HolterFuzz", options);
+        s_repository = new StudyRepository("HolterFuzz", options);
     }
     return *s_repository;
 }
 
 void releaseRepository()
 {
-    s_repository.reset();
+    delete s_repository;
+    s_repository = nullptr;
 }
 
 } // namespace fuzzsupport

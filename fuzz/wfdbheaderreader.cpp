@@ -13,10 +13,17 @@ namespace {
 
 constexpr qint64 kMaxFrames = 20000;
 
+// A name the scratch folder can hold: short printable ASCII without separators. Other names
+// are left to the reader, which reports the data file missing.
 bool isPlainName(const QString& name)
 {
-    return !name.isEmpty() && name != "." && name != ".." && name != "-" && !name.contains('/')
-        && !name.contains('\\') && name.size() < 100 && !name.endsWith(".hea");
+    if (name.isEmpty() || name.size() > 64 || name == "." || name == ".." || name == "-"
+        || name.endsWith(".hea"))
+        return false;
+    for (QChar c : name)
+        if (c.unicode() <= ' ' || c.unicode() >= 127 || c == '/' || c == '\\')
+            return false;
+    return true;
 }
 
 void readRecord(const QByteArray& input)
