@@ -1,5 +1,5 @@
-#include "fuzz/fuzzreaders.h"
 #include "fuzz/fuzzsupport.h"
+#include "fuzz/fuzzreaders.h"
 
 #include "store/studyrepository.h"
 
@@ -37,15 +37,14 @@ QString scratchPath(const QString& name)
         if (!s_scratch->isValid())
             qFatal("holter fuzz: cannot create a scratch folder in %s", qPrintable(base));
     }
-    return s_scratch->filePath(name);
+    return s_scratch->path() + "/" + name; // filePath() would take ":x" for a resource
 }
 
 QString writeScratch(const QString& name, const QByteArray& bytes)
 {
     const QString path = scratchPath(name);
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)
-        || file.write(bytes) != bytes.size())
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size())
         qFatal("holter fuzz: cannot write %s", qPrintable(path));
     return path;
 }

@@ -16,8 +16,8 @@ void readIshne(QByteArray input) // a copy: the checksum is patched
     constexpr int fixedEnd = IshneHeader::kPreambleBytes + IshneHeader::kFixedBytes;
     if (input.size() >= fixedEnd) {
         const qint32 variable = qFromLittleEndian<qint32>(input.constData() + 10);
-        const qint64 end = variable < 0 ? fixedEnd
-                                        : std::min<qint64>(input.size(), qint64(fixedEnd) + variable);
+        const qint64 end
+            = variable < 0 ? fixedEnd : std::min<qint64>(input.size(), qint64(fixedEnd) + variable);
         const quint16 crc = ishneCrc(input.constData() + 10, end - 10);
         qToLittleEndian(crc, input.data() + 8);
     }

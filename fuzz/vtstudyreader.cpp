@@ -19,8 +19,8 @@ void makeSignalOnce()
 {
     static const bool made = [] {
         QDir().mkpath(fuzzsupport::scratchPath("study"));
-        EcgFile ecg(fuzzsupport::scratchPath("study/fuzz.vtecg"), 2, 250, EcgFile::kHeaderSize,
-            true);
+        EcgFile ecg(
+            fuzzsupport::scratchPath("study/fuzz.vtecg"), 2, 250, EcgFile::kHeaderSize, true);
         std::vector<qint16> samples(500, 12);
         const qint16* channels[2] = { samples.data(), samples.data() };
         ecg.writeHeader(QJsonObject(), QJsonObject());

@@ -43,8 +43,8 @@ void readRecord(const QByteArray& input)
     fuzzsupport::writeScratch(header.channels[0].fileName, data);
     WfdbSource source(header);
     const qint64 frames = std::min(kMaxFrames, source.sampleCount());
-    std::vector<std::vector<qint16>> out(size_t(source.channelCount()),
-        std::vector<qint16>(size_t(std::max<qint64>(frames, 1))));
+    std::vector<std::vector<qint16>> out(
+        size_t(source.channelCount()), std::vector<qint16>(size_t(std::max<qint64>(frames, 1))));
     std::vector<qint16*> pointers;
     for (auto& channel : out)
         pointers.push_back(channel.data());

@@ -56,8 +56,8 @@ bool toNumber(const QByteArray& text, double* out)
 // as it stands would be undefined), where the range checks that follow refuse it.
 int clampedInt(double v)
 {
-    return int(std::clamp(v, double(std::numeric_limits<int>::min()),
-        double(std::numeric_limits<int>::max())));
+    return int(std::clamp(
+        v, double(std::numeric_limits<int>::min()), double(std::numeric_limits<int>::max())));
 }
 
 // "02-MAR-2002", the date form of EDF+ subfields.
