@@ -8,6 +8,9 @@
 #   ./dev.sh bench  build and run the benchmarks
 #   ./dev.sh gallery [OUTDIR]  build, then write a PNG of every view of the workstation
 #                   (default OUTDIR: build/gallery) from a simulated one-hour study
+#   ./dev.sh fuzz [SECONDS]  build the readers' fuzz targets with clang (libFuzzer, ASan, UBSan)
+#                   in build-fuzz and run each for SECONDS (default 60); crashing inputs are
+#                   kept in build-fuzz/findings/<target>/
 set -euo pipefail
 
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
@@ -22,9 +25,15 @@ packages=(
     fontconfig fonts-liberation fonts-dejavu-core poppler-utils
 )
 
+# Only the fuzz command needs these; the other commands (CI's included) never install them.
+fuzz_packages=(clang libclang-rt-14-dev)
+
+# install_missing [PACKAGE...]: the given packages, or the common list.
 install_missing() {
     local missing=()
-    for p in "${packages[@]}"; do
+    local wanted=("$@")
+    [ ${#wanted[@]} -eq 0 ] && wanted=("${packages[@]}")
+    for p in "${wanted[@]}"; do
         dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
     done
     [ ${#missing[@]} -eq 0 ] && return 0
@@ -83,6 +92,17 @@ gallery)
     out="${1:-$build/gallery}"
     QT_QPA_PLATFORM=offscreen "$build/tools/gallery/holter-gallery" "$out"
     ;;
+fuzz)
+    install_missing
+    install_missing "${fuzz_packages[@]}"
+    seconds="${1:-60}"
+    fuzzbuild="${HOLTER_FUZZ_BUILD_DIR:-$here/build-fuzz}"
+    cmake -S "$here" -B "$fuzzbuild" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+        -DCMAKE_CXX_COMPILER=clang++ -DHOLTER_FUZZ=ON -DHOLTER_BUILD_TESTS=OFF \
+        -DHOLTER_BUILD_BENCH=OFF >&2
+    cmake --build "$fuzzbuild" -j "$jobs" --target holter_fuzz
+    "$here/fuzz/run" "$fuzzbuild" "$seconds"
+    ;;
 gui)
     install_missing
     configure_and_build
@@ -93,7 +113,7 @@ gui)
     exec "$build/shell/holter-ecg" "$@"
     ;;
 *)
-    echo "usage: ./dev.sh run|gui|test|build|bench|gallery [OUTDIR]" >&2
+    echo "usage: ./dev.sh run|gui|test|build|bench|gallery [OUTDIR]|fuzz [SECONDS]" >&2
     exit 2
     ;;
 esac

@@ -9,7 +9,9 @@
 #include <QPair>
 #include <QStringList>
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -48,6 +50,14 @@ bool toNumber(const QByteArray& text, double* out)
     bool ok = false;
     *out = text.toDouble(&ok);
     return ok && std::isfinite(*out);
+}
+
+// A header number as an int: a finite value past int's range is cut to its edge (converting it
+// as it stands would be undefined), where the range checks that follow refuse it.
+int clampedInt(double v)
+{
+    return int(std::clamp(
+        v, double(std::numeric_limits<int>::min()), double(std::numeric_limits<int>::max())));
 }
 
 // "02-MAR-2002", the date form of EDF+ subfields.
@@ -251,14 +261,23 @@ EdfHeader EdfHeader::parse(const QByteArray& bytes, qint64 fileSize, const QStri
         QT_TRANSLATE_NOOP("RecordingImport", "physical minimum"));
     numbers([](EdfSignalHeader& s, double v) { s.physicalMax = v; },
         QT_TRANSLATE_NOOP("RecordingImport", "physical maximum"));
-    numbers([](EdfSignalHeader& s, double v) { s.digitalMin = int(v); },
+    numbers([](EdfSignalHeader& s, double v) { s.digitalMin = clampedInt(v); },
         QT_TRANSLATE_NOOP("RecordingImport", "digital minimum"));
-    numbers([](EdfSignalHeader& s, double v) { s.digitalMax = int(v); },
+    numbers([](EdfSignalHeader& s, double v) { s.digitalMax = clampedInt(v); },
         QT_TRANSLATE_NOOP("RecordingImport", "digital maximum"));
     for (auto& s : h.signalList)
         s.prefilter = r.text(80);
-    numbers([](EdfSignalHeader& s, double v) { s.samplesPerRecord = int(v); },
+    numbers([](EdfSignalHeader& s, double v) { s.samplesPerRecord = clampedInt(v); },
         QT_TRANSLATE_NOOP("RecordingImport", "number of samples per record"));
+    // The record layout is laid out from these counts: a negative one would misplace every
+    // signal after it.
+    for (int i = 0; i < ns; ++i)
+        if (h.signalList[i].samplesPerRecord < 0)
+            fail(path,
+                QCoreApplication::translate("RecordingImport",
+                    "signal %1 (%2): the number of samples per record is negative")
+                    .arg(i + 1)
+                    .arg(QString::fromLatin1(h.signalList[i].label)));
 
     const qint64 recordBytes = h.recordBytes();
     if (recordBytes > kMaxRecordBytes)

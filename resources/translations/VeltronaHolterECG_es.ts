@@ -1361,6 +1361,10 @@ Verifique el espacio disponible en disco.</translation>
         <source>the file holds no data records</source>
         <translation>el archivo no contiene registros de datos</translation>
     </message>
+    <message>
+        <source>signal %1 (%2): the number of samples per record is negative</source>
+        <translation>señal %1 (%2): el número de muestras por registro es negativo</translation>
+    </message>
 </context>
 <context>
     <name>ReportDialog</name>

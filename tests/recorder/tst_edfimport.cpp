@@ -249,6 +249,9 @@ TEST(EdfImport, BadFilesAreRefusedWithAClearMessageAndNoStudy)
              f.signalList[0].samplesPerRecord = 1000000000;
          }),
             "more than the format allows" },
+        { "negative samples per record",
+            edited([](EdfTestFile& f) { f.signalList[1].samplesPerRecord = -125; }),
+            "the number of samples per record is negative" },
         { "record duration 0", edited([](EdfTestFile& f) { f.recordSeconds = "0"; }),
             "not a positive number of seconds" },
         { "annotation list without onset", edited([](EdfTestFile& f) {

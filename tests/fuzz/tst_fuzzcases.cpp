@@ -1,0 +1,94 @@
+#include "fuzz/fuzzreaders.h"
+#include "fuzz/fuzzsupport.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <exception>
+#include <ostream>
+#include <string>
+
+namespace {
+
+struct Outcome
+{
+    bool returned = false;
+    std::string error; // the message of a std::exception
+    bool foreign = false; // something else was thrown
+};
+
+Outcome replay(const fuzzreaders::Reader& reader, const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        ADD_FAILURE() << "cannot read " << path.toStdString();
+    const QByteArray bytes = file.readAll();
+    Outcome o;
+    try {
+        reader.read(bytes);
+        o.returned = true;
+    } catch (const std::exception& e) {
+        o.error = e.what();
+    } catch (...) {
+        o.foreign = true;
+    }
+    return o;
+}
+
+QStringList filesOf(const QString& folder)
+{
+    QStringList paths;
+    const QDir dir(folder);
+    for (const QString& name : dir.entryList(QDir::Files, QDir::Name))
+        paths << dir.filePath(name);
+    return paths;
+}
+
+class FuzzCases : public ::testing::TestWithParam<fuzzreaders::Reader>
+{
+protected:
+    static void TearDownTestSuite() { fuzzsupport::releaseRepository(); }
+};
+
+// A case that once crashed must now get a result or an error with a message a user can read.
+TEST_P(FuzzCases, CrashingInputsNowGetAnAnswer)
+{
+    const QStringList cases = filesOf(QString(HOLTER_FUZZ_CASES) + "/" + GetParam().name);
+    if (cases.isEmpty())
+        GTEST_SKIP() << "no input has crashed the " << GetParam().name << " reader";
+    for (const QString& path : cases) {
+        const Outcome o = replay(GetParam(), path);
+        EXPECT_FALSE(o.foreign) << path.toStdString() << ": a non-standard exception";
+        if (!o.returned && !o.foreign) {
+            EXPECT_GT(o.error.size(), 10u) << path.toStdString() << ": \"" << o.error << '"';
+        }
+    }
+}
+
+// The seeds are well-formed files made by the simulator and the store: read without an error.
+TEST_P(FuzzCases, SeedsReadWhole)
+{
+    const QStringList seeds = filesOf(QString(HOLTER_FUZZ_CORPUS) + "/" + GetParam().name);
+    ASSERT_FALSE(seeds.isEmpty()) << "fuzz/make-seeds makes them";
+    for (const QString& path : seeds) {
+        const Outcome o = replay(GetParam(), path);
+        EXPECT_TRUE(o.returned) << path.toStdString() << ": " << o.error;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Readers, FuzzCases, ::testing::ValuesIn(fuzzreaders::allReaders()),
+    [](const ::testing::TestParamInfo<fuzzreaders::Reader>& info) {
+        return std::string(info.param.name);
+    });
+
+} // namespace
+
+namespace fuzzreaders {
+// Names the parameter in test listings.
+void PrintTo(const Reader& reader, std::ostream* os)
+{
+    *os << reader.name;
+}
+} // namespace fuzzreaders
