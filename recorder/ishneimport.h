@@ -9,7 +9,7 @@ class StudyRepository;
 
 // Copies an ISHNE Holter file into a new study and returns its id, saved and closed.
 //
-// The first four leads are kept, named after their lead specifications; each lead's
+// The first four leads are kept, named after their ISHNE lead codes; each lead's
 // resolution in nanovolts becomes the study's millivolt scale (the finest of them, the others
 // rescaled). Name, subject ID, sex, birth date and the start of the recording come from the
 // header where the caller left them empty. A wrong magic, a checksum that doesn't match the
